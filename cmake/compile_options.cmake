@@ -1,0 +1,39 @@
+# What every target of this project is compiled and linked with.
+
+include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag(-fstack-clash-protection has_stack_clash_protection)
+check_cxx_compiler_flag(-fcf-protection has_cf_protection)
+
+add_library(orvane_options INTERFACE)
+target_compile_features(orvane_options INTERFACE cxx_std_20)
+target_compile_options(orvane_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wcast-qual -Wformat=2
+    -Wundef -Wvla $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Wextra-semi>
+    $<$<BOOL:${ORVANE_WERROR}>:-Werror>)
+
+# A file of any size has a mode, on 32-bit machines too.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    target_compile_definitions(orvane_options INTERFACE _FILE_OFFSET_BITS=64)
+endif()
+
+# As Debian hardens its packages.
+target_compile_options(orvane_options INTERFACE
+    -fstack-protector-strong
+    $<$<BOOL:${has_stack_clash_protection}>:-fstack-clash-protection>
+    $<$<BOOL:${has_cf_protection}>:-fcf-protection>)
+target_link_options(orvane_options INTERFACE
+    -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--as-needed)
+
+if(ORVANE_SANITIZE)
+    target_compile_options(orvane_options INTERFACE
+        -fsanitize=${ORVANE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(orvane_options INTERFACE -fsanitize=${ORVANE_SANITIZE})
+elseif(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+    # It needs an optimising build, and hides accesses from the sanitizers.
+    target_compile_options(orvane_options INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+endif()
+
+if(ORVANE_COVERAGE)
+    target_compile_options(orvane_options INTERFACE --coverage)
+    target_link_options(orvane_options INTERFACE --coverage)
+endif()

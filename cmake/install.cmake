@@ -1,0 +1,34 @@
+# Where `cmake --install` puts things. The prefix may be changed at that moment, and DESTDIR may
+# stand before it.
+
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvane)
+
+install(TARGETS orvane EXPORT orvaneTargets)
+install(FILES include/orvane.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+install(EXPORT orvaneTargets NAMESPACE orvane:: DESTINATION ${package_dir})
+configure_package_config_file(cmake/orvaneConfig.cmake.in orvaneConfig.cmake
+    INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(orvaneConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES
+    ${PROJECT_BINARY_DIR}/orvaneConfig.cmake
+    ${PROJECT_BINARY_DIR}/orvaneConfigVersion.cmake
+    DESTINATION ${package_dir})
+
+# The prefix is final only while installing, so what is made here is still a template for it.
+function(from_prefix variable directory)
+    if(IS_ABSOLUTE "${directory}")
+        set(${variable} "${directory}" PARENT_SCOPE)
+    else()
+        set(${variable} "\${prefix}/${directory}" PARENT_SCOPE)
+    endif()
+endfunction()
+from_prefix(pc_libdir "${CMAKE_INSTALL_LIBDIR}")
+from_prefix(pc_includedir "${CMAKE_INSTALL_INCLUDEDIR}")
+set(pc_prefix "@CMAKE_INSTALL_PREFIX@")
+configure_file(cmake/liborvane.pc.in liborvane.pc.in @ONLY)
+install(CODE "configure_file(\"${PROJECT_BINARY_DIR}/liborvane.pc.in\"
+    \"${PROJECT_BINARY_DIR}/liborvane.pc\" @ONLY)")
+install(FILES ${PROJECT_BINARY_DIR}/liborvane.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

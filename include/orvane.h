@@ -1,0 +1,355 @@
+/* SPDX-License-Identifier: LGPL-2.1-or-later */
+/*
+ * liborvane: the identity of the machine a program runs on, and the small
+ * foundations that its queries share.
+ *
+ * Conventions, which hold wherever a function does not say otherwise:
+ *
+ *   Texts       are NUL-terminated bytes as their source gave them; no encoding
+ *               is checked or converted. A parameter must not be NULL unless
+ *               its function says what NULL does.
+ *   Ownership   A returned `char *` is a new block that the caller releases with
+ *               free(). A parameter stays the caller's and is not kept.
+ *   Failure     is told by the result alone: NULL for a text, a documented
+ *               number otherwise. Nothing is thrown and errno carries no news.
+ *               NULL also stands for memory that could not be had.
+ *   Bounds      Lines and formatted texts have fixed bounds; what is longer is
+ *               cut, never refused and never overrun.
+ *   Tools       run through /bin/sh with the caller's environment, working
+ *               directory and standard error. Their exit status is not read.
+ *   Threads     The library starts none, takes no lock and keeps nothing from
+ *               one call to the next. "Threads: safe" means that any number of
+ *               threads may be inside the function at once.
+ *   Root        Where a source can be read by root alone, the entry says so.
+ *               For any other user such a source has no answer.
+ *
+ * Each exported name is an ordinary ELF symbol. The library calls its own
+ * exported functions by these names, so a program that defines one of them puts
+ * its own in the library's place.
+ */
+#ifndef ORVANE_H
+#define ORVANE_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+/* The version of this header; the build takes the library's from here. */
+#define ORVANE_VERSION "1.0.0"
+
+#if defined(__GNUC__)
+#define ORVANE_API __attribute__((__visibility__("default")))
+#define ORVANE_PRINTF(text, first) __attribute__((__format__(__printf__, text, first)))
+#else
+#define ORVANE_API
+#define ORVANE_PRINTF(text, first)
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* GLib's key file (GKeyFile). Callers of the other functions need no GLib. */
+struct _GKeyFile;
+
+/* ---- Machine identity -------------------------------------------------- */
+
+/*
+ * The SMBIOS system UUID of this machine, with its case as the firmware wrote
+ * it. Placeholders that many machines share are refused.
+ *
+ * Returns: new text; NULL when neither source knows the UUID. A kernel file
+ *          whose first line is empty is an answer: the empty text.
+ * Reads:   /sys/devices/virtual/dmi/id/product_uuid (root), then
+ *          /usr/sbin/dmidecode -s system-uuid (root). The first line, at most
+ *          1023 bytes of it.
+ * Refuses: 12345678-1234-5678-90ab-cddeefaabbcc,
+ *          03000200-0400-0500-0006-000700080009,
+ *          fefefefe-fefe-fefe-fefe-fefefefefefe and
+ *          ffffffff-ffff-ffff-ffff-ffffffffffff, in any case of letters. A
+ *          placeholder in the file sends the question on to the tool.
+ * Writes:  nothing.
+ * Threads: safe.
+ */
+ORVANE_API char *orvane_get_system_uuid(void);
+
+/*
+ * The query behind orvane_get_system_uuid(), which returns its result unchanged.
+ */
+ORVANE_API char *system_uuid(void);
+
+/*
+ * The vendor of this machine.
+ *
+ * Returns: new text as the source gave it, blanks and fillers included, or
+ *          empty where the file's first line is; NULL when no source answers.
+ * Reads:   the first line of /sys/class/dmi/id/sys_vendor; when that gives
+ *          nothing, the second word of the first line with "Family" that
+ *          dmidecode prints for the System Information (root). The family, not
+ *          the manufacturer, stands in on purpose. At most 1023 bytes.
+ * Writes:  nothing.
+ * Threads: safe.
+ */
+ORVANE_API char *orvane_get_vendor(void);
+
+/*
+ * The model of this machine: its SKU number.
+ *
+ * Returns: new text as the source gave it, or empty where the file's first line
+ *          is; NULL when no source answers.
+ * Reads:   the first line of /sys/class/dmi/id/product_sku; when that gives
+ *          nothing, the second word of the first line with "Version" that
+ *          dmidecode prints for the System Information (root). At most 1023
+ *          bytes.
+ * Writes:  nothing.
+ * Threads: safe.
+ */
+ORVANE_API char *orvane_get_model(void);
+
+/*
+ * The serial number, boot device name and boot device card identifier of a
+ * machine that boots from a managed flash device, joined by "_".
+ *
+ * Returns: new text. NULL when /proc/bootdevice/product_name or
+ *          /proc/bootdevice/cid cannot be read by the real user, or dmidecode
+ *          cannot be read and executed; the empty text when one of the three
+ *          then gives nothing.
+ * Reads:   dmidecode -t 1 (root) for the first line with "Serial Number", then
+ *          the two files; the first line of each, at most 127 bytes.
+ * Writes:  nothing.
+ * Threads: safe.
+ */
+ORVANE_API char *hw_oem_info(void);
+
+/*
+ * The first line of a file, without its line end: the reader behind the DMI
+ * queries, for callers that name their own file.
+ *
+ * path:    the file; NULL is a file that cannot be opened.
+ * Returns: new text, at most 1023 bytes, ended by the first CR, LF or NUL;
+ *          NULL when the file cannot be opened or holds no byte.
+ * Threads: safe.
+ */
+ORVANE_API char *get_machine_info_from_sysfs(const char *path);
+
+/*
+ * The first line that a shell command prints, without its line end. The command
+ * runs only where dmidecode is installed: the reader is meant for dmidecode
+ * pipelines.
+ *
+ * command: a command line for /bin/sh, run as it stands: never hand it text that
+ *          you do not trust. NULL is a command that cannot be run.
+ * Returns: new text, at most 1023 bytes, ended by the first CR, LF or NUL;
+ *          NULL when /usr/sbin/dmidecode is not readable and executable
+ *          (nothing is run then), the command cannot be started or prints
+ *          nothing.
+ * Threads: safe.
+ */
+ORVANE_API char *get_machine_info_from_dmidecode(const char *command);
+
+/* The same as get_machine_info_from_sysfs(), under the service tag's name. */
+ORVANE_API char *get_service_tag_from_sysfs(const char *path);
+
+/* The same as get_machine_info_from_dmidecode(), under the service tag's name. */
+ORVANE_API char *get_service_tag_from_dmidecode(const char *command);
+
+/* ---- Operating system -------------------------------------------------- */
+
+/*
+ * Which variant of the operating system is installed.
+ *
+ * Returns: 2 for the education variant (its application scene begins with
+ *          "EDU"); 0 for every other one and where no scene is known.
+ * Reads:   zdk_system_get_appScene() of libzusysinfo, or of whichever object in
+ *          the process defines it; where none does, the VARIANT field of
+ *          /etc/os-release or /usr/lib/os-release. Asked afresh on every call.
+ * Writes:  one or two lines to the trace log.
+ * Threads: safe as far as zdk_system_get_appScene() is; trace stamps may mix, as
+ *          for time_string().
+ */
+ORVANE_API unsigned int orvane_get_os_version(void);
+
+/*
+ * The query behind orvane_get_os_version(), which returns its result unchanged.
+ */
+ORVANE_API unsigned int _os_get_version(void);
+
+/* ---- Trace log --------------------------------------------------------- */
+
+/*
+ * Appends one line to the trace log, /var/log/orvane/liborvane.log: a stamp, the
+ * process id in brackets, a colon, a blank and the message, ended by a newline
+ * unless the message ends in one. A line has at most 1023 bytes with its
+ * newline; the message is cut to fit. The log is always on, made when missing
+ * (directory mode 0777, file mode 0644, both less the umask), never truncated
+ * and never rotated.
+ *
+ * format:  as for printf(), with its arguments.
+ * Returns: 1 when the log could be opened, even if the write then failed; 0 when
+ *          it could not.
+ * Errors:  "Open log file failed" or "Write to log file failed" with the
+ *          system's reason on standard error. errno is left as it was.
+ * Threads: safe for the log: each line is one appending write(). Stamps may mix,
+ *          as for time_string().
+ */
+ORVANE_API int orvane_trace(const char *format, ...) ORVANE_PRINTF(1, 2);
+
+/*
+ * Makes sure that the trace log's directory exists. Called for every trace line.
+ *
+ * Returns: 1, always; a directory that cannot be made shows when the log is
+ *          opened.
+ * Threads: safe.
+ */
+ORVANE_API int orvane_logger_env_init(void);
+
+/*
+ * Whether trace lines are written. Called for every trace line.
+ *
+ * Returns: 1, always.
+ * Threads: safe.
+ */
+ORVANE_API int orvane_is_tracing(void);
+
+/*
+ * The stamp of a trace line: local time as "YYYY-MM-DD HH:MM:SS.mmm". The minute
+ * and the second come from two readings of the clock, so at the turn of a minute
+ * the old minute may stand beside the new second.
+ *
+ * Returns: a static text of 23 characters: not to be freed, nor kept across
+ *          another call.
+ * Threads: two threads inside it may see each other's stamp.
+ */
+ORVANE_API const char *time_string(void);
+
+/* ---- Event log --------------------------------------------------------- */
+
+/*
+ * Appends one event to a log file of the caller's choosing, as
+ * "(TAG) Time: YYYY-MM-DD HH:MM:SS<tab><tab>Message: MESSAGE<newline>" in local
+ * time, or "(TAG) MESSAGE<newline>" when no stamp can be made. The line is cut at
+ * 1023 bytes and has no newline then. A missing file is made with mode 0640 less
+ * the umask.
+ *
+ * path:    the log file.
+ * message: any bytes.
+ * tag:     the severity; "II", "WW" and "EE" are in use.
+ * enabled: 0 makes the call do nothing at all.
+ * Errors:  never reported; an event that cannot be written is lost.
+ * Threads: each event is one appending write(), but the stamp comes from
+ *          localtime(), so concurrent callers may see each other's.
+ */
+ORVANE_API void log_write(const char *path, const char *message, const char *tag, int enabled);
+
+/* ---- Key files --------------------------------------------------------- */
+
+/*
+ * Key files are GLib's: groups in brackets, each with key=value lines, in UTF-8.
+ * The texts returned here are GLib's and are released with g_free(). Where GLib
+ * has no memory it ends the process. Threads: safe on different key files; one
+ * key file takes one thread at a time.
+ */
+
+/*
+ * Loads a key file with its comments and translations, so that both survive a
+ * save.
+ *
+ * path:    the file; NULL is a file that cannot be opened.
+ * Returns: new key file, release with g_key_file_free(); NULL when the file is
+ *          missing, unreadable or malformed, without a word about which.
+ */
+ORVANE_API struct _GKeyFile *key_file_load_from_file(const char *path);
+
+/*
+ * The value of a key as it is written in the file, escapes included.
+ *
+ * Returns: new text, release with g_free(); empty where the value is; NULL when
+ *          there is no such group or no such key in it.
+ */
+ORVANE_API char *key_file_get_value(struct _GKeyFile *kf, const char *group, const char *key);
+
+/*
+ * Sets the value of a key, written as it stands, and makes the group and the key
+ * where they are missing. The file is not touched until it is saved.
+ */
+ORVANE_API void key_file_set_value(struct _GKeyFile *kf, const char *group, const char *key,
+                                   const char *value);
+
+/*
+ * The whole key file as text.
+ *
+ * length:  where to store the text's length in bytes; may be NULL.
+ * Returns: new text, release with g_free(); NULL when GLib cannot make one.
+ */
+ORVANE_API char *key_file_to_data(struct _GKeyFile *kf, size_t *length);
+
+/*
+ * Saves a key file: a new file beside `path` is moved over it, so that `path`
+ * holds the old text or the new one and never a part.
+ *
+ * Errors:  "Unable to save settings2: " (no text could be made) or "Unable to
+ *          save settings3: " (it could not be written) and the reason, as a GLib
+ *          warning without a log domain: on standard error unless the program
+ *          handles GLib's log. The file is left as it was.
+ */
+ORVANE_API void key_file_save_to_file(struct _GKeyFile *kf, const char *path);
+
+/* ---- Text and file helpers --------------------------------------------- */
+
+/*
+ * The text functions change the caller's text in place, keep the order of what
+ * stays, need no memory and cannot fail. Threads: safe on different texts.
+ */
+
+/*
+ * Lowers the ASCII capitals. Every other byte stays, whatever the locale.
+ * s: may be NULL, which does nothing.
+ */
+ORVANE_API void toLowerCase(char *s);
+
+/*
+ * Deletes every space and newline. Tabs and carriage returns stay.
+ * s: may be NULL, which does nothing.
+ */
+ORVANE_API void removeSpaces(char *s);
+
+/* Deletes every space and tab. Newlines stay. s must not be NULL. */
+ORVANE_API void removeSpacesTabs(char *s);
+
+/*
+ * Deletes every newline, space, "(" and ")".
+ * s: may be NULL, which does nothing.
+ */
+ORVANE_API void removeSpecialChar(char *s);
+
+/*
+ * Deletes the zero bytes among the first `len` bytes. What stays stands at the
+ * start; each byte freed behind it repeats the last byte of the range as it was.
+ * No terminator is added and the new length is not told.
+ *
+ * buf:     `len` bytes; not looked at when `len` is 0.
+ */
+ORVANE_API void remove_null_chars(void *buf, uint32_t len);
+
+/*
+ * The bits of a file's mode that are in `mask`; a symbolic link is followed.
+ *
+ * path:    the file; NULL is a file that cannot be examined.
+ * mask:    mode bits as in stat(2), for example S_IFDIR or 0400.
+ * Returns: st_mode & mask; 0 also when the file cannot be examined.
+ * Threads: safe.
+ */
+ORVANE_API int file_stat(const char *path, int mask);
+
+/*
+ * Opens /dev/null on whichever of the descriptors 0, 1 and 2 are closed. Does
+ * nothing when /dev/null is missing or no character device.
+ *
+ * Threads: changes descriptors of the whole process: for the start of a program.
+ */
+ORVANE_API void redirect_stdio(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

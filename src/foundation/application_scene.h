@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "support/handles.h"
+
+namespace orvane {
+
+// The application scene of this installation, such as "EDU"; none where it is not known.
+heap_text application_scene() noexcept;
+
+} // namespace orvane

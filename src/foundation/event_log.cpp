@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// The event log: tagged lines for administrators in a file of the caller's choosing.
+#include "orvane.h"
+#include "support/bounded_text.h"
+#include "support/handles.h"
+
+#include <cstring>
+#include <ctime>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace orvane {
+
+namespace {
+
+constexpr std::size_t stamp_bytes = 1024;
+constexpr std::size_t event_bytes = 1024;
+
+// Empty when the clock cannot be told as a date; none at all when there is no memory for it.
+heap_text event_stamp() noexcept
+{
+    bounded_text<stamp_bytes> stamp;
+    const std::time_t now = ::time(nullptr);
+    if (const std::tm *const local = ::localtime(&now))
+        ::strftime(stamp.data(), stamp.capacity(), "%Y-%m-%d %H:%M:%S", local);
+    return heap_text(stamp.copy());
+}
+
+// An event is one line, so a newline in its stamp ends the stamp.
+void end_at_newline(char *stamp) noexcept
+{
+    if (char *const newline = ::strchr(stamp, '\n'))
+        *newline = '\0';
+}
+
+} // namespace
+
+} // namespace orvane
+
+extern "C" void log_write(const char *path, const char *message, const char *tag, int enabled)
+{
+    if (enabled == 0 || path == nullptr)
+        return;
+    const orvane::unique_fd log(::open(path, O_WRONLY | O_CREAT | O_APPEND, 0640));
+    if (!log)
+        return;
+
+    const orvane::heap_text stamp = orvane::event_stamp();
+    orvane::bounded_text<orvane::event_bytes> event;
+    if (stamp && *stamp != '\0') {
+        orvane::end_at_newline(stamp.get());
+        event.format("(%s) Time: %s\t\tMessage: %s\n", tag, stamp.get(), message);
+    } else {
+        event.format("(%s) %s\n", tag, message);
+    }
+
+    // One write for the event, so that lines of several writers never mix. Deliberate: an event
+    // that cannot be written is lost in silence, for the caller's work goes on either way.
+    [[maybe_unused]] const ssize_t written = ::write(log.get(), event.c_str(), event.length());
+}

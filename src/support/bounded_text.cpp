@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/bounded_text.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+namespace orvane {
+
+std::size_t text_buffer::length() const noexcept
+{
+    return ::strlen(room_);
+}
+
+void text_buffer::clear() noexcept
+{
+    ::memset(room_, 0, capacity_);
+}
+
+void text_buffer::append(std::string_view text) noexcept
+{
+    const std::size_t end = length();
+    const std::size_t kept = std::min(text.size(), capacity_ - 1 - end);
+    ::memcpy(room_ + end, text.data(), kept);
+    room_[end + kept] = '\0';
+}
+
+void text_buffer::format(const char *format, ...) noexcept
+{
+    clear();
+    va_list arguments;
+    va_start(arguments, format);
+    append_vformat(format, arguments);
+    va_end(arguments);
+}
+
+void text_buffer::append_vformat(const char *format, va_list arguments, std::size_t spare) noexcept
+{
+    const std::size_t end = length();
+    const std::size_t taken = end + spare;
+    if (taken >= capacity_)
+        return;
+    // What a failed conversion left behind is no text of ours.
+    if (::vsnprintf(room_ + end, capacity_ - taken, format, arguments) < 0)
+        room_[end] = '\0';
+}
+
+void text_buffer::cut_at_any(const char *ends) noexcept
+{
+    room_[::strcspn(room_, ends)] = '\0';
+}
+
+char *text_buffer::copy() const noexcept
+{
+    return ::strdup(room_);
+}
+
+} // namespace orvane

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+#include <unistd.h>
+
+namespace orvane {
+
+// A descriptor that closes itself. As closed as an open() that failed when it holds -1.
+class unique_fd {
+public:
+    explicit unique_fd(int fd) noexcept : fd_(fd) {}
+    unique_fd(unique_fd &&other) noexcept : fd_(other.release()) {}
+    unique_fd(const unique_fd &) = delete;
+    unique_fd &operator=(const unique_fd &) = delete;
+    unique_fd &operator=(unique_fd &&) = delete;
+    ~unique_fd()
+    {
+        if (fd_ >= 0)
+            ::close(fd_);
+    }
+
+    explicit operator bool() const noexcept { return fd_ >= 0; }
+    [[nodiscard]] int get() const noexcept { return fd_; }
+    int release() noexcept { return std::exchange(fd_, -1); }
+
+private:
+    int fd_;
+};
+
+// Gives any C object an owner: owned<T, release> calls release(pointer) at its end.
+template <auto Release> struct release_with {
+    template <class T> void operator()(T *object) const noexcept
+    {
+        static_cast<void>(Release(object));
+    }
+};
+template <class T, auto Release> using owned = std::unique_ptr<T, release_with<Release>>;
+
+using heap_text = owned<char, ::free>;
+using unique_file = owned<std::FILE, ::fclose>;
+
+// The output of a tool. Ending it waits for the tool, whose exit status nobody asks for.
+using tool_output = owned<std::FILE, ::pclose>;
+
+} // namespace orvane
