@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "interpose.h"
+
+#include <stdexcept>
+#include <string_view>
+
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+
+namespace interpose {
+
+bool is_from_library(const void *address)
+{
+    Dl_info where = {};
+    return ::dladdr(address, &where) != 0 &&
+           std::string_view(where.dli_fname).find("/liborvane.so") != std::string_view::npos;
+}
+
+void *next_definition(const char *name)
+{
+    void *const found = ::dlsym(RTLD_NEXT, name);
+    if (found == nullptr)
+        throw std::runtime_error(std::string("nobody else defines ") + name);
+    return found;
+}
+
+#define INTERPOSED(result, name, parameters, arguments)                                            \
+    constinit hook<result parameters> name(#name);
+INTERPOSED_FUNCTIONS
+#undef INTERPOSED
+
+namespace {
+
+class take_back : public testing::EmptyTestEventListener {
+    void OnTestEnd(const testing::TestInfo &) override
+    {
+#define INTERPOSED(result, name, parameters, arguments) name.reset();
+        INTERPOSED_FUNCTIONS
+#undef INTERPOSED
+    }
+};
+
+const bool listening = [] {
+    testing::UnitTest::GetInstance()->listeners().Append(new take_back);
+    return true;
+}();
+
+} // namespace
+
+} // namespace interpose
+
+// The definitions that the library's calls find first. Their C++ names differ from the system's,
+// whose declarations say more (noexcept, attributes) than needs repeating here.
+#define INTERPOSED(result, name, parameters, arguments)                                            \
+    extern "C" result interposed_##name parameters __asm__(#name);                                 \
+    extern "C" __attribute__((visibility("default"))) result interposed_##name parameters          \
+    {                                                                                              \
+        return interpose::name.call(__builtin_return_address(0) INTERPOSED_ARGUMENTS arguments);   \
+    }
+#define INTERPOSED_ARGUMENTS(...) __VA_OPT__(, ) __VA_ARGS__
+INTERPOSED_FUNCTIONS

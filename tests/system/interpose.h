@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <cstdio>
+#include <ctime>
+#include <functional>
+
+#include <glib.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+
+// Puts a test's own function in the place of one that the library calls. Only calls that come from
+// liborvane.so are affected. A replacement may call real() for the genuine answer, and lasts until
+// the test ends:
+//
+//     interpose::strdup = [](const char *) -> char * { return nullptr; };
+namespace interpose {
+
+// Whether the code at this address is the library's.
+bool is_from_library(const void *address);
+void *next_definition(const char *name);
+
+template <class Signature> class hook;
+
+template <class Result, class... Parameters> class hook<Result(Parameters...)> {
+public:
+    constexpr explicit hook(const char *name) : name_(name) {}
+
+    hook &operator=(std::function<Result(Parameters...)> replacement)
+    {
+        reset();
+        replacement_ = new std::function<Result(Parameters...)>(std::move(replacement));
+        return *this;
+    }
+
+    void reset()
+    {
+        delete replacement_;
+        replacement_ = nullptr;
+    }
+
+    Result real(Parameters... parameters)
+    {
+        if (real_ == nullptr)
+            real_ = reinterpret_cast<Result (*)(Parameters...)>(next_definition(name_));
+        return real_(parameters...);
+    }
+
+    Result call(const void *caller, Parameters... parameters)
+    {
+        if (replacement_ == nullptr || !is_from_library(caller))
+            return real(parameters...);
+        return (*replacement_)(parameters...);
+    }
+
+private:
+    const char *name_;
+    // Constant-initialised, because the functions are called before main() and before constructors.
+    std::function<Result(Parameters...)> *replacement_ = nullptr;
+    Result (*real_)(Parameters...) = nullptr;
+};
+
+// INTERPOSED(result, name, parameters) for every function that can be replaced.
+#define INTERPOSED_FUNCTIONS                                                                       \
+    INTERPOSED(int, access, (const char *path, int mode), (path, mode))                            \
+    INTERPOSED(int, mkdir, (const char *path, mode_t mode), (path, mode))                          \
+    INTERPOSED(int, open, (const char *path, int flags, mode_t mode), (path, flags, mode))         \
+    INTERPOSED(ssize_t, write, (int fd, const void *data, size_t size), (fd, data, size))          \
+    INTERPOSED(int, close, (int fd), (fd))                                                         \
+    INTERPOSED(int, stat, (const char *path, struct stat *status), (path, status))                 \
+    INTERPOSED(int, fstat, (int fd, struct stat *status), (fd, status))                            \
+    INTERPOSED(int, dup2, (int from, int to), (from, to))                                          \
+    INTERPOSED(std::FILE *, fopen, (const char *path, const char *mode), (path, mode))             \
+    INTERPOSED(char *, fgets, (char *room, int size, std::FILE *stream), (room, size, stream))     \
+    INTERPOSED(size_t, fread, (void *room, size_t size, size_t count, std::FILE *stream),          \
+               (room, size, count, stream))                                                        \
+    INTERPOSED(int, fclose, (std::FILE * stream), (stream))                                        \
+    INTERPOSED(std::FILE *, popen, (const char *command, const char *mode), (command, mode))       \
+    INTERPOSED(int, pclose, (std::FILE * stream), (stream))                                        \
+    INTERPOSED(char *, strdup, (const char *text), (text))                                         \
+    INTERPOSED(int, tolower, (int character), (character))                                         \
+    INTERPOSED(time_t, time, (time_t * now), (now))                                                \
+    INTERPOSED(int, clock_gettime, (clockid_t clock, struct timespec *now), (clock, now))          \
+    INTERPOSED(struct tm *, localtime, (const time_t *when), (when))                               \
+    INTERPOSED(struct tm *, localtime_r, (const time_t *when, struct tm *parts), (when, parts))    \
+    INTERPOSED(size_t, strftime,                                                                   \
+               (char *room, size_t size, const char *format, const struct tm *parts),              \
+               (room, size, format, parts))                                                        \
+    INTERPOSED(gchar *, g_key_file_to_data, (GKeyFile * kf, gsize *length, GError **error),        \
+               (kf, length, error))                                                                \
+    INTERPOSED(gchar *, g_key_file_get_value,                                                      \
+               (GKeyFile * kf, const gchar *group, const gchar *key, GError **error),              \
+               (kf, group, key, error))                                                            \
+    INTERPOSED(gboolean, g_key_file_load_from_file,                                                \
+               (GKeyFile * kf, const gchar *path, GKeyFileFlags flags, GError **error),            \
+               (kf, path, flags, error))                                                           \
+    INTERPOSED(gboolean, g_file_set_contents,                                                      \
+               (const gchar *path, const gchar *text, gssize length, GError **error),              \
+               (path, text, length, error))                                                        \
+    INTERPOSED(int, orvane_logger_env_init, (), ())                                                \
+    INTERPOSED(int, orvane_is_tracing, (), ())                                                     \
+    INTERPOSED(const char *, time_string, (), ())                                                  \
+    INTERPOSED(char *, system_uuid, (), ())                                                        \
+    INTERPOSED(unsigned int, _os_get_version, (), ())                                              \
+    INTERPOSED(char *, get_machine_info_from_sysfs, (const char *path), (path))                    \
+    INTERPOSED(char *, get_machine_info_from_dmidecode, (const char *command), (command))
+
+#define INTERPOSED(result, name, parameters, arguments) extern hook<result parameters> name;
+INTERPOSED_FUNCTIONS
+#undef INTERPOSED
+
+} // namespace interpose

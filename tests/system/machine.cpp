@@ -1,0 +1,341 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "machine.h"
+
+#include "process.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <sstream>
+#include <stdexcept>
+#include <system_error>
+
+#include <fcntl.h>
+#include <grp.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char trace_log[] = "/var/log/orvane/liborvane.log";
+
+void check(int result, const std::string &what)
+{
+    if (result < 0)
+        throw std::system_error(errno, std::generic_category(), what);
+}
+
+void write_file(const std::string &path, std::string_view content, mode_t mode)
+{
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    check(fd, "create " + path);
+    for (std::string_view rest = content; !rest.empty();) {
+        const ssize_t written = ::write(fd, rest.data(), rest.size());
+        check(static_cast<int>(written), "write " + path);
+        rest.remove_prefix(static_cast<std::size_t>(written));
+    }
+    check(::fchmod(fd, mode), "chmod " + path);
+    ::close(fd);
+}
+
+std::vector<std::string> split(std::string_view text, char separator)
+{
+    std::vector<std::string> parts;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find(separator), text.size());
+        parts.emplace_back(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return parts;
+}
+
+// The shell word that stands for the text itself.
+std::string quoted(const std::string &text)
+{
+    return "'" + std::regex_replace(text, std::regex("'"), "'\\''") + "'";
+}
+
+bool become(uid_t user)
+{
+    return user == 0 || (::setgroups(0, nullptr) == 0 && ::setgid(user) == 0 && ::setuid(user) == 0);
+}
+
+fs::path deepest_existing_directory(fs::path path)
+{
+    while (!fs::is_directory(path))
+        path = path.parent_path();
+    return fs::canonical(path);
+}
+
+} // namespace
+
+std::string constructed_machine::unavailable()
+{
+    if (::geteuid() != 0)
+        return "a constructed machine needs root";
+    // In a child, because it cannot be taken back.
+    const pid_t child = ::fork();
+    if (child == 0)
+        ::_exit(::unshare(CLONE_NEWNS | CLONE_NEWNET) == 0 ? 0 : errno);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    if (status == 0)
+        return {};
+    return "no private namespaces here: " + std::generic_category().message(WEXITSTATUS(status));
+}
+
+void constructed_machine::start()
+{
+    check(::unshare(CLONE_NEWNS | CLONE_NEWNET), "unshare");
+    check(::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "make mounts private");
+
+    std::string staging = "/tmp/orvane-machine.XXXXXX";
+    if (::mkdtemp(staging.data()) == nullptr)
+        throw std::system_error(errno, std::generic_category(), "mkdtemp");
+    staging_ = staging;
+    cover(staging_);
+    for (const char *const room : {"/proc", "/host", "/records", "/scratch"})
+        fs::create_directory(staging_ + room);
+    bind("/proc", staging_ + "/proc", true);
+
+    for (const char *const bare : {"/sys", "/proc", "/dev", "/var/log", "/usr/sbin"})
+        cover(bare);
+    fill_proc();
+    fill_dev();
+}
+
+void constructed_machine::stop() noexcept
+{
+    if (staging_.empty())
+        return;
+    for (auto mount = mounts_.rbegin(); mount != mounts_.rend(); ++mount)
+        ::umount2(mount->c_str(), MNT_DETACH);
+    mounts_.clear();
+    file_systems_.clear();
+    ::rmdir(staging_.c_str());
+    staging_.clear();
+}
+
+// What a process expects of its own entry; the sanitizers read it by number.
+void constructed_machine::fill_proc() const
+{
+    fs::create_symlink(staging_ + "/proc/self", "/proc/self");
+    fs::create_symlink(staging_ + "/proc/sys", "/proc/sys");
+    const std::string own = "/" + std::to_string(::getpid());
+    fs::create_symlink(staging_ + "/proc" + own, "/proc" + own);
+}
+
+void constructed_machine::fill_dev()
+{
+    character_device("/dev/null", 1, 3);
+    character_device("/dev/zero", 1, 5);
+    character_device("/dev/full", 1, 7);
+    character_device("/dev/urandom", 1, 9);
+    link("/dev/fd", own_proc() + "/fd");
+}
+
+void constructed_machine::mounted(const std::string &path)
+{
+    mounts_.push_back(path);
+}
+
+void constructed_machine::cover(const std::string &path, const std::string &options)
+{
+    check(::mount("tmpfs", path.c_str(), "tmpfs", MS_NOSUID, options.c_str()), "cover " + path);
+    mounted(path);
+    struct stat status = {};
+    check(::stat(path.c_str(), &status), "stat " + path);
+    file_systems_.push_back(status.st_dev);
+}
+
+void constructed_machine::bind(const std::string &from, const std::string &to, bool writable)
+{
+    check(::mount(from.c_str(), to.c_str(), nullptr, MS_BIND | MS_REC, nullptr), "bind " + from);
+    mounted(to);
+    if (!writable)
+        check(::mount(nullptr, to.c_str(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr),
+              "protect " + from);
+}
+
+// Lays a directory of links over a directory of the host, so that single entries can be changed.
+void constructed_machine::shadow(const std::string &directory)
+{
+    const std::string kept = staging_ + "/host" + directory;
+    fs::create_directories(kept);
+    bind(directory, kept, false);
+    cover(directory);
+    for (const fs::directory_entry &entry : fs::directory_iterator(kept)) {
+        const fs::path here = fs::path(directory) / entry.path().filename();
+        fs::create_symlink(entry.is_symlink() ? fs::read_symlink(entry.path()) : entry.path(), here);
+    }
+}
+
+bool constructed_machine::is_ours(const std::string &path) const
+{
+    struct stat status = {};
+    check(::stat(path.c_str(), &status), "stat " + path);
+    return std::find(file_systems_.begin(), file_systems_.end(), status.st_dev) !=
+           file_systems_.end();
+}
+
+// Afterwards the path is free and its directory stands, on a file system of this machine.
+void constructed_machine::make_room(const std::string &path)
+{
+    const fs::path parent = fs::path(path).parent_path();
+    const fs::path standing = deepest_existing_directory(parent);
+    if (!is_ours(standing))
+        shadow(standing);
+    fs::create_directories(parent);
+    fs::remove_all(path);
+}
+
+void constructed_machine::file(const std::string &path, std::string_view content, mode_t mode)
+{
+    make_room(path);
+    write_file(path, content, mode);
+}
+
+void constructed_machine::directory(const std::string &path, mode_t mode)
+{
+    make_room(path);
+    check(::mkdir(path.c_str(), 0700), "mkdir " + path);
+    check(::chmod(path.c_str(), mode), "chmod " + path);
+}
+
+void constructed_machine::link(const std::string &path, const std::string &target)
+{
+    make_room(path);
+    fs::create_symlink(target, path);
+}
+
+void constructed_machine::node(const std::string &path, mode_t type, unsigned major, unsigned minor)
+{
+    make_room(path);
+    check(::mknod(path.c_str(), type | 0600, makedev(major, minor)), "mknod " + path);
+    check(::chmod(path.c_str(), 0666), "chmod " + path);
+}
+
+void constructed_machine::block_device(const std::string &path, unsigned major, unsigned minor)
+{
+    node(path, S_IFBLK, major, minor);
+}
+
+void constructed_machine::character_device(const std::string &path, unsigned major, unsigned minor)
+{
+    node(path, S_IFCHR, major, minor);
+}
+
+void constructed_machine::remove(const std::string &path)
+{
+    make_room(path);
+}
+
+void constructed_machine::file_system(const std::string &path, const std::string &options)
+{
+    directory(path);
+    cover(path, options);
+}
+
+void constructed_machine::read_only(const std::string &path)
+{
+    check(::mount(nullptr, path.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr),
+          "make read-only " + path);
+}
+
+std::string constructed_machine::record_of(const std::string &tool_path) const
+{
+    return staging_ + "/records" + std::regex_replace(tool_path, std::regex("/"), "_");
+}
+
+// The record of a run is the number of its arguments, the arguments, and the environment that
+// execve() was given, each ended by a zero byte, and a last empty field.
+void constructed_machine::executable(const std::string &path, std::string_view commands, mode_t mode)
+{
+    const std::string record = quoted(record_of(path));
+    std::ostringstream text;
+    text << "#!/bin/sh\n"
+         << "{ printf '%s\\0' \"$#\" \"$0\" \"$@\"; cat " << staging_
+         << "/proc/$$/environ; printf '\\0'; } >>" << record << "\n"
+         << commands << "\n";
+    file(path, text.str(), mode);
+    ::close(::open(record_of(path).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666));
+    check(::chmod(record_of(path).c_str(), 0666), "chmod record");
+}
+
+void constructed_machine::tool(const std::string &path, std::string_view prints)
+{
+    const std::string text = record_of(path) + ".prints";
+    fs::remove(text);
+    write_file(text, prints, 0644);
+    executable(path, "exec cat " + quoted(text), 0755);
+}
+
+void constructed_machine::script(const std::string &path, std::string_view commands, mode_t mode)
+{
+    executable(path, commands, mode);
+}
+
+std::vector<constructed_machine::tool_run> constructed_machine::runs(const std::string &path) const
+{
+    std::vector<tool_run> runs;
+    const std::vector<std::string> fields = split(content(record_of(path)), '\0');
+    for (auto field = fields.begin(); field != fields.end();) {
+        tool_run run;
+        const auto last_argument = field + std::stol(*field) + 1;
+        run.arguments.assign(field + 1, last_argument + 1);
+        const auto end = std::find(last_argument + 1, fields.end(), "");
+        run.environment.assign(last_argument + 1, end);
+        runs.push_back(std::move(run));
+        field = end == fields.end() ? end : end + 1;
+    }
+    return runs;
+}
+
+std::vector<std::string> constructed_machine::trace() const
+{
+    static const std::regex form(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} \[(\d+)\]: ([^]*))");
+    std::vector<std::string> messages;
+    for (const std::string &line : split(content(trace_log), '\n')) {
+        std::smatch parts;
+        if (!std::regex_match(line, parts, form) || parts[1] != std::to_string(::getpid()))
+            throw std::runtime_error("not a trace line of this process: " + line);
+        messages.push_back(parts[2]);
+    }
+    return messages;
+}
+
+std::string constructed_machine::content(const std::string &path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+std::string constructed_machine::scratch(const std::string &name) const
+{
+    return staging_ + "/scratch/" + name;
+}
+
+void constructed_machine::show(const std::string &host_directory, const std::string &path)
+{
+    directory(path);
+    bind(host_directory, path, false);
+}
+
+constructed_machine::program_result
+constructed_machine::run(const std::vector<std::string> &command, uid_t user) const
+{
+    return run_program(command, [this, user] {
+        const std::string own = "/proc/" + std::to_string(::getpid());
+        return ::symlink((staging_ + own).c_str(), own.c_str()) == 0 && become(user);
+    });
+}

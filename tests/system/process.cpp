@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "process.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+// Above every descriptor that a test may count on being free.
+constexpr int first_kept_descriptor = 200;
+
+// A file in memory that takes what a program prints.
+class catcher {
+public:
+    catcher() : fd_(::memfd_create("caught", MFD_CLOEXEC))
+    {
+        if (fd_ < 0)
+            throw std::system_error(errno, std::generic_category(), "memfd_create");
+    }
+    catcher(const catcher &) = delete;
+    catcher &operator=(const catcher &) = delete;
+    ~catcher() { ::close(fd_); }
+
+    [[nodiscard]] int descriptor() const { return fd_; }
+    [[nodiscard]] std::string text() const
+    {
+        std::string text(static_cast<std::size_t>(::lseek(fd_, 0, SEEK_END)), '\0');
+        if (::pread(fd_, text.data(), text.size(), 0) != static_cast<ssize_t>(text.size()))
+            throw std::system_error(errno, std::generic_category(), "pread");
+        return text;
+    }
+
+private:
+    int fd_;
+};
+
+} // namespace
+
+constructed_machine::program_result run_program(const std::vector<std::string> &command,
+                                                const std::function<bool()> &prepare)
+{
+    const catcher output;
+    const catcher error;
+    std::vector<char *> arguments;
+    for (const std::string &word : command)
+        arguments.push_back(const_cast<char *>(word.c_str()));
+    arguments.push_back(nullptr);
+
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const int empty = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+        ::dup2(empty, STDIN_FILENO);
+        ::dup2(output.descriptor(), STDOUT_FILENO);
+        ::dup2(error.descriptor(), STDERR_FILENO);
+        if (prepare())
+            ::execvp(arguments[0], arguments.data());
+        ::_exit(127);
+    }
+    int status = 0;
+    if (child < 0 || ::waitpid(child, &status, 0) != child)
+        throw std::system_error(errno, std::generic_category(), "run " + command.front());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), output.text(),
+            error.text()};
+}
+
+std::string standard_error_of(const std::function<void()> &action)
+{
+    const catcher error;
+    std::fflush(stderr);
+    const int kept = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, first_kept_descriptor);
+    ::dup2(error.descriptor(), STDERR_FILENO);
+    action();
+    std::fflush(stderr);
+    ::dup2(kept, STDERR_FILENO);
+    ::close(kept);
+    return error.text();
+}
+
+closed_descriptors::closed_descriptors(const std::vector<int> &descriptors)
+{
+    for (const int descriptor : descriptors) {
+        kept_.emplace_back(descriptor,
+                           ::fcntl(descriptor, F_DUPFD_CLOEXEC, first_kept_descriptor));
+        ::close(descriptor);
+    }
+}
+
+closed_descriptors::~closed_descriptors()
+{
+    for (const auto &[descriptor, duplicate] : kept_) {
+        ::dup2(duplicate, descriptor);
+        ::close(duplicate);
+    }
+}
+
+bool is_open(int descriptor)
+{
+    return ::fcntl(descriptor, F_GETFD) >= 0;
+}
+
+bool has_children()
+{
+    siginfo_t info = {};
+    return ::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0;
+}
