@@ -1,0 +1,301 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "fixture.h"
+
+#include "orvane.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace {
+
+using result = constructed_machine::program_result;
+
+constexpr uid_t ordinary_user = 65534;
+constexpr char trace_log[] = "/var/log/orvane/liborvane.log";
+
+// The installed command on a constructed machine, at a prefix that every user can reach.
+class orvane_command : public on_machine {
+protected:
+    void SetUp() override
+    {
+        on_machine::SetUp();
+        if (!IsSkipped())
+            machine.show(STAGE, "/opt/orvane");
+    }
+
+    [[nodiscard]] result orvane(std::vector<std::string> arguments, uid_t user = 0) const
+    {
+        arguments.insert(arguments.begin(), "/opt/orvane/bin/orvane");
+        return machine.run(arguments, user);
+    }
+
+    // The same through a shell, for what a shell does to a command's descriptors.
+    [[nodiscard]] result shell(const std::string &command) const
+    {
+        return machine.run({"/bin/sh", "-c", "PATH=/opt/orvane/bin:$PATH; " + command});
+    }
+
+    void describe_machine()
+    {
+        machine.file("/sys/devices/virtual/dmi/id/product_uuid",
+                     "4c4c4544-0042-3510-8052-b4c04f4d3132\n", 0400);
+        machine.file("/sys/class/dmi/id/sys_vendor", "Acme Inc.\n");
+        machine.file("/sys/class/dmi/id/product_sku", "0A1B\n");
+        machine.file("/sys/class/dmi/id/product_serial", "ABC 123\n", 0400);
+    }
+
+    void describe_education_system() { machine.file("/etc/os-release", "VARIANT=EDU\n"); }
+};
+
+bool is_one_line(const std::string &text)
+{
+    return std::count(text.begin(), text.end(), '\n') == 1 && text.ends_with('\n');
+}
+
+} // namespace
+
+TEST_F(orvane_command, shows_one_aligned_row_a_fact)
+{
+    describe_machine();
+    describe_education_system();
+    const result shown = orvane({"show"});
+    EXPECT_EQ(shown.output, "system_uuid 4c4c4544-0042-3510-8052-b4c04f4d3132\n"
+                            "vendor      Acme Inc.\n"
+                            "model       0A1B\n"
+                            "serial      ABC 123\n"
+                            "oem_info    -\n"
+                            "os_version  2\n");
+    EXPECT_EQ(shown.error, "");
+    EXPECT_EQ(shown.status, 0);
+}
+
+TEST_F(orvane_command, shows_the_same_without_a_word)
+{
+    describe_machine();
+    EXPECT_EQ(orvane({}).output, orvane({"show"}).output);
+    EXPECT_NE(orvane({}).output.find("Acme Inc."), std::string::npos);
+}
+
+TEST_F(orvane_command, puts_a_dash_where_there_is_no_answer)
+{
+    EXPECT_EQ(orvane({}).output, "system_uuid -\n"
+                                 "vendor      -\n"
+                                 "model       -\n"
+                                 "serial      -\n"
+                                 "oem_info    -\n"
+                                 "os_version  0\n");
+}
+
+TEST_F(orvane_command, prints_one_json_object)
+{
+    describe_machine();
+    describe_education_system();
+    const result shown = orvane({"show", "--json"});
+    EXPECT_EQ(shown.output, "{\n"
+                            "  \"system_uuid\": \"4c4c4544-0042-3510-8052-b4c04f4d3132\",\n"
+                            "  \"vendor\": \"Acme Inc.\",\n"
+                            "  \"model\": \"0A1B\",\n"
+                            "  \"serial\": \"ABC 123\",\n"
+                            "  \"oem_info\": null,\n"
+                            "  \"os_version\": 2\n"
+                            "}\n");
+    EXPECT_EQ(shown.status, 0);
+}
+
+TEST_F(orvane_command, keeps_json_valid_for_any_bytes)
+{
+    machine.file("/sys/class/dmi/id/sys_vendor", "\"A\\B\"\t\xFF\x01\n");
+    const result shown = orvane({"show", "--json"});
+    EXPECT_NE(shown.output.find(R"("vendor": "\"A\\B\"\t)"
+                                "\xEF\xBF\xBD"
+                                R"(\u0001")"),
+              std::string::npos)
+        << shown.output;
+}
+
+TEST_F(orvane_command, tells_an_empty_answer_from_none_in_json)
+{
+    machine.file("/sys/class/dmi/id/sys_vendor", "\n");
+    const result shown = orvane({"show", "--json"});
+    EXPECT_NE(shown.output.find("\"vendor\": \"\""), std::string::npos) << shown.output;
+    EXPECT_NE(shown.output.find("\"model\": null"), std::string::npos) << shown.output;
+}
+
+TEST_F(orvane_command, keeps_an_unprintable_answer_on_one_row)
+{
+    machine.file("/sys/class/dmi/id/sys_vendor", "A\x1B[31m\tB\n");
+    EXPECT_NE(orvane({}).output.find("vendor      A\\x1b[31m\\x09B\n"), std::string::npos)
+        << orvane({}).output;
+}
+
+TEST_F(orvane_command, prints_one_value_alone)
+{
+    describe_machine();
+    const result shown = orvane({"show", "serial"});
+    EXPECT_EQ(shown.output, "ABC 123\n");
+    EXPECT_EQ(shown.error, "");
+    EXPECT_EQ(shown.status, 0);
+}
+
+TEST_F(orvane_command, prints_nothing_and_fails_for_one_fact_without_answer)
+{
+    const result shown = orvane({"show", "vendor"});
+    EXPECT_EQ(shown.output, "");
+    EXPECT_EQ(shown.error, "");
+    EXPECT_EQ(shown.status, 1);
+}
+
+TEST_F(orvane_command, prints_an_empty_line_for_an_empty_answer)
+{
+    machine.file("/sys/class/dmi/id/sys_vendor", "\n");
+    const result shown = orvane({"show", "vendor"});
+    EXPECT_EQ(shown.output, "\n");
+    EXPECT_EQ(shown.status, 0);
+}
+
+TEST_F(orvane_command, asks_only_for_the_fact_that_is_wanted)
+{
+    machine.tool("/usr/sbin/dmidecode", "");
+    machine.file("/sys/class/dmi/id/sys_vendor", "Acme\n");
+    EXPECT_EQ(orvane({"show", "vendor"}).output, "Acme\n");
+    EXPECT_TRUE(machine.runs("/usr/sbin/dmidecode").empty());
+}
+
+TEST_F(orvane_command, reads_the_serial_number_from_dmidecode_where_the_kernel_has_none)
+{
+    machine.tool("/usr/sbin/dmidecode", "\tSerial Number: ABC 123\n");
+    EXPECT_EQ(orvane({"show", "serial"}).output, "ABC 123\n");
+}
+
+TEST_F(orvane_command, shows_the_flash_boot_device)
+{
+    machine.tool("/usr/sbin/dmidecode", "\tSerial Number: SN0001\n");
+    machine.file("/proc/bootdevice/product_name", "FLASH01\n");
+    machine.file("/proc/bootdevice/cid", "0123abcd\n");
+    EXPECT_EQ(orvane({"show", "oem_info"}).output, "SN0001_FLASH01_0123abcd\n");
+}
+
+TEST_F(orvane_command, tells_its_version)
+{
+    const result told = orvane({"--version"});
+    EXPECT_EQ(told.output, "orvane " ORVANE_VERSION "\n");
+    EXPECT_EQ(told.status, 0);
+}
+
+TEST_F(orvane_command, lists_every_fact_in_its_help)
+{
+    const result help = orvane({"show", "--help"});
+    for (const char *const name :
+         {"system_uuid", "vendor", "model", "serial", "oem_info", "os_version"})
+        EXPECT_NE(help.output.find(std::string("\n  ") + name + " "), std::string::npos) << name;
+    EXPECT_EQ(help.status, 0);
+}
+
+TEST_F(orvane_command, helps)
+{
+    const result help = orvane({"--help"});
+    EXPECT_NE(help.output.find("Usage: orvane"), std::string::npos);
+    EXPECT_EQ(help.error, "");
+    EXPECT_EQ(help.status, 0);
+}
+
+class wrong_use : public orvane_command,
+                  public testing::WithParamInterface<std::vector<std::string>> {};
+
+TEST_P(wrong_use, is_one_line_and_status_2)
+{
+    const result refused = orvane(GetParam());
+    EXPECT_EQ(refused.output, "");
+    EXPECT_TRUE(refused.error.starts_with("orvane: ")) << refused.error;
+    EXPECT_TRUE(is_one_line(refused.error)) << refused.error;
+    EXPECT_EQ(refused.status, 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(orvane_command, wrong_use,
+                         testing::Values(std::vector<std::string>{"bogus"},
+                                         std::vector<std::string>{"--bogus"},
+                                         std::vector<std::string>{""},
+                                         std::vector<std::string>{"show", "bogus"},
+                                         std::vector<std::string>{"show", ""},
+                                         std::vector<std::string>{"show", "vendor", "model"},
+                                         std::vector<std::string>{"show", "--bogus"},
+                                         std::vector<std::string>{"show", "--json", "vendor"},
+                                         std::vector<std::string>{"show", "two\nlines\x1B[31m"}));
+
+TEST_F(orvane_command, names_an_unknown_fact)
+{
+    EXPECT_NE(orvane({"show", "bogus"}).error.find("unknown fact 'bogus'"), std::string::npos);
+}
+
+TEST_F(orvane_command, names_the_facts_that_need_root_in_one_line)
+{
+    describe_machine();
+    const result shown = orvane({}, ordinary_user);
+    EXPECT_EQ(shown.error, "orvane: only root can read: system_uuid, serial, oem_info\n");
+    EXPECT_NE(shown.output.find("vendor      Acme Inc.\n"), std::string::npos) << shown.output;
+    EXPECT_EQ(shown.status, 0);
+}
+
+TEST_F(orvane_command, names_only_what_was_asked_for_and_not_answered)
+{
+    describe_machine();
+    EXPECT_EQ(orvane({"show", "vendor"}, ordinary_user).error, "");
+    const result serial = orvane({"show", "serial"}, ordinary_user);
+    EXPECT_EQ(serial.error, "orvane: only root can read: serial\n");
+    EXPECT_EQ(serial.output, "");
+    EXPECT_EQ(serial.status, 1);
+}
+
+TEST_F(orvane_command, hides_the_complaints_of_tools)
+{
+    machine.script("/usr/sbin/dmidecode", "echo '/dev/mem: Permission denied' >&2; exit 1");
+    const result shown = orvane({});
+    EXPECT_EQ(shown.error, "");
+    EXPECT_EQ(machine.runs("/usr/sbin/dmidecode").size(), 4U);
+}
+
+TEST_F(orvane_command, traces_as_any_program_does)
+{
+    EXPECT_EQ(orvane({"show", "os_version"}).status, 0);
+    EXPECT_TRUE(machine.content(trace_log).ends_with("]: _os_get_version, begin\n"))
+        << machine.content(trace_log);
+}
+
+TEST_F(orvane_command, is_silent_about_the_trace_log_for_an_ordinary_user)
+{
+    describe_education_system(); // two trace lines
+    const result shown = orvane({"show", "os_version"}, ordinary_user);
+    EXPECT_EQ(shown.output, "2\n");
+    EXPECT_EQ(shown.error, "");
+}
+
+TEST_F(orvane_command, tells_root_once_that_the_trace_log_cannot_be_opened)
+{
+    describe_education_system(); // two trace lines
+    machine.read_only("/var/log");
+    const result shown = orvane({"show", "os_version"});
+    EXPECT_EQ(shown.output, "2\n");
+    EXPECT_EQ(shown.error, "orvane: the trace log cannot be opened, so this run left no trace\n");
+    EXPECT_EQ(shown.status, 0);
+}
+
+TEST_F(orvane_command, tells_that_its_output_could_not_be_written)
+{
+    const result full = shell("orvane >/dev/full");
+    EXPECT_EQ(full.error, "orvane: standard output: No space left on device\n");
+    EXPECT_EQ(full.status, 1);
+}
+
+TEST_F(orvane_command, refuses_a_closed_standard_output)
+{
+    const result closed = shell("orvane >&-");
+    EXPECT_EQ(closed.error, "orvane: standard output is closed\n");
+    EXPECT_EQ(closed.status, 1);
+}
+
+TEST_F(orvane_command, works_with_standard_input_and_error_closed)
+{
+    machine.file("/sys/class/dmi/id/sys_vendor", "Acme\n");
+    EXPECT_EQ(shell("orvane show vendor <&- 2>&-").output, "Acme\n");
+}
