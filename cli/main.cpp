@@ -68,7 +68,7 @@ void describe(CLI::App &app, request &wanted)
     show->footer(facts);
 }
 
-int show(const request &wanted)
+int answer_request(const request &wanted)
 {
     const fact *const only = wanted.name.empty() ? nullptr : find_fact(wanted.name);
     const auto findings = ask(only != nullptr ? std::span(only, 1) : all_facts());
@@ -114,7 +114,7 @@ int run(int argc, char **argv)
         complain(std::string(error.what()) + " (see orvane --help)");
         return wrong_use;
     }
-    return flushed(show(wanted));
+    return flushed(answer_request(wanted));
 }
 
 } // namespace

@@ -26,14 +26,15 @@ extern "C" GKeyFile *key_file_load_from_file(const char *path)
         static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
     orvane::unique_key_file kf(::g_key_file_new());
     orvane::unique_error error;
-    if (!::g_key_file_load_from_file(kf.get(), path, flags, error.out()))
+    if (::g_key_file_load_from_file(kf.get(), path, flags, error.out()) == FALSE)
         return nullptr;
     return kf.release();
 }
 
 extern "C" char *key_file_get_value(GKeyFile *kf, const char *group, const char *key)
 {
-    if (!::g_key_file_has_group(kf, group) || !::g_key_file_has_key(kf, group, key, nullptr))
+    if (::g_key_file_has_group(kf, group) == FALSE ||
+        ::g_key_file_has_key(kf, group, key, nullptr) == FALSE)
         return nullptr;
     return ::g_key_file_get_value(kf, group, key, nullptr);
 }

@@ -1,0 +1,31 @@
+#!/bin/sh
+# Installs under DESTDIR with a prefix chosen at that moment, and under a prefix alone.
+# Usage: destination.sh BUILD-DIR LIBDIR WORK-DIR
+set -eu
+
+build=$1 libdir=$2 work=$3/destination
+rm -rf "$work"
+mkdir -p "$work"
+
+expect() {
+    for path in bin/orvane include/orvane.h "$libdir/liborvane.so" "$libdir/liborvane.so.1" \
+        "$libdir/liborvane.so.1.0.0" "$libdir/pkgconfig/liborvane.pc" \
+        "$libdir/cmake/orvane/orvaneConfig.cmake" \
+        "$libdir/cmake/orvane/orvaneConfigVersion.cmake" \
+        "$libdir/cmake/orvane/orvaneTargets.cmake"; do
+        [ -e "$1/$path" ] || { echo "missing: $1/$path"; exit 1; }
+    done
+    grep -qx "prefix=$2" "$1/$libdir/pkgconfig/liborvane.pc"
+    "$1/bin/orvane" --version
+}
+
+DESTDIR=$work/root cmake --install "$build" --prefix /opt/product >/dev/null
+expect "$work/root/opt/product" /opt/product
+cmake --install "$build" --prefix "$work/prefix" >/dev/null
+expect "$work/prefix" "$work/prefix"
+
+# Nothing outside the prefix.
+[ "$(ls -A "$work/root")" = opt ] && [ "$(ls -A "$work/root/opt")" = product ]
+# A link of the shared library leads to the file beside it.
+[ "$(readlink "$work/prefix/$libdir/liborvane.so")" = liborvane.so.1 ]
+[ "$(readlink "$work/prefix/$libdir/liborvane.so.1")" = liborvane.so.1.0.0 ]

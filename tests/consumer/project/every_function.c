@@ -1,0 +1,94 @@
+/* SPDX-License-Identifier: LGPL-2.1-or-later */
+/* Calls every function of the library from C, with no header but its own and the standard's. */
+#include <orvane.h>
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+static int failures = 0;
+
+static void expect(int holds, const char *what)
+{
+    if (!holds) {
+        printf("failed: %s\n", what);
+        ++failures;
+    }
+}
+
+static void show(const char *what, char *text)
+{
+    printf("%s: %s\n", what, text != NULL ? text : "none");
+    free(text);
+}
+
+static void call_queries(void)
+{
+    show("UUID", orvane_get_system_uuid());
+    show("UUID again", system_uuid());
+    show("vendor", orvane_get_vendor());
+    show("model", orvane_get_model());
+    show("OEM", hw_oem_info());
+    show("line", get_machine_info_from_sysfs("/proc/self/comm"));
+    show("line again", get_service_tag_from_sysfs("/proc/self/comm"));
+    show("tool", get_machine_info_from_dmidecode("echo text"));
+    show("tool again", get_service_tag_from_dmidecode("echo text"));
+    expect(orvane_get_os_version() == _os_get_version(), "one OS version");
+}
+
+static void call_logs(const char *scratch)
+{
+    expect(orvane_logger_env_init() == 1, "the trace directory is looked after");
+    expect(orvane_is_tracing() == 1, "tracing is on");
+    orvane_trace("called from %s", "C");
+    expect(strlen(time_string()) == 23, "a stamp has 23 characters");
+
+    log_write(scratch, "called", "II", 1);
+    expect(file_stat(scratch, 0600) == 0600, "the event log is there");
+}
+
+static void call_key_files(const char *scratch)
+{
+    struct _GKeyFile *kf;
+    size_t length = 0;
+    FILE *file = fopen(scratch, "w");
+
+    expect(file != NULL && fputs("[group]\nkey=value\n", file) >= 0 && fclose(file) == 0,
+           "a key file is written");
+    kf = key_file_load_from_file(scratch);
+    expect(kf != NULL, "a key file is loaded");
+    if (kf == NULL)
+        return;
+    key_file_set_value(kf, "group", "key", "other");
+    expect(strcmp(key_file_get_value(kf, "group", "key"), "other") == 0, "a value is kept");
+    expect(key_file_to_data(kf, &length) != NULL && length > 0, "a key file is text");
+    key_file_save_to_file(kf, scratch);
+}
+
+static void call_helpers(void)
+{
+    char text[] = "A (b)\t\n";
+    char bytes[] = {'a', '\0', 'b'};
+
+    redirect_stdio();
+    toLowerCase(text);
+    removeSpecialChar(text);
+    expect(strcmp(text, "ab\t") == 0, "special characters are removed");
+    removeSpacesTabs(text);
+    removeSpaces(text);
+    expect(strcmp(text, "ab") == 0, "blanks are removed");
+    remove_null_chars(bytes, sizeof bytes);
+    expect(memcmp(bytes, "ab", 2) == 0, "zero bytes are removed");
+}
+
+int main(int argc, char **argv)
+{
+    if (argc != 2)
+        return 2;
+    remove(argv[1]);
+    call_queries();
+    call_logs(argv[1]);
+    call_key_files(argv[1]);
+    call_helpers();
+    return failures == 0 ? 0 : 1;
+}
