@@ -183,7 +183,7 @@ ORVANE_API unsigned int _os_get_version(void);
  * (directory mode 0777, file mode 0644, both less the umask), never truncated
  * and never rotated.
  *
- * format:  as for printf(), with its arguments.
+ * format:  as for printf(), with its arguments; "%m" is the caller's errno.
  * Returns: 1 when the log could be opened, even if the write then failed; 0 when
  *          it could not.
  * Errors:  "Open log file failed" or "Write to log file failed" with the

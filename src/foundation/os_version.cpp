@@ -33,8 +33,7 @@ extern "C" unsigned int _os_get_version(void)
         return orvane::ordinary_version;
 
     ::orvane_trace("_os_get_version, os_ver = %s", scene.get());
-    return orvane::is_education(scene.get()) ? orvane::education_version
-                                             : orvane::ordinary_version;
+    return orvane::is_education(scene.get()) ? orvane::education_version : orvane::ordinary_version;
 }
 
 extern "C" unsigned int orvane_get_os_version(void)

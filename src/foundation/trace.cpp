@@ -83,6 +83,8 @@ extern "C" int orvane_trace(const char *format, ...)
     orvane::bounded_text<orvane::line_bytes> line;
     line.format("%s [%d]: ", ::time_string(), ::getpid());
 
+    // "%m" means the caller's errno, not that of the steps above.
+    callers_errno.restore();
     constexpr std::size_t newline_bytes = 1;
     va_list arguments;
     va_start(arguments, format);

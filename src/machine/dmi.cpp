@@ -57,7 +57,7 @@ extern "C" char *get_machine_info_from_dmidecode(const char *command)
 {
     orvane::line_buffer line;
     return orvane::has_dmidecode() && orvane::first_line_of_command(command, line) ? line.copy()
-                                                                                    : nullptr;
+                                                                                   : nullptr;
 }
 
 extern "C" char *get_service_tag_from_sysfs(const char *path)

@@ -12,7 +12,9 @@ public:
     errno_guard() noexcept : before_(errno) {}
     errno_guard(const errno_guard &) = delete;
     errno_guard &operator=(const errno_guard &) = delete;
-    ~errno_guard() { errno = before_; }
+    ~errno_guard() { restore(); }
+
+    void restore() const noexcept { errno = before_; }
 
 private:
     int before_;

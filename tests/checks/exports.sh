@@ -5,7 +5,7 @@
 set -eu
 
 sorted() { LC_ALL=C sort; }
-declared=$(sed -n 's/^ORVANE_API .*[ *]\([A-Za-z_0-9]*\)(.*/\1/p' "$1" | sorted)
+declared=$(sed -n 's/^ORVANE_API [^(]*[ *]\([A-Za-z_0-9]*\)(.*/\1/p' "$1" | sorted)
 scripted=$(sed -n '/^global:/,/^local:/s/^ *\([A-Za-z_0-9]*\);$/\1/p' "$2" | sorted)
 # The version node itself is an absolute symbol.
 exported=$(nm -D --defined-only "$3" | sed -n 's/^[0-9a-f]* [^A] \(.*\)@@ORVANE_1\.0$/\1/p' | sorted)

@@ -4,18 +4,22 @@
 set -eu
 
 cd "$2"
-cxx_files() { find "$@" -name '*.cpp' -o -name '*.h' -o -name '*.c'; }
-sources() { find "$@" -name '*.cpp'; }
+# The files under the directories whose paths match the regular expression.
+files() {
+    pattern=$1
+    shift
+    find "$@" -regex "$pattern" -print0
+}
 
 case $1 in
 format)
-    cxx_files include src cli tests bench | xargs clang-format --dry-run -Werror
+    files '.*\.\(c\|h\|cpp\)' include src cli tests bench | xargs -0 clang-format --dry-run -Werror
     ;;
 shell)
-    find scripts tests .ci -type f | xargs grep -l '^#!/bin/\(ba\)\?sh' | xargs shellcheck
+    grep -rlE '^#!/bin/(ba)?sh' scripts tests .ci | xargs shellcheck
     ;;
 tidy)
-    sources src cli | xargs -P 2 -n 1 clang-tidy -p "$3" --quiet
+    files '.*\.cpp' src cli | xargs -0 -P 2 -n 1 clang-tidy -p "$3" --quiet
     ;;
 cppcheck)
     # A loop that reads well needs no algorithm.

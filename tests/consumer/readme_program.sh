@@ -9,6 +9,7 @@ mkdir -p "$work"
 cd "$work"
 
 # The first block marked c, and the command that compiles it.
+# shellcheck disable=SC2016 # the backquotes are the README's
 sed -n '/^```c$/,/^```$/p' "$readme" | sed '1d;/^```$/,$d' >uuid.c
 compile=$(sed -n 's/^\(cc uuid\.c .*\)$/\1/p' "$readme")
 [ -s uuid.c ] && [ -n "$compile" ]
