@@ -30,8 +30,8 @@ answer serial()
 
 constexpr fact facts[] = {
     {"system_uuid", "SMBIOS system UUID", true, [] { return taken(orvane_get_system_uuid()); }},
-    {"vendor", "vendor of the machine", false, [] { return taken(orvane_get_vendor()); }},
-    {"model", "model: the SKU number", false, [] { return taken(orvane_get_model()); }},
+    {"vendor", "vendor of the machine", true, [] { return taken(orvane_get_vendor()); }},
+    {"model", "model: the SKU number", true, [] { return taken(orvane_get_model()); }},
     {"serial", "product serial number (service tag)", true, serial},
     {"oem_info", "serial number and flash boot device, where there is one", true,
      [] { return taken(hw_oem_info()); }},

@@ -17,7 +17,7 @@ std::string to_text(const answer &value);
 struct fact {
     const char *name; // stable: scripts know facts by it
     const char *description;
-    bool needs_root;
+    bool root_may_know; // what another user is not told
     answer (*ask)();
 };
 

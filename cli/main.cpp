@@ -34,14 +34,27 @@ struct request {
     std::string name; // empty for all facts
 };
 
-// One plain line, whatever the message holds.
-void complain(std::string message)
+// A text from outside may hold what a terminal obeys.
+std::string without_controls(std::string text)
 {
-    for (char &c : message) {
+    for (char &c : text) {
         if (std::iscntrl(static_cast<unsigned char>(c)) != 0)
             c = ' ';
     }
-    std::fprintf(stderr, "orvane: %s\n", message.c_str());
+    return text;
+}
+
+// One plain line, whatever the message holds.
+void complain(const std::string &message)
+{
+    std::fprintf(stderr, "orvane: %s\n", without_controls(message).c_str());
+}
+
+// As it is for a script.
+void print_value(const answer &value)
+{
+    const std::string text = to_text(value);
+    std::puts((::isatty(STDOUT_FILENO) != 0 ? without_controls(text) : text).c_str());
 }
 
 void describe(CLI::App &app, request &wanted)
@@ -63,7 +76,7 @@ void describe(CLI::App &app, request &wanted)
     for (const fact &known : all_facts()) {
         std::string line = std::string("  ") + known.name;
         line.resize(std::max<std::size_t>(line.size() + 1, 30), ' ');
-        facts += line + known.description + (known.needs_root ? " (root)\n" : "\n");
+        facts += line + known.description + "\n";
     }
     show->footer(facts);
 }
@@ -79,7 +92,7 @@ int answer_request(const request &wanted)
     else if (only == nullptr)
         print_table(findings);
     else if (is_answered(findings.front().value))
-        std::puts(to_text(findings.front().value).c_str());
+        print_value(findings.front().value);
     else
         status = no_answer;
 
@@ -87,7 +100,7 @@ int answer_request(const request &wanted)
         if (trace_log_refused())
             complain("the trace log cannot be opened, so this run left no trace");
     } else if (const std::string names = names_for_root(findings); !names.empty()) {
-        complain("only root can read: " + names);
+        complain("may need root: " + names);
     }
     return status;
 }

@@ -81,7 +81,7 @@ std::string names_for_root(const std::vector<finding> &findings)
 {
     std::string names;
     for (const finding &found : findings) {
-        if (found.what->needs_root && is_silent(found.value))
+        if (found.what->root_may_know && is_silent(found.value))
             names.append(names.empty() ? "" : ", ").append(found.what->name);
     }
     return names;

@@ -11,9 +11,9 @@ target_compile_options(orvane_options INTERFACE
     -Wundef -Wvla $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Wextra-semi>
     $<$<BOOL:${ORVANE_WERROR}>:-Werror>)
 
-# A file of any size has a mode, on 32-bit machines too.
+# A file of any size and date has a mode, and the clock goes on, on 32-bit machines too.
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-    target_compile_definitions(orvane_options INTERFACE _FILE_OFFSET_BITS=64)
+    target_compile_definitions(orvane_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 endif()
 
 # As Debian hardens its packages.

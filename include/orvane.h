@@ -80,12 +80,14 @@ ORVANE_API char *system_uuid(void);
 /*
  * The vendor of this machine.
  *
- * Returns: new text as the source gave it, blanks and fillers included, or
- *          empty where the file's first line is; NULL when no source answers.
+ * Returns: new text as the source gave it, blanks and fillers included, and
+ *          empty where the file's first line or the tool's word is; NULL when
+ *          no source answers.
  * Reads:   the first line of /sys/class/dmi/id/sys_vendor; when that gives
- *          nothing, the second word of the first line with "Family" that
- *          dmidecode prints for the System Information (root). The family, not
- *          the manufacturer, stands in on purpose. At most 1023 bytes.
+ *          nothing, the second word of the first line with "Family", in any
+ *          case, that dmidecode prints for the System Information (root). The
+ *          family, not the manufacturer, stands in on purpose. At most 1023
+ *          bytes.
  * Writes:  nothing.
  * Threads: safe.
  */
@@ -94,12 +96,12 @@ ORVANE_API char *orvane_get_vendor(void);
 /*
  * The model of this machine: its SKU number.
  *
- * Returns: new text as the source gave it, or empty where the file's first line
- *          is; NULL when no source answers.
+ * Returns: new text as the source gave it, and empty where the file's first
+ *          line or the tool's word is; NULL when no source answers.
  * Reads:   the first line of /sys/class/dmi/id/product_sku; when that gives
- *          nothing, the second word of the first line with "Version" that
- *          dmidecode prints for the System Information (root). At most 1023
- *          bytes.
+ *          nothing, the second word of the first line with "Version", in any
+ *          case, that dmidecode prints for the System Information (root). At
+ *          most 1023 bytes.
  * Writes:  nothing.
  * Threads: safe.
  */
@@ -113,8 +115,8 @@ ORVANE_API char *orvane_get_model(void);
  *          /proc/bootdevice/cid cannot be read by the real user, or dmidecode
  *          cannot be read and executed; the empty text when one of the three
  *          then gives nothing.
- * Reads:   dmidecode -t 1 (root) for the first line with "Serial Number", then
- *          the two files; the first line of each, at most 127 bytes.
+ * Reads:   dmidecode -t 1 (root) for the first line with "Serial Number", in any
+ *          case, then the two files; the first line of each, at most 127 bytes.
  * Writes:  nothing.
  * Threads: safe.
  */
@@ -126,7 +128,7 @@ ORVANE_API char *hw_oem_info(void);
  *
  * path:    the file; NULL is a file that cannot be opened.
  * Returns: new text, at most 1023 bytes, ended by the first CR, LF or NUL;
- *          NULL when the file cannot be opened or holds no byte.
+ *          NULL when the file cannot be opened or read or holds no byte.
  * Threads: safe.
  */
 ORVANE_API char *get_machine_info_from_sysfs(const char *path);
@@ -159,9 +161,11 @@ ORVANE_API char *get_service_tag_from_dmidecode(const char *command);
  *
  * Returns: 2 for the education variant (its application scene begins with
  *          "EDU"); 0 for every other one and where no scene is known.
- * Reads:   zdk_system_get_appScene() of libzusysinfo, or of whichever object in
- *          the process defines it; where none does, the VARIANT field of
- *          /etc/os-release or /usr/lib/os-release. Asked afresh on every call.
+ * Reads:   zdk_system_get_appScene() of libzusysinfo, or of whichever object
+ *          defines it for the whole process when liborvane is loaded; where none
+ *          does, the VARIANT field of /etc/os-release or /usr/lib/os-release,
+ *          through GLib, which ends the process where it has no memory. Asked
+ *          afresh on every call.
  * Writes:  one or two lines to the trace log.
  * Threads: safe as far as zdk_system_get_appScene() is; trace stamps may mix, as
  *          for time_string().
@@ -187,7 +191,8 @@ ORVANE_API unsigned int _os_get_version(void);
  * Returns: 1 when the log could be opened, even if the write then failed; 0 when
  *          it could not.
  * Errors:  "Open log file failed" or "Write to log file failed" with the
- *          system's reason on standard error. errno is left as it was.
+ *          system's reason on standard error. errno is left as it was. A
+ *          process at its file size limit gets SIGXFSZ, as from any write.
  * Threads: safe for the log: each line is one appending write(). Stamps may mix,
  *          as for time_string().
  */
@@ -270,6 +275,11 @@ ORVANE_API char *key_file_get_value(struct _GKeyFile *kf, const char *group, con
 /*
  * Sets the value of a key, written as it stands, and makes the group and the key
  * where they are missing. The file is not touched until it is saved.
+ *
+ * value:   as it shall stand in the file, escapes included: with a newline in it
+ *          the saved file may not load again.
+ * Errors:  a group or key that GLib does not take as a name sets nothing and is
+ *          told as a GLib critical message.
  */
 ORVANE_API void key_file_set_value(struct _GKeyFile *kf, const char *group, const char *key,
                                    const char *value);
@@ -284,7 +294,8 @@ ORVANE_API char *key_file_to_data(struct _GKeyFile *kf, size_t *length);
 
 /*
  * Saves a key file: a new file beside `path` is moved over it, so that `path`
- * holds the old text or the new one and never a part.
+ * holds the old text or the new one and never a part. The new file is the
+ * caller's, with mode 0666 less the umask; a symbolic link is replaced by it.
  *
  * Errors:  "Unable to save settings2: " (no text could be made) or "Unable to
  *          save settings3: " (it could not be written) and the reason, as a GLib

@@ -23,7 +23,7 @@ heap_text event_stamp() noexcept
 {
     bounded_text<stamp_bytes> stamp;
     const std::time_t now = ::time(nullptr);
-    // Deliberate: the shared broken-down time, so concurrent events may swap stamps.
+    // Deliberate: localtime(), whose result all threads share; the header says what that means.
     // NOLINTNEXTLINE(concurrency-mt-unsafe)
     if (const std::tm *const local = ::localtime(&now))
         ::strftime(stamp.data(), stamp.capacity(), "%Y-%m-%d %H:%M:%S", local);

@@ -28,7 +28,8 @@ bool is_character_device(int fd) noexcept
 
 } // namespace orvane
 
-static_assert(sizeof(off_t) == 8, "files above 2 GiB must have a mode too");
+static_assert(sizeof(off_t) == 8 && sizeof(time_t) == 8,
+              "a file of any size and date must have a mode");
 
 extern "C" int file_stat(const char *path, int mask)
 {

@@ -7,6 +7,7 @@
 #include "support/handles.h"
 
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 
 #include <fcntl.h>
@@ -33,8 +34,7 @@ void end_with_newline(text_buffer &line) noexcept
 
 extern "C" const char *time_string(void)
 {
-    static char seconds[20];
-    static char minutes[49];
+    // Deliberate: one stamp for the whole process, which callers know not to keep.
     static char stamp[70];
 
     const std::time_t now = ::time(nullptr);
@@ -42,14 +42,21 @@ extern "C" const char *time_string(void)
     ::localtime_r(&now, &local);
 
     // Deliberate: a second reading of the clock, so at the turn of a minute the old minute may
-    // stand beside the new second. Readers of the log know the stamp this way.
+    // stand beside the new second. The stamp is documented so.
     std::timespec precise = {};
     ::clock_gettime(CLOCK_REALTIME, &precise);
 
-    ::snprintf(seconds, sizeof seconds, "%02d.%03d", static_cast<int>(precise.tv_sec % 60),
-               static_cast<int>(precise.tv_nsec / 1000000));
-    ::strftime(minutes, sizeof minutes, "%Y-%m-%d %H:%M", &local);
-    ::snprintf(stamp, sizeof stamp, "%s:%s", minutes, seconds);
+    orvane::bounded_text<20> seconds;
+    seconds.format("%02d.%03d", static_cast<int>(precise.tv_sec % 60),
+                   static_cast<int>(precise.tv_nsec / 1000000));
+    orvane::bounded_text<49> minutes;
+    ::strftime(minutes.data(), minutes.capacity(), "%Y-%m-%d %H:%M", &local);
+    orvane::bounded_text<sizeof stamp> joined;
+    joined.format("%s:%s", minutes.c_str(), seconds.c_str());
+
+    // Stored in one piece: another thread that reads meanwhile may find some of its digits here,
+    // but never the early end that formatting in place would put there for a moment.
+    ::memcpy(stamp, joined.c_str(), sizeof stamp);
     return stamp;
 }
 

@@ -17,8 +17,8 @@ struct dmi_source {
     const char *command;
 };
 
-// Deliberate: the family stands in for the vendor, and the version for the SKU. The identities
-// that callers have recorded over the years were made from these pairs.
+// Deliberate: the family stands in for the vendor, and the version for the SKU. Callers compare
+// what they recorded earlier, so a machine must keep its answers from one version to the next.
 constexpr dmi_source vendor = {
     "/sys/class/dmi/id/sys_vendor",
     "/usr/sbin/dmidecode -t 1 |grep -i 'Family' |awk '{print $2}'",

@@ -23,6 +23,12 @@ bool is_readable(const char *path) noexcept
     return ::access(path, R_OK) == 0;
 }
 
+bool has_sources() noexcept
+{
+    return has_dmidecode() && is_readable(boot_device_name_file) &&
+           is_readable(boot_device_card_file);
+}
+
 bool read_boot_device_field(const char *path, oem_field &field) noexcept
 {
     if (!start_of_file(path, field))
@@ -31,24 +37,27 @@ bool read_boot_device_field(const char *path, oem_field &field) noexcept
     return true;
 }
 
+// Leaves the text empty when one of the three parts cannot be had.
+void read_oem_info(text_buffer &info) noexcept
+{
+    oem_field serial;
+    oem_field name;
+    oem_field card;
+    if (first_line_of_command(serial_number_command, serial) &&
+        read_boot_device_field(boot_device_name_file, name) &&
+        read_boot_device_field(boot_device_card_file, card))
+        info.format("%s_%s_%s", serial.c_str(), name.c_str(), card.c_str());
+}
+
 } // namespace
 
 } // namespace orvane
 
 extern "C" char *hw_oem_info(void)
 {
-    using namespace orvane;
-    if (!has_dmidecode() || !is_readable(boot_device_name_file) ||
-        !is_readable(boot_device_card_file))
+    if (!orvane::has_sources())
         return nullptr;
-
-    oem_field serial;
-    oem_field name;
-    oem_field card;
-    bounded_text<oem_info_bytes> info;
-    if (first_line_of_command(serial_number_command, serial) &&
-        read_boot_device_field(boot_device_name_file, name) &&
-        read_boot_device_field(boot_device_card_file, card))
-        info.format("%s_%s_%s", serial.c_str(), name.c_str(), card.c_str());
+    orvane::bounded_text<orvane::oem_info_bytes> info;
+    orvane::read_oem_info(info);
     return info.copy();
 }

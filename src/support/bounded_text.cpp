@@ -40,9 +40,9 @@ void text_buffer::append_vformat(const char *format, va_list arguments, std::siz
     const std::size_t taken = end + spare;
     if (taken >= capacity_)
         return;
-    // What a failed conversion left behind is no text of ours.
-    if (::vsnprintf(room_ + end, capacity_ - taken, format, arguments) < 0)
-        room_[end] = '\0';
+    // A conversion that fails, or a text beyond what an int can count, leaves what came before it.
+    static_cast<void>(::vsnprintf(room_ + end, capacity_ - taken, format, arguments));
+    terminate();
 }
 
 void text_buffer::cut_at_any(const char *ends) noexcept

@@ -5,14 +5,19 @@
 #include "support/tool.h"
 
 #include <cerrno>
+#include <cstring>
 
 namespace orvane {
 
 namespace {
 
-bool was_interrupted(std::FILE *stream) noexcept
+// Whether a signal handler broke the read off, so that it can go on.
+bool can_go_on(std::FILE *stream) noexcept
 {
-    return ::ferror(stream) != 0 && errno == EINTR;
+    if (::ferror(stream) == 0 || errno != EINTR)
+        return false;
+    ::clearerr(stream);
+    return true;
 }
 
 unique_file open_for_reading(const char *path) noexcept
@@ -30,20 +35,23 @@ bool first_line_of(std::FILE *stream, text_buffer &line) noexcept
 
 } // namespace
 
-// A signal handler of the caller's may break a read off in the middle of a line. The stream has
-// handed over what came before, and the zero-filled buffer shows where that ends.
+// What a read stores before it is broken off holds no newline. With newlines laid out in the room,
+// the first one shows where that ends, zero bytes or not, and the next read goes on from there.
 bool read_line(std::FILE *stream, text_buffer &line) noexcept
 {
-    line.clear();
+    char *const room = line.data();
     std::size_t kept = 0;
-    while (::fgets(line.data() + kept, static_cast<int>(line.capacity() - kept), stream) ==
-           nullptr) {
-        if (!was_interrupted(stream))
-            return kept > 0 && ::feof(stream) != 0;
-        ::clearerr(stream);
-        kept = line.length();
-    }
-    return true;
+    do {
+        const std::size_t free_bytes = line.capacity() - kept;
+        ::memset(room + kept, '\n', free_bytes);
+        if (::fgets(room + kept, static_cast<int>(free_bytes), stream) != nullptr)
+            return true;
+        while (room[kept] != '\n')
+            ++kept;
+    } while (can_go_on(stream));
+
+    room[kept] = '\0';
+    return kept > 0 && ::feof(stream) != 0;
 }
 
 bool first_line_of_file(const char *path, text_buffer &line) noexcept
