@@ -21,7 +21,7 @@ void text_buffer::append(std::string_view text) noexcept
 {
     const std::size_t end = length();
     const std::size_t kept = std::min(text.size(), capacity_ - 1 - end);
-    ::memcpy(room_ + end, text.data(), kept);
+    std::copy_n(text.data(), kept, room_ + end);
     room_[end + kept] = '\0';
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include <atomic>
 #include <cstdio>
 #include <ctime>
 #include <functional>
@@ -10,8 +11,9 @@
 #include <sys/types.h>
 
 // Puts a test's own function in the place of one that the library calls. Only calls that come from
-// liborvane.so are affected. A replacement may call real() for the genuine answer, and lasts until
-// the test ends:
+// liborvane.so are affected, but for the library's own functions: it may reach those by a jump,
+// which leaves no trace of where it came from, so they are replaced for everyone. A replacement may
+// call real() for the genuine answer, and lasts until the test ends:
 //
 //     interpose::strdup = [](const char *) -> char * { return nullptr; };
 namespace interpose {
@@ -41,23 +43,28 @@ public:
 
     Result real(Parameters... parameters)
     {
-        if (real_ == nullptr)
-            real_ = reinterpret_cast<Result (*)(Parameters...)>(next_definition(name_));
-        return real_(parameters...);
+        Result (*found)(Parameters...) = real_;
+        if (found == nullptr) {
+            found = reinterpret_cast<Result (*)(Parameters...)>(next_definition(name_));
+            real_ = found;
+        }
+        return found(parameters...);
     }
 
     Result call(const void *caller, Parameters... parameters)
     {
-        if (replacement_ == nullptr || !is_from_library(caller))
+        if (replacement_ == nullptr || !(is_from_library(caller) || is_of_library()))
             return real(parameters...);
         return (*replacement_)(parameters...);
     }
 
 private:
+    [[nodiscard]] bool is_of_library() const { return is_from_library(next_definition(name_)); }
+
     const char *name_;
     // Constant-initialised, because the functions are called before main() and before constructors.
     std::function<Result(Parameters...)> *replacement_ = nullptr;
-    Result (*real_)(Parameters...) = nullptr;
+    std::atomic<Result (*)(Parameters...)> real_ = nullptr; // found by any thread
 };
 
 // INTERPOSED(result, name, parameters) for every function that can be replaced.
@@ -70,6 +77,7 @@ private:
     INTERPOSED(int, stat, (const char *path, struct stat *status), (path, status))                 \
     INTERPOSED(int, fstat, (int fd, struct stat *status), (fd, status))                            \
     INTERPOSED(int, dup2, (int from, int to), (from, to))                                          \
+    INTERPOSED(pid_t, getpid, (), ())                                                              \
     INTERPOSED(std::FILE *, fopen, (const char *path, const char *mode), (path, mode))             \
     INTERPOSED(char *, fgets, (char *room, int size, std::FILE *stream), (room, size, stream))     \
     INTERPOSED(size_t, fread, (void *room, size_t size, size_t count, std::FILE *stream),          \

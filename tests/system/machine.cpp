@@ -67,7 +67,8 @@ std::string quoted(const std::string &text)
 
 bool become(uid_t user)
 {
-    return user == 0 || (::setgroups(0, nullptr) == 0 && ::setgid(user) == 0 && ::setuid(user) == 0);
+    return user == 0 ||
+           (::setgroups(0, nullptr) == 0 && ::setgid(user) == 0 && ::setuid(user) == 0);
 }
 
 fs::path deepest_existing_directory(fs::path path)
@@ -97,7 +98,7 @@ std::string constructed_machine::unavailable()
 void constructed_machine::start()
 {
     check(::unshare(CLONE_NEWNS | CLONE_NEWNET), "unshare");
-    check(::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "make mounts private");
+    check(::mount("none", "/", "none", MS_REC | MS_PRIVATE, ""), "make mounts private");
 
     std::string staging = "/tmp/orvane-machine.XXXXXX";
     if (::mkdtemp(staging.data()) == nullptr)
@@ -160,10 +161,10 @@ void constructed_machine::cover(const std::string &path, const std::string &opti
 
 void constructed_machine::bind(const std::string &from, const std::string &to, bool writable)
 {
-    check(::mount(from.c_str(), to.c_str(), nullptr, MS_BIND | MS_REC, nullptr), "bind " + from);
+    check(::mount(from.c_str(), to.c_str(), "none", MS_BIND | MS_REC, ""), "bind " + from);
     mounted(to);
     if (!writable)
-        check(::mount(nullptr, to.c_str(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr),
+        check(::mount("none", to.c_str(), "none", MS_BIND | MS_REMOUNT | MS_RDONLY, ""),
               "protect " + from);
 }
 
@@ -176,7 +177,8 @@ void constructed_machine::shadow(const std::string &directory)
     cover(directory);
     for (const fs::directory_entry &entry : fs::directory_iterator(kept)) {
         const fs::path here = fs::path(directory) / entry.path().filename();
-        fs::create_symlink(entry.is_symlink() ? fs::read_symlink(entry.path()) : entry.path(), here);
+        fs::create_symlink(entry.is_symlink() ? fs::read_symlink(entry.path()) : entry.path(),
+                           here);
     }
 }
 
@@ -248,7 +250,7 @@ void constructed_machine::file_system(const std::string &path, const std::string
 
 void constructed_machine::read_only(const std::string &path)
 {
-    check(::mount(nullptr, path.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr),
+    check(::mount("none", path.c_str(), "none", MS_REMOUNT | MS_RDONLY, ""),
           "make read-only " + path);
 }
 
@@ -259,7 +261,8 @@ std::string constructed_machine::record_of(const std::string &tool_path) const
 
 // The record of a run is the number of its arguments, the arguments, and the environment that
 // execve() was given, each ended by a zero byte, and a last empty field.
-void constructed_machine::executable(const std::string &path, std::string_view commands, mode_t mode)
+void constructed_machine::executable(const std::string &path, std::string_view commands,
+                                     mode_t mode)
 {
     const std::string record = quoted(record_of(path));
     std::ostringstream text;

@@ -85,8 +85,7 @@ std::string standard_error_of(const std::function<void()> &action)
 closed_descriptors::closed_descriptors(const std::vector<int> &descriptors)
 {
     for (const int descriptor : descriptors) {
-        kept_.emplace_back(descriptor,
-                           ::fcntl(descriptor, F_DUPFD_CLOEXEC, first_kept_descriptor));
+        kept_.emplace_back(descriptor, ::fcntl(descriptor, F_DUPFD_CLOEXEC, first_kept_descriptor));
         ::close(descriptor);
     }
 }

@@ -1,1 +1,326 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "fixture.h"
+#include "interpose.h"
+#include "orvane.h"
+
+#include <cctype>
+#include <clocale>
+#include <cstdint>
+#include <cstring>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+using namespace std::string_view_literals;
+
+namespace {
+
+using cleaner = void(char *);
+
+std::string cleaned(cleaner *clean, std::string text)
+{
+    clean(text.data());
+    return text.c_str();
+}
+
+// Those of the 255 bytes of a text that the function deletes; an exclamation mark for each one that
+// it changes otherwise.
+std::string deleted_by(cleaner *clean)
+{
+    std::string deleted;
+    for (int byte = 1; byte <= 255; ++byte) {
+        const std::string text = {'<', static_cast<char>(byte), '>'};
+        const std::string left = cleaned(clean, text);
+        if (left == "<>")
+            deleted += static_cast<char>(byte);
+        else if (left != text)
+            deleted += '!';
+    }
+    return deleted;
+}
+
+// Each byte that is lowered, and the one that it becomes.
+std::string lowered_pairs()
+{
+    std::string pairs;
+    for (int byte = 1; byte <= 255; ++byte) {
+        const std::string text = {static_cast<char>(byte)};
+        if (const std::string low = cleaned(toLowerCase, text); low != text)
+            pairs += text + low;
+    }
+    return pairs;
+}
+
+} // namespace
+
+// Deleting characters.
+
+TEST(removing_spaces, deletes_spaces_and_newlines_alone)
+{
+    EXPECT_EQ(deleted_by(removeSpaces), "\n ");
+}
+
+TEST(removing_spaces_and_tabs, deletes_spaces_and_tabs_alone)
+{
+    EXPECT_EQ(deleted_by(removeSpacesTabs), "\t ");
+}
+
+TEST(removing_special_characters, deletes_newlines_spaces_and_parentheses_alone)
+{
+    EXPECT_EQ(deleted_by(removeSpecialChar), "\n ()");
+}
+
+namespace {
+
+struct cleaning {
+    const char *name;
+    cleaner *clean;
+    std::string_view before; // the whole room of the text, but for a last zero byte
+    std::string_view after;
+    friend std::ostream &operator<<(std::ostream &stream, const cleaning &one)
+    {
+        return stream << one.name;
+    }
+};
+
+class cleaned_text : public testing::TestWithParam<cleaning> {};
+
+} // namespace
+
+TEST_P(cleaned_text, stands_in_its_place)
+{
+    std::string room(GetParam().before);
+    GetParam().clean(room.data());
+    EXPECT_EQ(room, GetParam().after);
+    EXPECT_EQ(room.data()[room.size()], '\0');
+}
+
+// One pass: what stood behind the new end is left as it was.
+INSTANTIATE_TEST_SUITE_P(
+    removeSpaces, cleaned_text,
+    testing::Values(cleaning{"example", removeSpaces, " x \n y\r", "xy\r\0 y\r"sv},
+                    cleaning{"nothing_to_delete", removeSpaces, "disk", "disk"},
+                    cleaning{"empty", removeSpaces, "", ""},
+                    cleaning{"behind_the_end", removeSpaces, "\0a b"sv, "\0a b"sv},
+                    cleaning{"all", removeSpaces, " \n \n", "\0\n \n"sv},
+                    cleaning{"one", removeSpaces, " ", "\0"sv},
+                    cleaning{"first", removeSpaces, " ab", "ab\0"sv},
+                    cleaning{"last", removeSpaces, "ab ", "ab\0"sv},
+                    cleaning{"order", removeSpaces, "c a\nb a", "caba\0 a"sv},
+                    cleaning{"tabs", removeSpaces, "\ta \t", "\ta\t\0"sv},
+                    cleaning{"parentheses", removeSpaces, "(a )", "(a)\0"sv},
+                    cleaning{"high_bytes", removeSpaces, "\xa0 \x85\xff", "\xa0\x85\xff\0"sv}));
+
+INSTANTIATE_TEST_SUITE_P(
+    removeSpacesTabs, cleaned_text,
+    testing::Values(cleaning{"example", removeSpacesTabs, " x\t\ny", "x\ny\0y"sv},
+                    cleaning{"nothing_to_delete", removeSpacesTabs, "disk\n", "disk\n"},
+                    cleaning{"empty", removeSpacesTabs, "", ""},
+                    cleaning{"behind_the_end", removeSpacesTabs, "\0a b"sv, "\0a b"sv},
+                    cleaning{"all", removeSpacesTabs, " \t \t", "\0\t \t"sv},
+                    cleaning{"order", removeSpacesTabs, "c a\tb a", "caba\0 a"sv},
+                    cleaning{"high_bytes", removeSpacesTabs, "\xa0\t\xff", "\xa0\xff\0"sv}));
+
+INSTANTIATE_TEST_SUITE_P(
+    removeSpecialChar, cleaned_text,
+    testing::Values(
+        cleaning{"example", removeSpecialChar, "ST1000 (rev A)\n", "ST1000revA\0 A)\n"sv},
+        cleaning{"tab", removeSpecialChar, "a\tb", "a\tb"},
+        cleaning{"empty", removeSpecialChar, "", ""},
+        cleaning{"behind_the_end", removeSpecialChar, "\0a(b"sv, "\0a(b"sv},
+        cleaning{"all", removeSpecialChar, "( \n)", "\0 \n)"sv},
+        cleaning{"order", removeSpecialChar, "c(a)b a", "caba\0 a"sv},
+        cleaning{"other_punctuation", removeSpecialChar, "[a]{b}<c>", "[a]{b}<c>"},
+        cleaning{"high_bytes", removeSpecialChar, "\xa8(\xa9)\xff", "\xa8\xa9\xff\0\xff"sv}));
+
+TEST(removing_spaces, takes_a_text_of_any_length)
+{
+    std::string text;
+    for (int i = 0; i < 100000; ++i)
+        text += "a ";
+    EXPECT_EQ(cleaned(removeSpaces, text), std::string(100000, 'a'));
+}
+
+TEST(removing_spaces, does_nothing_without_a_text)
+{
+    EXPECT_NO_FATAL_FAILURE(removeSpaces(nullptr));
+}
+
+TEST(removing_special_characters, does_nothing_without_a_text)
+{
+    EXPECT_NO_FATAL_FAILURE(removeSpecialChar(nullptr));
+}
+
+// Lowering.
+
+TEST(lowering, does_nothing_without_a_text)
+{
+    EXPECT_NO_FATAL_FAILURE(toLowerCase(nullptr));
+}
+
+TEST(lowering, leaves_an_empty_text_and_what_stands_behind_it)
+{
+    char text[] = "\0ABC";
+    toLowerCase(text);
+    EXPECT_EQ(std::string_view(text, sizeof text), "\0ABC\0"sv);
+}
+
+TEST(lowering, stops_at_the_end_of_the_text)
+{
+    char text[] = "AB\0CD";
+    toLowerCase(text);
+    EXPECT_EQ(std::string_view(text, sizeof text), "ab\0CD\0"sv);
+}
+
+TEST(lowering, takes_a_text_of_any_length)
+{
+    EXPECT_EQ(cleaned(toLowerCase, std::string(100000, 'Q')), std::string(100000, 'q'));
+}
+
+TEST(lowering, lowers_ascii_beside_utf_8)
+{
+    EXPECT_EQ(cleaned(toLowerCase, "ABC-\xc3\x84"), "abc-\xc3\x84");
+}
+
+TEST(lowering, asks_the_system_library_for_capitals_alone)
+{
+    std::string asked;
+    interpose::tolower = [&asked](int character) {
+        asked += static_cast<char>(character);
+        return 'x';
+    };
+    EXPECT_EQ(cleaned(toLowerCase, "@AMZ[`amz{\xc3\x84"), "@xxx[`amz{\xc3\x84");
+    EXPECT_EQ(asked, "AMZ");
+}
+
+TEST(lowering, takes_no_answer_outside_the_ascii_letters)
+{
+    int answer = 0;
+    interpose::tolower = [&answer](int) { return answer; };
+    for (const int strange : {0xfd, 0xe4, int{'`'}, int{'{'}, int{'A'}, int{'1'}, 0x169, -1}) {
+        answer = strange;
+        EXPECT_EQ(cleaned(toLowerCase, "IQ"), "iq") << strange;
+    }
+}
+
+namespace {
+
+struct language {
+    const char *name;
+    const char *source;    // of localedef, or none for a locale that always stands
+    const char *character; // set of it
+    unsigned char capital;
+    int lower; // what the C library answers for it in this locale
+    friend std::ostream &operator<<(std::ostream &stream, const language &one)
+    {
+        return stream << one.name;
+    }
+};
+
+class lowering_in : public on_machine, public testing::WithParamInterface<language> {
+protected:
+    void SetUp() override
+    {
+        on_machine::SetUp();
+        if (IsSkipped())
+            return;
+        choose(GetParam());
+    }
+
+    void TearDown() override
+    {
+        std::setlocale(LC_ALL, "C");
+        on_machine::TearDown();
+    }
+
+private:
+    void choose(const language &language)
+    {
+        if (language.source != nullptr) {
+            const auto built = machine.run({"localedef", "-i", language.source, "-f",
+                                            language.character, machine.scratch(language.name)});
+            ASSERT_EQ(built.status, 0) << built.error;
+            ::setenv("LOCPATH", machine.scratch("").c_str(), 1);
+        }
+        ASSERT_STREQ(std::setlocale(LC_ALL, language.name), language.name);
+        ASSERT_EQ(std::tolower(language.capital), language.lower) << "the locale is not the one";
+    }
+};
+
+} // namespace
+
+TEST_P(lowering_in, lowers_the_ascii_capitals_alone)
+{
+    EXPECT_EQ(lowered_pairs(), "AaBbCcDdEeFfGgHhIiJjKkLlMmNnOoPpQqRrSsTtUuVvWwXxYyZz");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    every_locale, lowering_in,
+    testing::Values(language{"C", nullptr, nullptr, 0xc4, 0xc4},
+                    language{"C.UTF-8", nullptr, nullptr, 0xc4, 0xc4},
+                    language{"de_DE.ISO-8859-1", "de_DE", "ISO-8859-1", 0xc4, 0xe4},
+                    language{"tr_TR.ISO-8859-9", "tr_TR", "ISO-8859-9", 'I', 0xfd}));
+
+// Zero bytes.
+
+namespace {
+
+using bytes = std::vector<unsigned char>;
+
+struct packing {
+    const char *name;
+    uint32_t length; // of the range, which may be shorter than the bytes
+    bytes before;
+    bytes after;
+    friend std::ostream &operator<<(std::ostream &stream, const packing &one)
+    {
+        return stream << one.name;
+    }
+};
+
+class packed_range : public testing::TestWithParam<packing> {};
+
+} // namespace
+
+TEST_P(packed_range, has_no_zero_byte_before_its_repeated_last_byte)
+{
+    bytes range = GetParam().before;
+    remove_null_chars(range.data(), GetParam().length);
+    EXPECT_EQ(range, GetParam().after);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    remove_null_chars, packed_range,
+    testing::Values(
+        packing{"example", 5, {'a', 0, 0, 'b', 'c'}, {'a', 'b', 'c', 'c', 'c'}},
+        packing{"no_zero", 3, {'a', 'b', 'c'}, {'a', 'b', 'c'}},
+        packing{"one_byte", 1, {'a'}, {'a'}}, packing{"one_zero", 1, {0}, {0}},
+        packing{"zeros_alone", 3, {0, 0, 0}, {0, 0, 0}},
+        packing{"zeros_first", 3, {0, 0, 'a'}, {'a', 'a', 'a'}},
+        packing{"zeros_last", 3, {'a', 0, 0}, {'a', 0, 0}},
+        packing{"zero_inside_and_last", 4, {'a', 0, 'b', 0}, {'a', 'b', 0, 0}},
+        packing{"zero_first_and_inside", 4, {0, 'a', 0, 'b'}, {'a', 'b', 'b', 'b'}},
+        packing{"runs", 8, {0, 0, 1, 0, 0, 0, 2, 3}, {1, 2, 3, 3, 3, 3, 3, 3}},
+        packing{"order", 6, {3, 0, 1, 0, 2, 1}, {3, 1, 2, 1, 1, 1}},
+        packing{"high_bytes", 4, {0xff, 0, 0x80, 0xfe}, {0xff, 0x80, 0xfe, 0xfe}},
+        packing{"zero_digits", 3, {'0', 0, '0'}, {'0', '0', '0'}},
+        packing{"behind_the_range", 3, {'a', 0, 'b', 0, 'c', 0}, {'a', 'b', 'b', 0, 'c', 0}},
+        packing{"zero_at_the_end_of_the_range", 2, {'a', 0, 'b', 'c'}, {'a', 0, 'b', 'c'}},
+        packing{"no_range", 0, {0, 'a'}, {0, 'a'}}));
+
+TEST(removing_zero_bytes, takes_a_range_of_more_than_sixteen_bits)
+{
+    bytes range(100000, 'a');
+    range.front() = 0;
+    range.back() = 'x';
+    remove_null_chars(range.data(), 100000);
+    bytes packed(100000, 'a');
+    packed[99998] = packed[99999] = 'x';
+    EXPECT_EQ(range, packed);
+}
+
+TEST(removing_zero_bytes, looks_at_nothing_without_a_range)
+{
+    EXPECT_NO_FATAL_FAILURE(remove_null_chars(nullptr, 0));
+}

@@ -1,1 +1,257 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "fixture.h"
+#include "interpose.h"
+#include "orvane.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <functional>
+#include <latch>
+#include <memory>
+#include <ostream>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <glib.h>
+#include <unistd.h>
+
+namespace {
+
+using strings = std::vector<std::string>;
+
+constexpr int threads = 8;
+
+// Runs the action in many threads at once; each is told its number.
+void at_once(const std::function<void(int)> &action)
+{
+    std::latch start(threads);
+    std::vector<std::thread> running;
+    for (int thread = 0; thread < threads; ++thread) {
+        running.emplace_back([&start, &action, thread] {
+            start.arrive_and_wait();
+            action(thread);
+        });
+    }
+    for (std::thread &thread : running)
+        thread.join();
+}
+
+// "0 of 0", "1 of 0", ... : every line of every thread, in the order of the threads.
+strings every_line(int lines_of_each)
+{
+    strings lines;
+    for (int thread = 0; thread < threads; ++thread) {
+        for (int line = 0; line < lines_of_each; ++line)
+            lines.push_back(std::to_string(line) + " of " + std::to_string(thread));
+    }
+    return lines;
+}
+
+// The same for lines as they were written: those of one thread stay in their order.
+strings by_thread(strings lines)
+{
+    std::stable_sort(
+        lines.begin(), lines.end(),
+        [](const std::string &one, const std::string &two) { return one.back() < two.back(); });
+    return lines;
+}
+
+// What the form finds in each line of the log; all of the line where it does not have the form.
+strings messages(const std::string &log, const std::regex &form)
+{
+    strings found;
+    std::istringstream stream(log);
+    for (std::string line; std::getline(stream, line);) {
+        std::smatch parts;
+        found.push_back(std::regex_match(line, parts, form) ? parts[1].str() : line);
+    }
+    return found;
+}
+
+std::string text_or_none(char *text)
+{
+    return owned_text(text).value();
+}
+
+} // namespace
+
+using many_threads = on_machine;
+
+TEST_F(many_threads, have_their_whole_lines_in_the_trace_log)
+{
+    constexpr int lines = 200;
+    interpose::time_string = [] { return "2026-11-16 03:55:07.042"; };
+    at_once([](int thread) {
+        for (int line = 0; line < lines; ++line)
+            orvane_trace("%d of %d", line, thread);
+    });
+    EXPECT_EQ(by_thread(machine.trace()), every_line(lines));
+}
+
+namespace {
+
+// So many that threads meet in the stamp.
+constexpr int many_lines = 2000;
+
+void trace_many_lines(int thread)
+{
+    for (int line = 0; line < many_lines; ++line)
+        orvane_trace("%d of %d", line, thread);
+}
+
+} // namespace
+
+TEST_F(many_threads, leave_every_trace_line_its_process_id)
+{
+    at_once(trace_many_lines);
+    const std::regex form(".* \\[" + std::to_string(::getpid()) + R"(\]: (\d+ of \d))");
+    EXPECT_EQ(by_thread(messages(machine.content("/var/log/orvane/liborvane.log"), form)),
+              every_line(many_lines));
+}
+
+TEST_F(many_threads, leave_every_trace_line_a_whole_stamp)
+{
+    at_once(trace_many_lines);
+    EXPECT_EQ(by_thread(machine.trace()), every_line(many_lines));
+}
+
+TEST_F(many_threads, keep_their_own_errno_while_tracing)
+{
+    std::vector<int> after(threads);
+    at_once([&after](int thread) {
+        errno = thread + 1;
+        for (int line = 0; line < 20; ++line)
+            orvane_trace("message");
+        after[static_cast<std::size_t>(thread)] = errno;
+    });
+    EXPECT_EQ(after, (std::vector<int>{1, 2, 3, 4, 5, 6, 7, 8}));
+}
+
+TEST_F(many_threads, may_make_the_trace_directory_together)
+{
+    std::vector<int> results(threads);
+    at_once([&results](int thread) {
+        results[static_cast<std::size_t>(thread)] = orvane_logger_env_init();
+    });
+    EXPECT_EQ(results, std::vector<int>(threads, 1));
+    EXPECT_TRUE(std::filesystem::is_directory("/var/log/orvane"));
+}
+
+TEST_F(many_threads, have_their_whole_lines_in_an_event_log)
+{
+    constexpr int lines = 200;
+    const std::string log = machine.scratch("events");
+    at_once([&log](int thread) {
+        for (int line = 0; line < lines; ++line) {
+            const std::string text = std::to_string(line) + " of " + std::to_string(thread);
+            log_write(log.c_str(), text.c_str(), "II", 1);
+        }
+    });
+    const std::regex form(R"(\(II\) Time: \d{4}-\d\d-\d\d \d\d:\d\d:\d\d\t\tMessage: (\d+ of \d))");
+    EXPECT_EQ(by_thread(messages(machine.content(log), form)), every_line(lines));
+}
+
+TEST_F(many_threads, clean_their_own_texts)
+{
+    std::vector<std::string> texts(threads);
+    at_once([&texts](int thread) {
+        for (int time = 0; time < 100; ++time) {
+            std::string text = "ST1000 (Rev\tA)\n";
+            toLowerCase(text.data());
+            removeSpaces(text.data());
+            removeSpacesTabs(text.data());
+            removeSpecialChar(text.data());
+            std::string range = {'a', '\0', 'b'};
+            remove_null_chars(range.data(), 3);
+            texts[static_cast<std::size_t>(thread)] = text.c_str() + range;
+        }
+    });
+    EXPECT_EQ(texts, std::vector<std::string>(threads, "st1000revaabb"));
+}
+
+namespace {
+
+struct query {
+    const char *name;
+    std::string (*ask)();
+    std::string answer;
+    int times;
+    friend std::ostream &operator<<(std::ostream &stream, const query &one)
+    {
+        return stream << one.name;
+    }
+};
+
+class asked_by_many_threads : public on_machine, public testing::WithParamInterface<query> {
+protected:
+    void SetUp() override
+    {
+        on_machine::SetUp();
+        if (IsSkipped())
+            return;
+        machine.file("/etc/os-release", "VARIANT=\"EDU\"\n");
+        machine.file("/sys/class/dmi/id/sys_vendor", "ACME\n");
+        machine.file("/proc/bootdevice/product_name", "flash\n");
+        machine.file("/proc/bootdevice/cid", "card\n");
+        machine.file("/sys/settings", "[group]\nkey=value\n", 0640);
+        machine.script("/usr/sbin/dmidecode",
+                       "case \"$*\" in\n"
+                       "'-s system-uuid') echo 4c4c4544-0043-3010-8052-b4c04f564231 ;;\n"
+                       "*) printf '\\tVersion: V2 x\\n\\tSerial Number: SN1\\n' ;;\n"
+                       "esac");
+    }
+};
+
+std::string value_in_a_key_file()
+{
+    const std::unique_ptr<GKeyFile, decltype(&::g_key_file_free)> kf(
+        key_file_load_from_file("/sys/settings"), ::g_key_file_free);
+    const std::unique_ptr<char, decltype(&::g_free)> value(
+        key_file_get_value(kf.get(), "group", "key"), ::g_free);
+    return value.get();
+}
+
+} // namespace
+
+TEST_P(asked_by_many_threads, gives_each_the_same_answer)
+{
+    std::vector<std::set<std::string>> answers(threads);
+    at_once([&answers](int thread) {
+        for (int time = 0; time < GetParam().times; ++time)
+            answers[static_cast<std::size_t>(thread)].insert(GetParam().ask());
+    });
+    EXPECT_EQ(answers, std::vector(threads, std::set{GetParam().answer}));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    reading_files, asked_by_many_threads,
+    testing::Values(
+        query{"file_stat", [] { return std::to_string(file_stat("/sys/settings", 0777)); }, "416",
+              100},
+        query{"sysfs",
+              [] {
+                  return text_or_none(get_machine_info_from_sysfs("/sys/class/dmi/id/sys_vendor"));
+              },
+              "ACME", 100},
+        query{
+            "service_tag",
+            [] { return text_or_none(get_service_tag_from_sysfs("/sys/class/dmi/id/sys_vendor")); },
+            "ACME", 100},
+        query{"vendor", [] { return text_or_none(orvane_get_vendor()); }, "ACME", 100},
+        query{"os_version", [] { return std::to_string(orvane_get_os_version()); }, "2", 100},
+        query{"key_file", value_in_a_key_file, "value", 100}));
+
+INSTANTIATE_TEST_SUITE_P(
+    running_tools, asked_by_many_threads,
+    testing::Values(
+        query{"model", [] { return text_or_none(orvane_get_model()); }, "V2", 5},
+        query{"system_uuid", [] { return text_or_none(orvane_get_system_uuid()); },
+              "4c4c4544-0043-3010-8052-b4c04f564231", 5},
+        query{"oem_info", [] { return text_or_none(hw_oem_info()); }, "SN1_flash_card", 5},
+        query{"command", [] { return text_or_none(get_machine_info_from_dmidecode("echo told")); },
+              "told", 5}));
