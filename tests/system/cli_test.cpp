@@ -17,12 +17,7 @@ constexpr char trace_log[] = "/var/log/orvane/liborvane.log";
 // The installed command on a constructed machine, at a prefix that every user can reach.
 class orvane_command : public on_machine {
 protected:
-    void SetUp() override
-    {
-        on_machine::SetUp();
-        if (!IsSkipped())
-            machine.show(STAGE, "/opt/orvane");
-    }
+    void furnish() override { machine.show(STAGE, "/opt/orvane"); }
 
     [[nodiscard]] result orvane(std::vector<std::string> arguments, uid_t user = 0) const
     {
@@ -30,10 +25,10 @@ protected:
         return machine.run(arguments, user);
     }
 
-    // The same through a shell, for what a shell does to a command's descriptors.
-    [[nodiscard]] result shell(const std::string &command) const
+    // The same with arguments and redirections as a shell takes them.
+    [[nodiscard]] result orvane_by_shell(const std::string &words) const
     {
-        return machine.run({"/bin/sh", "-c", "PATH=/opt/orvane/bin:$PATH; " + command});
+        return machine.run({"/bin/sh", "-c", "exec /opt/orvane/bin/orvane " + words});
     }
 
     void describe_machine()
@@ -282,14 +277,14 @@ TEST_F(orvane_command, tells_root_once_that_the_trace_log_cannot_be_opened)
 
 TEST_F(orvane_command, tells_that_its_output_could_not_be_written)
 {
-    const result full = shell("orvane >/dev/full");
+    const result full = orvane_by_shell(">/dev/full");
     EXPECT_EQ(full.error, "orvane: standard output: No space left on device\n");
     EXPECT_EQ(full.status, 1);
 }
 
 TEST_F(orvane_command, refuses_a_closed_standard_output)
 {
-    const result closed = shell("orvane >&-");
+    const result closed = orvane_by_shell(">&-");
     EXPECT_EQ(closed.error, "orvane: standard output is closed\n");
     EXPECT_EQ(closed.status, 1);
 }
@@ -297,5 +292,5 @@ TEST_F(orvane_command, refuses_a_closed_standard_output)
 TEST_F(orvane_command, works_with_standard_input_and_error_closed)
 {
     machine.file("/sys/class/dmi/id/sys_vendor", "Acme\n");
-    EXPECT_EQ(shell("orvane show vendor <&- 2>&-").output, "Acme\n");
+    EXPECT_EQ(orvane_by_shell("show vendor <&- 2>&-").output, "Acme\n");
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "fixture.h"
 #include "interpose.h"
+#include "log_machine.h"
 #include "orvane.h"
 
 #include <algorithm>
@@ -18,15 +19,10 @@
 
 namespace {
 
-using strings = std::vector<std::string>;
-
-class event_machine : public on_machine {
+class event_machine : public log_machine {
 protected:
-    void SetUp() override
+    void furnish() override
     {
-        on_machine::SetUp();
-        if (IsSkipped())
-            return;
         log_ = machine.scratch("events");
         settle_clock();
     }
@@ -37,11 +33,7 @@ protected:
     }
     [[nodiscard]] std::string logged() const { return constructed_machine::content(log_); }
     [[nodiscard]] const std::string &path() const { return log_; }
-    [[nodiscard]] mode_t mode() const
-    {
-        struct stat status = {};
-        return ::stat(log_.c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
-    }
+    [[nodiscard]] mode_t mode() const { return permissions(log_); }
 
     // 2023-11-14 22:13:20 UTC
     static void settle_clock(time_t now = 1700000000)
@@ -65,12 +57,7 @@ protected:
 
     void record_calls()
     {
-        interpose::open = [this](const char *path, int flags, mode_t mode) {
-            opened_ = interpose::open.real(path, flags, mode);
-            calls.push_back("open " + std::string(path) + " " + std::to_string(flags) + " " +
-                            std::to_string(mode));
-            return opened_;
-        };
+        record_file_calls();
         interpose::time = [this](time_t *) {
             calls.emplace_back("time");
             return time_t{1700000000};
@@ -87,29 +74,12 @@ protected:
             calls.push_back("strdup " + std::string(text));
             return interpose::strdup.real(text);
         };
-        interpose::write = [this](int fd, const void *data, size_t size) {
-            calls.push_back("write " + name_of(fd) + " " + std::to_string(size));
-            return interpose::write.real(fd, data, size);
-        };
-        interpose::close = [this](int fd) {
-            calls.push_back("close " + name_of(fd));
-            return interpose::close.real(fd);
-        };
     }
 
-    [[nodiscard]] std::string log_opened() const
-    {
-        return "open " + log_ + " " + std::to_string(O_WRONLY | O_CREAT | O_APPEND) + " " +
-               std::to_string(0640);
-    }
-
-    strings calls;
+    [[nodiscard]] std::string log_opened() const { return opened_for_appending(log_, 0640); }
 
 private:
-    [[nodiscard]] std::string name_of(int fd) const { return fd == opened_ ? "log" : "another"; }
-
     std::string log_;
-    int opened_ = -1;
 };
 
 } // namespace
@@ -152,15 +122,10 @@ TEST_F(event_log, reads_the_clock_for_each_event)
 
 namespace {
 
-struct event_case {
-    const char *name;
+struct event_case : named_case {
     std::string message;
     std::string tag;
     std::string line;
-    friend std::ostream &operator<<(std::ostream &stream, const event_case &one)
-    {
-        return stream << one.name;
-    }
 };
 
 class event_line : public event_machine, public testing::WithParamInterface<event_case> {};
@@ -289,9 +254,9 @@ TEST_F(event_log, costs_one_open_one_write_and_one_close)
 {
     record_calls();
     log("message");
-    EXPECT_EQ(calls, (strings{log_opened(), "time", "localtime 1700000000",
-                              "strftime 1024 %Y-%m-%d %H:%M:%S", "strdup 2023-11-14 22:13:20",
-                              "write log 49", "close log"}));
+    EXPECT_EQ(calls, (texts{log_opened(), "time", "localtime 1700000000",
+                            "strftime 1024 %Y-%m-%d %H:%M:%S", "strdup 2023-11-14 22:13:20",
+                            "write log 49", "close log"}));
 }
 
 TEST_F(event_log, is_written_and_closed_where_the_stamp_cannot_be_copied)
@@ -303,8 +268,8 @@ TEST_F(event_log, is_written_and_closed_where_the_stamp_cannot_be_copied)
     };
     log("message");
     EXPECT_EQ(calls,
-              (strings{log_opened(), "time", "localtime 1700000000",
-                       "strftime 1024 %Y-%m-%d %H:%M:%S", "strdup", "write log 13", "close log"}));
+              (texts{log_opened(), "time", "localtime 1700000000",
+                     "strftime 1024 %Y-%m-%d %H:%M:%S", "strdup", "write log 13", "close log"}));
 }
 
 TEST_F(event_log, appends_to_what_stands_in_it_and_keeps_its_mode)
@@ -347,14 +312,9 @@ TEST_F(event_log, leaves_the_trace_log_alone)
 
 namespace {
 
-struct mode_case {
-    const char *name;
+struct mode_case : named_case {
     mode_t umask;
     mode_t mode;
-    friend std::ostream &operator<<(std::ostream &stream, const mode_case &one)
-    {
-        return stream << one.name;
-    }
 };
 
 class event_log_mode : public event_machine, public testing::WithParamInterface<mode_case> {};
@@ -381,7 +341,7 @@ TEST_F(event_log, does_nothing_at_all_when_switched_off)
 {
     record_calls();
     log_write(path().c_str(), "message", "II", 0);
-    EXPECT_EQ(calls, strings{});
+    EXPECT_EQ(calls, texts{});
     EXPECT_FALSE(std::filesystem::exists(path()));
 }
 
@@ -461,7 +421,7 @@ TEST_F(silent_event_log, is_given_up_when_it_cannot_be_opened)
         return -1;
     };
     EXPECT_EQ(said_about(path()), "");
-    EXPECT_EQ(calls, strings{"open"});
+    EXPECT_EQ(calls, texts{"open"});
 }
 
 TEST_F(silent_event_log, is_closed_after_a_failed_write)
@@ -473,9 +433,9 @@ TEST_F(silent_event_log, is_closed_after_a_failed_write)
         return ssize_t{-1};
     };
     EXPECT_EQ(said_about(path()), "");
-    EXPECT_EQ(calls, (strings{log_opened(), "time", "localtime 1700000000",
-                              "strftime 1024 %Y-%m-%d %H:%M:%S", "strdup 2023-11-14 22:13:20",
-                              "write 49", "close log"}));
+    EXPECT_EQ(calls, (texts{log_opened(), "time", "localtime 1700000000",
+                            "strftime 1024 %Y-%m-%d %H:%M:%S", "strdup 2023-11-14 22:13:20",
+                            "write 49", "close log"}));
 }
 
 TEST_F(silent_event_log, is_written_once_even_where_a_part_is_taken)
@@ -501,16 +461,9 @@ class event_log_without_standard_descriptors
 
 TEST_P(event_log_without_standard_descriptors, is_written_and_leaves_them_closed)
 {
-    std::vector<int> left_open;
-    {
-        const closed_descriptors closed(GetParam());
-        log("message");
-        std::copy_if(GetParam().begin(), GetParam().end(), std::back_inserter(left_open), is_open);
-    }
-    EXPECT_EQ(left_open, std::vector<int>{});
+    EXPECT_EQ(left_open(GetParam(), [this] { log("message"); }), std::vector<int>{});
     EXPECT_EQ(logged(), stamped + "message\n");
 }
 
 INSTANTIATE_TEST_SUITE_P(every_combination, event_log_without_standard_descriptors,
-                         testing::ValuesIn(std::vector<std::vector<int>>{
-                             {0}, {1}, {2}, {0, 1}, {0, 2}, {1, 2}, {0, 1, 2}}));
+                         testing::ValuesIn(every_set_of_standard_descriptors()));

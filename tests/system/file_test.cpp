@@ -15,8 +15,6 @@
 
 namespace {
 
-using strings = std::vector<std::string>;
-
 } // namespace
 
 // The bits of a mode.
@@ -25,15 +23,10 @@ using file_bits = on_machine;
 
 namespace {
 
-struct mask_case {
-    const char *name;
+struct mask_case : named_case {
     const char *path;
     int mask;
     int bits;
-    friend std::ostream &operator<<(std::ostream &stream, const mask_case &one)
-    {
-        return stream << one.name;
-    }
 };
 
 class masked_file : public on_machine, public testing::WithParamInterface<mask_case> {};
@@ -132,14 +125,14 @@ TEST_F(file_bits, are_none_where_a_failed_call_left_some)
 
 TEST_F(file_bits, are_asked_for_once)
 {
-    strings asked;
+    texts asked;
     interpose::stat = [&asked](const char *path, struct stat *status) {
         asked.emplace_back(path);
         status->st_mode = S_IFREG | 0754;
         return 0;
     };
     EXPECT_EQ(file_stat("/sys/file", 0777), 0754);
-    EXPECT_EQ(asked, strings{"/sys/file"});
+    EXPECT_EQ(asked, texts{"/sys/file"});
 }
 
 // Standard descriptors.
@@ -192,9 +185,9 @@ protected:
 
     // What redirect_stdio() calls where these descriptors are closed, but for the last close(),
     // which may be a jump.
-    static strings calls_of_redirect(const std::vector<int> &closed_before)
+    static texts calls_of_redirect(const std::vector<int> &closed_before)
     {
-        strings calls;
+        texts calls;
         interpose::open = [&calls](const char *path, int flags, mode_t mode) {
             const int opened = interpose::open.real(path, flags, mode);
             calls.push_back("open " + std::string(path) + " " + std::to_string(flags) + " is " +
@@ -293,26 +286,25 @@ TEST_F(standard_descriptors, are_all_open_for_both_ways_and_for_programs)
 TEST_F(standard_descriptors, cost_a_spare_one_where_all_are_open)
 {
     EXPECT_EQ(calls_of_redirect({}),
-              (strings{null_opened("spare"), "fstat spare", "fstat 0", "fstat 1", "fstat 2"}));
+              (texts{null_opened("spare"), "fstat spare", "fstat 0", "fstat 1", "fstat 2"}));
 }
 
 TEST_F(standard_descriptors, keep_the_one_that_filled_the_only_slot)
 {
     EXPECT_EQ(calls_of_redirect({1}),
-              (strings{null_opened("1"), "fstat 1", "fstat 0", "fstat 1", "fstat 2"}));
+              (texts{null_opened("1"), "fstat 1", "fstat 0", "fstat 1", "fstat 2"}));
 }
 
 TEST_F(standard_descriptors, copy_the_one_that_filled_the_first_slot)
 {
     EXPECT_EQ(calls_of_redirect({0, 2}),
-              (strings{null_opened("0"), "fstat 0", "fstat 0", "fstat 1", "fstat 2", "dup2 0 2"}));
+              (texts{null_opened("0"), "fstat 0", "fstat 0", "fstat 1", "fstat 2", "dup2 0 2"}));
 }
 
 TEST_F(standard_descriptors, are_filled_in_their_order)
 {
-    EXPECT_EQ(calls_of_redirect({0, 1, 2}),
-              (strings{null_opened("0"), "fstat 0", "fstat 0", "fstat 1", "dup2 0 1", "fstat 2",
-                       "dup2 0 2"}));
+    EXPECT_EQ(calls_of_redirect({0, 1, 2}), (texts{null_opened("0"), "fstat 0", "fstat 0",
+                                                   "fstat 1", "dup2 0 1", "fstat 2", "dup2 0 2"}));
 }
 
 TEST_F(standard_descriptors, take_a_copy_where_the_null_device_came_higher)
@@ -354,18 +346,18 @@ TEST_F(standard_descriptors, take_any_character_device_of_that_name)
 TEST_F(standard_descriptors, are_given_up_when_the_null_device_cannot_be_opened)
 {
     machine.remove("/dev/null");
-    EXPECT_EQ(calls_of_redirect({1}), strings{null_opened("-1")});
+    EXPECT_EQ(calls_of_redirect({1}), texts{null_opened("-1")});
 }
 
 TEST_F(standard_descriptors, are_given_up_when_the_device_is_none)
 {
     machine.file("/dev/null", "");
-    EXPECT_EQ(calls_of_redirect({1}), (strings{null_opened("1"), "fstat 1"}));
+    EXPECT_EQ(calls_of_redirect({1}), (texts{null_opened("1"), "fstat 1"}));
 }
 
 TEST_F(standard_descriptors, are_given_up_when_the_device_cannot_be_examined)
 {
-    strings calls;
+    texts calls;
     interpose::fstat = [&calls](int, struct stat *status) {
         calls.emplace_back("fstat");
         status->st_mode = S_IFCHR;
@@ -377,7 +369,7 @@ TEST_F(standard_descriptors, are_given_up_when_the_device_cannot_be_examined)
         return 0;
     };
     EXPECT_EQ(after_redirect({1, 2}), (state{"own", "", ""}));
-    EXPECT_EQ(calls, strings{"fstat"});
+    EXPECT_EQ(calls, texts{"fstat"});
 }
 
 TEST_F(standard_descriptors, are_redirected_in_silence)

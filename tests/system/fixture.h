@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "cases.h"
 #include "machine.h"
 #include "process.h"
 
@@ -41,6 +42,7 @@ protected:
         ::umask(022);
         ::setenv("TZ", "UTC", 1);
         ::tzset();
+        furnish();
         descriptors_before_ = open_descriptors();
     }
 
@@ -52,6 +54,9 @@ protected:
         EXPECT_FALSE(has_children());
         machine.stop();
     }
+
+    // What the machine of a test holds from the start.
+    virtual void furnish() {}
 
     constructed_machine machine;
 

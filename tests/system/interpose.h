@@ -88,13 +88,13 @@ private:
     INTERPOSED(char *, strdup, (const char *text), (text))                                         \
     INTERPOSED(int, tolower, (int character), (character))                                         \
     INTERPOSED(time_t, time, (time_t * now), (now))                                                \
-    INTERPOSED(int, clock_gettime, (clockid_t clock, struct timespec *now), (clock, now))          \
+    INTERPOSED(int, clock_gettime, (clockid_t clock, struct timespec * now), (clock, now))         \
     INTERPOSED(struct tm *, localtime, (const time_t *when), (when))                               \
     INTERPOSED(struct tm *, localtime_r, (const time_t *when, struct tm *parts), (when, parts))    \
     INTERPOSED(size_t, strftime,                                                                   \
                (char *room, size_t size, const char *format, const struct tm *parts),              \
                (room, size, format, parts))                                                        \
-    INTERPOSED(gchar *, g_key_file_to_data, (GKeyFile * kf, gsize *length, GError **error),        \
+    INTERPOSED(gchar *, g_key_file_to_data, (GKeyFile * kf, gsize * length, GError * *error),      \
                (kf, length, error))                                                                \
     INTERPOSED(gchar *, g_key_file_get_value,                                                      \
                (GKeyFile * kf, const gchar *group, const gchar *key, GError **error),              \

@@ -16,8 +16,6 @@
 
 namespace {
 
-using texts = std::vector<std::string>;
-
 struct free_key_file {
     void operator()(GKeyFile *kf) const noexcept { ::g_key_file_free(kf); }
 };
@@ -167,21 +165,14 @@ TEST_F(key_file, is_none_from_no_path)
 TEST_F(key_file, is_none_from_a_file_that_cannot_be_read)
 {
     machine.file(path, settings, 0600);
-    ASSERT_EQ(::seteuid(65534), 0);
+    const other_user user;
     EXPECT_EQ(standard_error_of([] { EXPECT_EQ(key_file_load_from_file(path), nullptr); }), "");
-    ASSERT_EQ(::seteuid(0), 0);
 }
 
 namespace {
 
-struct malformed_text {
-    const char *name;
+struct malformed_text : named_case {
     std::string text;
-
-    friend std::ostream &operator<<(std::ostream &stream, const malformed_text &one)
-    {
-        return stream << one.name;
-    }
 };
 
 class malformed_key_file : public key_file, public testing::WithParamInterface<malformed_text> {};
@@ -520,22 +511,15 @@ class key_file_without_standard_descriptors : public key_file,
 } // namespace
 
 INSTANTIATE_TEST_SUITE_P(key_file, key_file_without_standard_descriptors,
-                         testing::Values(std::vector{0}, std::vector{1}, std::vector{2},
-                                         std::vector{0, 1}, std::vector{0, 2}, std::vector{1, 2},
-                                         std::vector{0, 1, 2}));
+                         testing::ValuesIn(every_set_of_standard_descriptors()));
 
 TEST_P(key_file_without_standard_descriptors, is_loaded_and_saved_and_leaves_them_closed)
 {
     machine.file(path, settings);
-    std::vector<int> opened;
-    {
-        const closed_descriptors closed(GetParam());
+    const auto load_and_save = [] {
         const owned_key_file kf(key_file_load_from_file(path));
         key_file_save_to_file(kf.get(), "/srv/settings/copy");
-        for (const int descriptor : GetParam())
-            if (is_open(descriptor))
-                opened.push_back(descriptor);
-    }
+    };
+    EXPECT_EQ(left_open(GetParam(), load_and_save), std::vector<int>{});
     EXPECT_EQ(machine.content("/srv/settings/copy"), settings);
-    EXPECT_EQ(opened, std::vector<int>{});
 }

@@ -2,6 +2,7 @@
 #include "fixture.h"
 #include "interpose.h"
 #include "orvane.h"
+#include "recorded_calls.h"
 
 #include <ostream>
 #include <string>
@@ -19,11 +20,8 @@ constexpr char card_file[] = "/proc/bootdevice/cid";
 // A machine that boots from a managed flash device.
 class oem_info : public on_machine {
 protected:
-    void SetUp() override
+    void furnish() override
     {
-        on_machine::SetUp();
-        if (IsSkipped())
-            return;
         machine.tool(dmidecode, "System Information\n\tSerial Number: SN0001\n");
         machine.file(name_file, "FLASH01\n");
         machine.file(card_file, "0123abcd\n");
@@ -125,9 +123,8 @@ TEST_F(oem_info, is_none_when_dmidecode_is_not_executable)
 TEST_F(oem_info, is_none_when_dmidecode_is_not_readable)
 {
     machine.script(dmidecode, "echo 'Serial Number: never'", 0711);
-    ASSERT_EQ(::setresuid(65534, 0, 0), 0);
+    const other_user user(0);
     expect_none_and_no_run();
-    ASSERT_EQ(::setresuid(0, 0, 0), 0);
 }
 
 TEST_F(oem_info, is_none_without_a_boot_device)
@@ -220,15 +217,9 @@ TEST_F(oem_info, is_empty_when_the_card_identifier_holds_no_byte)
 
 namespace {
 
-struct taken_text {
-    const char *name;
+struct taken_text : named_case {
     std::string source;
     std::string taken;
-
-    friend std::ostream &operator<<(std::ostream &stream, const taken_text &one)
-    {
-        return stream << one.name;
-    }
 };
 
 const taken_text serial_numbers[] = {
@@ -329,4 +320,71 @@ TEST_F(oem_info, is_two_separators_when_every_part_is_empty)
     machine.file(name_file, "\n");
     machine.file(card_file, "\n");
     EXPECT_EQ(told(), "__");
+}
+
+// ---- The order of the sources ----
+
+namespace {
+
+struct recorded_case : named_case {
+    void (*breaks)(constructed_machine &);
+    texts calls;
+};
+
+const texts asks_for_all = {"access /usr/sbin/dmidecode 5",
+                            "access /proc/bootdevice/product_name 4",
+                            "access /proc/bootdevice/cid 4"};
+const texts runs_dmidecode = {"popen /usr/sbin/dmidecode -t 1 |grep -i 'Serial Number' | "
+                              "awk -F': ' '{print $2}' r",
+                              "fgets 128", "pclose"};
+const texts reads_the_name = {"fopen /proc/bootdevice/product_name r", "fread 128", "fclose"};
+const texts reads_the_card = {"fopen /proc/bootdevice/cid r", "fread 128", "fclose"};
+const texts copies_nothing = {"strdup "};
+
+texts joined(std::initializer_list<texts> parts)
+{
+    texts all;
+    for (const texts &part : parts)
+        all.insert(all.end(), part.begin(), part.end());
+    return all;
+}
+
+const recorded_case recorded_cases[] = {
+    {"whole", [](constructed_machine &) {},
+     joined({asks_for_all,
+             runs_dmidecode,
+             reads_the_name,
+             reads_the_card,
+             {"strdup SN0001_FLASH01_0123abcd"}})},
+    {"without_dmidecode",
+     [](constructed_machine &machine) { machine.remove(dmidecode); },
+     {"access /usr/sbin/dmidecode 5"}},
+    {"without_a_name_file",
+     [](constructed_machine &machine) { machine.remove("/proc/bootdevice/product_name"); },
+     {"access /usr/sbin/dmidecode 5", "access /proc/bootdevice/product_name 4"}},
+    {"without_a_card_file",
+     [](constructed_machine &machine) { machine.remove("/proc/bootdevice/cid"); }, asks_for_all},
+    {"without_a_serial_number",
+     [](constructed_machine &machine) { machine.tool(dmidecode, "\tFamily: Example\n"); },
+     joined({asks_for_all, runs_dmidecode, copies_nothing})},
+    {"with_an_empty_name_file",
+     [](constructed_machine &machine) { machine.file("/proc/bootdevice/product_name", ""); },
+     joined({asks_for_all, runs_dmidecode, reads_the_name, copies_nothing})},
+    {"with_an_empty_card_file",
+     [](constructed_machine &machine) { machine.file("/proc/bootdevice/cid", ""); },
+     joined({asks_for_all, runs_dmidecode, reads_the_name, reads_the_card, copies_nothing})},
+};
+
+class oem_info_calls : public oem_info, public testing::WithParamInterface<recorded_case> {};
+
+} // namespace
+
+INSTANTIATE_TEST_SUITE_P(dmi, oem_info_calls, testing::ValuesIn(recorded_cases));
+
+TEST_P(oem_info_calls, reach_the_sources_in_the_documented_order)
+{
+    GetParam().breaks(machine);
+    const recorded_calls calls;
+    owned_text info(hw_oem_info());
+    EXPECT_EQ(calls.made(), GetParam().calls);
 }

@@ -17,11 +17,8 @@ const std::vector<std::string> begin_alone = {"_os_get_version, begin"};
 // Nothing but os-release tells the scene here, and at first there is none.
 class os_version : public on_machine {
 protected:
-    void SetUp() override
+    void furnish() override
     {
-        on_machine::SetUp();
-        if (IsSkipped())
-            return;
         machine.remove(os_release);
         machine.remove(vendor_os_release);
     }
@@ -129,16 +126,10 @@ TEST_F(os_version, prints_nothing)
 
 namespace {
 
-struct variant_field {
-    const char *name;
+struct variant_field : named_case {
     std::string line;
     std::string scene;
     unsigned int version;
-
-    friend std::ostream &operator<<(std::ostream &stream, const variant_field &one)
-    {
-        return stream << one.name;
-    }
 };
 
 const variant_field variant_fields[] = {
@@ -188,23 +179,14 @@ class os_version_without_standard_descriptors
 } // namespace
 
 INSTANTIATE_TEST_SUITE_P(os_version, os_version_without_standard_descriptors,
-                         testing::Values(std::vector{0}, std::vector{1}, std::vector{2},
-                                         std::vector{0, 1}, std::vector{0, 2}, std::vector{1, 2},
-                                         std::vector{0, 1, 2}));
+                         testing::ValuesIn(every_set_of_standard_descriptors()));
 
 TEST_P(os_version_without_standard_descriptors, works_and_leaves_them_closed)
 {
     machine.file(os_release, "VARIANT=EDU\n");
     unsigned int version = 0;
-    std::vector<int> opened;
-    {
-        const closed_descriptors closed(GetParam());
-        version = orvane_get_os_version();
-        for (const int descriptor : GetParam())
-            if (is_open(descriptor))
-                opened.push_back(descriptor);
-    }
+    EXPECT_EQ(left_open(GetParam(), [&version] { version = orvane_get_os_version(); }),
+              std::vector<int>{});
     EXPECT_EQ(version, 2U);
-    EXPECT_EQ(opened, std::vector<int>{});
     EXPECT_EQ(machine.trace().size(), 2U);
 }

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "process.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <iterator>
 #include <system_error>
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -101,6 +105,39 @@ closed_descriptors::~closed_descriptors()
 bool is_open(int descriptor)
 {
     return ::fcntl(descriptor, F_GETFD) >= 0;
+}
+
+std::vector<std::vector<int>> every_set_of_standard_descriptors()
+{
+    return {{0}, {1}, {2}, {0, 1}, {0, 2}, {1, 2}, {0, 1, 2}};
+}
+
+std::vector<int> left_open(const std::vector<int> &closed, const std::function<void()> &action)
+{
+    const closed_descriptors without(closed);
+    action();
+    std::vector<int> open;
+    std::copy_if(closed.begin(), closed.end(), std::back_inserter(open), is_open);
+    return open;
+}
+
+other_user::other_user(uid_t effective)
+{
+    if (::setresuid(nobody, effective, 0) != 0)
+        throw std::system_error(errno, std::generic_category(), "setresuid");
+}
+
+other_user::~other_user()
+{
+    // Staying another user would take the rights from whatever follows.
+    if (::setresuid(0, 0, 0) != 0)
+        std::abort();
+}
+
+mode_t permissions(const std::string &path)
+{
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
 }
 
 bool has_children()

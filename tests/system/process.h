@@ -31,5 +31,25 @@ private:
 
 bool is_open(int descriptor);
 
+// Every choice of standard descriptors that a caller may have closed.
+std::vector<std::vector<int>> every_set_of_standard_descriptors();
+
+// Which of the descriptors the action leaves open when they are closed before it.
+std::vector<int> left_open(const std::vector<int> &closed, const std::function<void()> &action);
+
+// Makes the process an ordinary user's for its lifetime: altogether, or its real user alone.
+class other_user {
+public:
+    static constexpr uid_t nobody = 65534;
+
+    explicit other_user(uid_t effective = nobody);
+    other_user(const other_user &) = delete;
+    other_user &operator=(const other_user &) = delete;
+    ~other_user();
+};
+
+// The permission bits of a file; 0 when there is none.
+mode_t permissions(const std::string &path);
+
 // Whether this process has a child, running or not yet waited for.
 bool has_children();

@@ -16,8 +16,6 @@
 
 namespace {
 
-using texts = std::vector<std::string>;
-
 std::optional<std::string> scene;
 int times_asked = 0;
 std::function<void()> when_asked = [] {};
@@ -35,9 +33,8 @@ namespace {
 
 class told_scene : public on_machine {
 protected:
-    void SetUp() override
+    void furnish() override
     {
-        on_machine::SetUp();
         scene.reset();
         times_asked = 0;
         when_asked = [] {};
@@ -117,15 +114,9 @@ TEST_F(told_scene, is_the_same_when_no_trace_can_be_written)
 
 namespace {
 
-struct version_of_scene {
-    const char *name;
+struct version_of_scene : named_case {
     const char *scene;
     unsigned int version;
-
-    friend std::ostream &operator<<(std::ostream &stream, const version_of_scene &one)
-    {
-        return stream << one.name;
-    }
 };
 
 class scene_text : public told_scene, public testing::WithParamInterface<version_of_scene> {};

@@ -68,14 +68,8 @@ TEST_F(system_uuid_query, takes_whatever_else_the_file_says)
 
 namespace {
 
-struct placeholder {
-    const char *name;
+struct placeholder : named_case {
     std::string uuid;
-
-    friend std::ostream &operator<<(std::ostream &stream, const placeholder &one)
-    {
-        return stream << one.name;
-    }
 };
 
 const placeholder placeholders[] = {
@@ -166,15 +160,9 @@ TEST_F(system_uuid_query, takes_the_shortened_placeholder_of_the_file)
 
 namespace {
 
-struct tool_output {
-    const char *name;
+struct tool_output : named_case {
     std::string printed;
     std::string uuid;
-
-    friend std::ostream &operator<<(std::ostream &stream, const tool_output &one)
-    {
-        return stream << one.name;
-    }
 };
 
 const tool_output lines_with_a_uuid[] = {

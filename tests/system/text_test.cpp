@@ -73,15 +73,10 @@ TEST(removing_special_characters, deletes_newlines_spaces_and_parentheses_alone)
 
 namespace {
 
-struct cleaning {
-    const char *name;
+struct cleaning : named_case {
     cleaner *clean;
     std::string_view before; // the whole room of the text, but for a last zero byte
     std::string_view after;
-    friend std::ostream &operator<<(std::ostream &stream, const cleaning &one)
-    {
-        return stream << one.name;
-    }
 };
 
 class cleaned_text : public testing::TestWithParam<cleaning> {};
@@ -206,27 +201,16 @@ TEST(lowering, takes_no_answer_outside_the_ascii_letters)
 
 namespace {
 
-struct language {
-    const char *name;
+struct language : named_case {
     const char *source;    // of localedef, or none for a locale that always stands
     const char *character; // set of it
     unsigned char capital;
     int lower; // what the C library answers for it in this locale
-    friend std::ostream &operator<<(std::ostream &stream, const language &one)
-    {
-        return stream << one.name;
-    }
 };
 
 class lowering_in : public on_machine, public testing::WithParamInterface<language> {
 protected:
-    void SetUp() override
-    {
-        on_machine::SetUp();
-        if (IsSkipped())
-            return;
-        choose(GetParam());
-    }
+    void furnish() override { choose(GetParam()); }
 
     void TearDown() override
     {
@@ -268,15 +252,10 @@ namespace {
 
 using bytes = std::vector<unsigned char>;
 
-struct packing {
-    const char *name;
+struct packing : named_case {
     uint32_t length; // of the range, which may be shorter than the bytes
     bytes before;
     bytes after;
-    friend std::ostream &operator<<(std::ostream &stream, const packing &one)
-    {
-        return stream << one.name;
-    }
 };
 
 class packed_range : public testing::TestWithParam<packing> {};

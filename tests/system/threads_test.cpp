@@ -22,8 +22,6 @@
 
 namespace {
 
-using strings = std::vector<std::string>;
-
 constexpr int threads = 8;
 
 // Runs the action in many threads at once; each is told its number.
@@ -42,9 +40,9 @@ void at_once(const std::function<void(int)> &action)
 }
 
 // "0 of 0", "1 of 0", ... : every line of every thread, in the order of the threads.
-strings every_line(int lines_of_each)
+texts every_line(int lines_of_each)
 {
-    strings lines;
+    texts lines;
     for (int thread = 0; thread < threads; ++thread) {
         for (int line = 0; line < lines_of_each; ++line)
             lines.push_back(std::to_string(line) + " of " + std::to_string(thread));
@@ -53,7 +51,7 @@ strings every_line(int lines_of_each)
 }
 
 // The same for lines as they were written: those of one thread stay in their order.
-strings by_thread(strings lines)
+texts by_thread(texts lines)
 {
     std::stable_sort(
         lines.begin(), lines.end(),
@@ -62,9 +60,9 @@ strings by_thread(strings lines)
 }
 
 // What the form finds in each line of the log; all of the line where it does not have the form.
-strings messages(const std::string &log, const std::regex &form)
+texts messages(const std::string &log, const std::regex &form)
 {
-    strings found;
+    texts found;
     std::istringstream stream(log);
     for (std::string line; std::getline(stream, line);) {
         std::smatch parts;
@@ -158,8 +156,8 @@ TEST_F(many_threads, have_their_whole_lines_in_an_event_log)
 
 TEST_F(many_threads, clean_their_own_texts)
 {
-    std::vector<std::string> texts(threads);
-    at_once([&texts](int thread) {
+    texts cleaned(threads);
+    at_once([&cleaned](int thread) {
         for (int time = 0; time < 100; ++time) {
             std::string text = "ST1000 (Rev\tA)\n";
             toLowerCase(text.data());
@@ -168,32 +166,24 @@ TEST_F(many_threads, clean_their_own_texts)
             removeSpecialChar(text.data());
             std::string range = {'a', '\0', 'b'};
             remove_null_chars(range.data(), 3);
-            texts[static_cast<std::size_t>(thread)] = text.c_str() + range;
+            cleaned[static_cast<std::size_t>(thread)] = text.c_str() + range;
         }
     });
-    EXPECT_EQ(texts, std::vector<std::string>(threads, "st1000revaabb"));
+    EXPECT_EQ(cleaned, texts(threads, "st1000revaabb"));
 }
 
 namespace {
 
-struct query {
-    const char *name;
+struct query : named_case {
     std::string (*ask)();
     std::string answer;
     int times;
-    friend std::ostream &operator<<(std::ostream &stream, const query &one)
-    {
-        return stream << one.name;
-    }
 };
 
 class asked_by_many_threads : public on_machine, public testing::WithParamInterface<query> {
 protected:
-    void SetUp() override
+    void furnish() override
     {
-        on_machine::SetUp();
-        if (IsSkipped())
-            return;
         machine.file("/etc/os-release", "VARIANT=\"EDU\"\n");
         machine.file("/sys/class/dmi/id/sys_vendor", "ACME\n");
         machine.file("/proc/bootdevice/product_name", "flash\n");

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "cases.h"
 #include "support/bounded_text.h"
 
 #include <cstdarg>
@@ -136,16 +137,11 @@ TEST(stored_text, leaves_zeros_when_cleared)
 
 namespace {
 
-struct addition {
-    const char *name;
+struct addition : named_case {
     std::string_view before;
     std::size_t spare; // bytes left free for what must still follow
     const char *added;
     std::string_view room;
-    friend std::ostream &operator<<(std::ostream &stream, const addition &one)
-    {
-        return stream << one.name;
-    }
 };
 
 class appended_text : public testing::TestWithParam<addition> {};

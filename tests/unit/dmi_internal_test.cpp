@@ -73,15 +73,9 @@ TEST_F(service_tag, is_none_when_dmidecode_knows_no_serial_number)
 
 namespace {
 
-struct printed_tag {
-    const char *name;
+struct printed_tag : named_case {
     std::string printed;
     std::string tag;
-
-    friend std::ostream &operator<<(std::ostream &stream, const printed_tag &one)
-    {
-        return stream << one.name;
-    }
 };
 
 const printed_tag printed_tags[] = {

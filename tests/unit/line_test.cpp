@@ -17,8 +17,6 @@
 
 namespace {
 
-using texts = std::vector<std::string>;
-
 // What one read of a stream comes to: bytes, or an error where there is one.
 struct read_step {
     std::string data;
@@ -73,15 +71,9 @@ template <std::size_t Bytes> texts all_lines(const stepped_stream &stream)
 
 namespace {
 
-struct stream_lines {
-    const char *name;
+struct stream_lines : named_case {
     std::vector<read_step> steps;
     texts lines;
-
-    friend std::ostream &operator<<(std::ostream &stream, const stream_lines &one)
-    {
-        return stream << one.name;
-    }
 };
 
 const stream_lines streams[] = {
@@ -200,15 +192,9 @@ protected:
     }
 };
 
-struct first_line {
-    const char *name;
+struct first_line : named_case {
     std::string content;
     std::string line;
-
-    friend std::ostream &operator<<(std::ostream &stream, const first_line &one)
-    {
-        return stream << one.name;
-    }
 };
 
 const first_line first_lines[] = {
@@ -279,9 +265,8 @@ TEST_F(line_source, has_no_line_when_the_file_is_a_directory)
 TEST_F(line_source, has_no_line_when_the_file_cannot_be_read)
 {
     machine.file("/srv/file", "for root alone\n", 0600);
-    ASSERT_EQ(::seteuid(65534), 0);
+    const other_user user;
     EXPECT_FALSE(read_file("/srv/file"));
-    ASSERT_EQ(::seteuid(0), 0);
 }
 
 TEST_F(line_source, has_no_line_of_no_file)
@@ -331,11 +316,8 @@ int signals_taken = 0;
 
 class interrupted_source : public line_source {
 protected:
-    void SetUp() override
+    void furnish() override
     {
-        line_source::SetUp();
-        if (IsSkipped())
-            return;
         signals_taken = 0;
         struct sigaction action = {}; // and no SA_RESTART
         action.sa_handler = [](int) { ++signals_taken; };
@@ -524,17 +506,15 @@ TEST_F(tool, is_not_runnable_when_it_is_missing)
 TEST_F(tool, is_not_runnable_when_the_real_user_may_only_read_it)
 {
     machine.file("/srv/tool", "", 0744);
-    ASSERT_EQ(::setresuid(65534, 0, 0), 0);
+    const other_user user(0);
     EXPECT_FALSE(orvane::is_runnable("/srv/tool"));
-    ASSERT_EQ(::setresuid(0, 0, 0), 0);
 }
 
 TEST_F(tool, is_not_runnable_when_the_real_user_may_only_execute_it)
 {
     machine.file("/srv/tool", "", 0711);
-    ASSERT_EQ(::setresuid(65534, 0, 0), 0);
+    const other_user user(0);
     EXPECT_FALSE(orvane::is_runnable("/srv/tool"));
-    ASSERT_EQ(::setresuid(0, 0, 0), 0);
 }
 
 TEST_F(tool, prints_into_the_stream)
