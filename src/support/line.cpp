@@ -4,8 +4,8 @@
 #include "support/handles.h"
 #include "support/tool.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 namespace orvane {
 
@@ -39,19 +39,17 @@ bool first_line_of(std::FILE *stream, text_buffer &line) noexcept
 // the first one shows where that ends, zero bytes or not, and the next read goes on from there.
 bool read_line(std::FILE *stream, text_buffer &line) noexcept
 {
-    char *const room = line.data();
-    std::size_t kept = 0;
+    char *const last = line.data() + line.capacity() - 1;
+    char *end = line.data();
     do {
-        const std::size_t free_bytes = line.capacity() - kept;
-        ::memset(room + kept, '\n', free_bytes);
-        if (::fgets(room + kept, static_cast<int>(free_bytes), stream) != nullptr)
+        std::fill(end, last + 1, '\n');
+        if (::fgets(end, static_cast<int>(last + 1 - end), stream) != nullptr)
             return true;
-        while (room[kept] != '\n')
-            ++kept;
+        end = std::find(end, last, '\n');
     } while (can_go_on(stream));
 
-    room[kept] = '\0';
-    return kept > 0 && ::feof(stream) != 0;
+    *end = '\0';
+    return end != line.data() && ::feof(stream) != 0;
 }
 
 bool first_line_of_file(const char *path, text_buffer &line) noexcept
