@@ -191,6 +191,7 @@ INSTANTIATE_TEST_SUITE_P(
                     addition{"room_for_one_byte", "12345", 1, "xy", "12345x\0\0"sv},
                     addition{"room_for_none", "123456", 1, "xy", "123456\0\0"sv},
                     addition{"spare_byte_taken", "1234567", 1, "xy", "1234567\0"sv},
+                    addition{"spare_byte_and_terminator_taken", "1234567", 2, "xyz", "1234567\0"sv},
                     addition{"all_spare", "", 8, "xy", "\0\0\0\0\0\0\0\0"sv},
                     addition{"more_spare_than_there_is", "ab", 9, "xy", "ab\0\0\0\0\0\0"sv}));
 
