@@ -50,7 +50,7 @@ void complain(const std::string &message)
     std::fprintf(stderr, "orvane: %s\n", without_controls(message).c_str());
 }
 
-// As it is for a script.
+// A script gets every byte of the value, a terminal none that it would obey.
 void print_value(const answer &value)
 {
     const std::string text = to_text(value);
