@@ -117,7 +117,7 @@ protected:
 
 } // namespace
 
-// ---- Loading ----
+// Loading.
 
 TEST_F(key_file, loads_groups_and_keys)
 {
@@ -196,7 +196,7 @@ TEST_P(malformed_key_file, is_none_without_a_word)
     EXPECT_EQ(standard_error_of([] { EXPECT_EQ(key_file_load_from_file(path), nullptr); }), "");
 }
 
-// ---- Looking up ----
+// Looking up.
 
 TEST_F(key_file, has_no_value_in_a_missing_group)
 {
@@ -258,7 +258,7 @@ TEST_F(key_file, keeps_a_value_of_a_megabyte)
     EXPECT_EQ(value_of(loaded("[Group]\nkey=" + large + "\n"), "Group", "key"), large);
 }
 
-// ---- Setting ----
+// Setting.
 
 TEST_F(key_file, takes_a_value_in_the_place_of_the_former)
 {
@@ -303,7 +303,7 @@ TEST_F(key_file, leaves_the_file_alone_until_it_is_saved)
     EXPECT_EQ(machine.content(path), settings);
 }
 
-// ---- The whole text ----
+// The whole text.
 
 TEST_F(key_file, tells_the_length_of_its_text)
 {
@@ -329,7 +329,7 @@ TEST_F(key_file, has_an_empty_text_at_first)
     EXPECT_EQ(length, 0U);
 }
 
-// ---- Saving ----
+// Saving.
 
 namespace {
 
@@ -500,7 +500,7 @@ TEST_F(key_file, warns_on_standard_error_where_the_program_handles_no_log)
         << printed;
 }
 
-// ---- Closed standard descriptors ----
+// Closed standard descriptors.
 
 namespace {
 

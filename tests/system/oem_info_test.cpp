@@ -106,7 +106,7 @@ TEST_F(oem_info, takes_no_text_for_a_format)
     EXPECT_EQ(told(), "%s%n_%d_%%");
 }
 
-// ---- No answer ----
+// No answer.
 
 TEST_F(oem_info, is_none_without_dmidecode)
 {
@@ -157,7 +157,7 @@ TEST_F(oem_info, is_none_when_the_card_identifier_cannot_be_read)
     expect_none_and_no_run();
 }
 
-// ---- An empty answer ----
+// An empty answer.
 
 TEST_F(oem_info, is_empty_when_dmidecode_cannot_be_started)
 {
@@ -213,7 +213,7 @@ TEST_F(oem_info, is_empty_when_the_card_identifier_holds_no_byte)
     expect_empty();
 }
 
-// ---- The serial number ----
+// The serial number.
 
 namespace {
 
@@ -269,7 +269,7 @@ TEST_F(oem_info, discards_a_megabyte_behind_the_serial_number)
     EXPECT_EQ(told(), "SN1_FLASH01_0123abcd");
 }
 
-// ---- The two files ----
+// The two files.
 
 namespace {
 
@@ -322,7 +322,7 @@ TEST_F(oem_info, is_two_separators_when_every_part_is_empty)
     EXPECT_EQ(told(), "__");
 }
 
-// ---- The order of the sources ----
+// The order of the sources.
 
 namespace {
 

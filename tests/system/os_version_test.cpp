@@ -122,7 +122,7 @@ TEST_F(os_version, prints_nothing)
     EXPECT_EQ(standard_error_of([] { EXPECT_EQ(orvane_get_os_version(), 2U); }), "");
 }
 
-// ---- Fields of os-release ----
+// Fields of os-release.
 
 namespace {
 
@@ -168,7 +168,7 @@ TEST_P(os_release_variant, is_the_scene)
                                         "_os_get_version, os_ver = " + GetParam().scene}));
 }
 
-// ---- Closed standard descriptors ----
+// Closed standard descriptors.
 
 namespace {
 

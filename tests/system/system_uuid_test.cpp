@@ -64,7 +64,7 @@ TEST_F(system_uuid_query, takes_whatever_else_the_file_says)
     EXPECT_EQ(told(), "Not Settable");
 }
 
-// ---- Placeholders ----
+// Placeholders.
 
 namespace {
 
@@ -156,7 +156,7 @@ TEST_F(system_uuid_query, takes_the_shortened_placeholder_of_the_file)
     EXPECT_EQ(told(), "ffffffff-ffff-ffff-ffff-fffffffffff");
 }
 
-// ---- Lines of the tool ----
+// Lines of the tool.
 
 namespace {
 

@@ -67,7 +67,7 @@ template <std::size_t Bytes> texts all_lines(const stepped_stream &stream)
 
 } // namespace
 
-// ---- Lines of a stream ----
+// Lines of a stream.
 
 namespace {
 
@@ -171,7 +171,7 @@ TEST(read_line, leaves_a_stream_without_error_after_an_interruption)
     EXPECT_EQ(::ferror(stream.get()), 0);
 }
 
-// ---- The first line of a file and of a command ----
+// The first line of a file and of a command.
 
 namespace {
 
@@ -308,7 +308,7 @@ TEST_F(line_source, discards_a_megabyte_behind_the_line_of_a_command)
     EXPECT_EQ(line().view(), "first");
 }
 
-// ---- Reads that a signal breaks off ----
+// Reads that a signal breaks off.
 
 namespace {
 
@@ -389,7 +389,7 @@ TEST_F(interrupted_source, has_the_whole_line_of_a_pipe_in_the_file_system)
     EXPECT_EQ(signals_taken, 1);
 }
 
-// ---- The start of a file ----
+// The start of a file.
 
 namespace {
 
@@ -456,7 +456,7 @@ TEST_F(no_file_start, is_there_without_a_path)
     expect_none(nullptr);
 }
 
-// ---- The end of a line ----
+// The end of a line.
 
 TEST(cut_at_line_end, keeps_what_stands_before_the_first_of_both)
 {
@@ -478,7 +478,7 @@ TEST(cut_at_line_end, keeps_a_text_without_line_end)
     EXPECT_EQ(text.view(), " one\t\v\f two ");
 }
 
-// ---- Tools ----
+// Tools.
 
 namespace {
 
