@@ -36,13 +36,10 @@ bool trace_log_refused()
     return log_refused;
 }
 
-// Takes the place of the library's own, which would try the log again, and complain again, for
-// every line.
+// Takes the place of the library's own, whose complaint about a log that cannot be opened would be
+// one for every line: the command notes it and says it once.
 extern "C" int orvane_trace(const char *format, ...)
 {
-    if (log_refused)
-        return 0;
-
     char message[trace_line_bytes];
     va_list arguments;
     va_start(arguments, format);
@@ -52,6 +49,7 @@ extern "C" int orvane_trace(const char *format, ...)
     using trace_function = int (*)(const char *, ...);
     static const auto library_trace =
         reinterpret_cast<trace_function>(::dlsym(RTLD_NEXT, "orvane_trace"));
-    log_refused = library_trace == nullptr || library_trace("%s", message) == 0;
-    return log_refused ? 0 : 1;
+    const bool opened = library_trace != nullptr && library_trace("%s", message) != 0;
+    log_refused = log_refused || !opened;
+    return opened ? 1 : 0;
 }

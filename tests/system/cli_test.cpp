@@ -124,6 +124,16 @@ TEST_F(orvane_command, keeps_an_unprintable_answer_on_one_row)
         << orvane({}).output;
 }
 
+TEST_F(orvane_command, shows_the_letters_of_the_users_locale)
+{
+    machine.file("/sys/class/dmi/id/sys_vendor", "M\xc3\xbcller\n");
+    const auto shown_in = [this](const std::string &locale) {
+        return machine.run({"/usr/bin/env", "LC_ALL=" + locale, "/opt/orvane/bin/orvane"}).output;
+    };
+    EXPECT_NE(shown_in("C.UTF-8").find("vendor      M\xc3\xbcller\n"), std::string::npos);
+    EXPECT_NE(shown_in("C").find("vendor      M\\xc3\\xbcller\n"), std::string::npos);
+}
+
 TEST_F(orvane_command, prints_one_value_alone)
 {
     describe_machine();
@@ -240,6 +250,17 @@ TEST_F(orvane_command, names_only_what_was_asked_for_and_not_answered)
     EXPECT_EQ(serial.error, "orvane: may need root: serial\n");
     EXPECT_EQ(serial.output, "");
     EXPECT_EQ(serial.status, 1);
+}
+
+TEST_F(orvane_command, names_a_fact_that_is_empty_for_want_of_root)
+{
+    machine.script("/usr/sbin/dmidecode", "[ $(id -u) = 0 ] && echo 'Serial Number: SN0001'");
+    machine.file("/proc/bootdevice/product_name", "FLASH01\n");
+    machine.file("/proc/bootdevice/cid", "0123abcd\n");
+    const result shown = orvane({"show", "oem_info"}, ordinary_user);
+    EXPECT_EQ(shown.output, "\n");
+    EXPECT_EQ(shown.error, "orvane: may need root: oem_info\n");
+    EXPECT_EQ(orvane({"show", "oem_info"}).output, "SN0001_FLASH01_0123abcd\n");
 }
 
 TEST_F(orvane_command, hides_the_complaints_of_tools)
