@@ -40,6 +40,7 @@ protected:
             GTEST_SKIP() << reason;
         machine.start();
         ::umask(022);
+        ::setenv("LC_ALL", "C", 1);
         ::setenv("TZ", "UTC", 1);
         ::tzset();
         furnish();

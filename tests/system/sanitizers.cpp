@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// What the sanitizers are told in every test program.
+
+extern "C" const char *__asan_default_options()
+{
+    return "detect_stack_use_after_return=1";
+}
+
+extern "C" const char *__tsan_default_options()
+{
+    return "history_size=4";
+}
+
+// The races that are accepted, each by name.
+extern "C" const char *__tsan_default_suppressions()
+{
+    return
+        // The stamp of a trace line stands in one static text for the whole process, and its
+        // readers accept to see another thread's.
+        "race:time_string\n"
+        // The events' stamp comes from localtime(), whose one result for the whole process is the
+        // C library's; callers of the event log accept to see another thread's.
+        "race:^localtime$\n"
+        // GLib is not built with the sanitizer, which does not see how its locks order its
+        // accesses.
+        "called_from_lib:libglib-2.0.so\n";
+}
