@@ -235,7 +235,7 @@ ORVANE_API const char *time_string(void);
  * 1023 bytes and has no newline then. A missing file is made with mode 0640 less
  * the umask.
  *
- * path:    the log file.
+ * path:    the log file; NULL is a file that cannot be opened.
  * message: any bytes.
  * tag:     the severity; "II", "WW" and "EE" are in use.
  * enabled: 0 makes the call do nothing at all.

@@ -367,13 +367,14 @@ namespace {
 class silent_event_log : public event_machine {
 protected:
     // What an event that cannot be written leaves on the standard streams.
-    static std::string said_about(const std::string &path)
+    static std::string said_about(const char *path)
     {
         testing::internal::CaptureStdout();
         const std::string error =
-            standard_error_of([&path] { log_write(path.c_str(), "message", "EE", 1); });
+            standard_error_of([path] { log_write(path, "message", "EE", 1); });
         return testing::internal::GetCapturedStdout() + error;
     }
+    static std::string said_about(const std::string &path) { return said_about(path.c_str()); }
 };
 
 } // namespace
@@ -405,6 +406,13 @@ TEST_F(silent_event_log, takes_a_full_file_system)
     machine.file("/var/log/full/events", std::string(4096, 'x'));
     EXPECT_EQ(said_about("/var/log/full/events"), "");
     EXPECT_EQ(machine.content("/var/log/full/events"), std::string(4096, 'x'));
+}
+
+TEST_F(silent_event_log, takes_no_path)
+{
+    record_calls();
+    EXPECT_EQ(said_about(nullptr), "");
+    EXPECT_EQ(calls, texts{});
 }
 
 TEST_F(silent_event_log, takes_an_event)

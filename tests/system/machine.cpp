@@ -107,6 +107,7 @@ void constructed_machine::start()
     cover(staging_);
     for (const char *const room : {"/proc", "/host", "/records", "/scratch"})
         fs::create_directory(staging_ + room);
+    fs::permissions(staging_ + "/scratch", fs::perms::all);
     bind("/proc", staging_ + "/proc", true);
 
     for (const char *const bare : {"/sys", "/proc", "/dev", "/var/log", "/usr/sbin"})
@@ -339,6 +340,9 @@ constructed_machine::run(const std::vector<std::string> &command, uid_t user) co
 {
     return run_program(command, [this, user] {
         const std::string own = "/proc/" + std::to_string(::getpid());
+        // Where a coverage build's counts of another user may go; root's stay beside the objects.
+        if (user != 0)
+            ::setenv("GCOV_PREFIX", scratch("").c_str(), 1);
         return ::symlink((staging_ + own).c_str(), own.c_str()) == 0 && become(user);
     });
 }

@@ -60,7 +60,7 @@ public:
     // The content of a file; empty when there is none.
     [[nodiscard]] static std::string content(const std::string &path);
 
-    // A path for the test's own files, readable by every user.
+    // A path for the test's own files, open to every user.
     [[nodiscard]] std::string scratch(const std::string &name) const;
 
     // Shows a directory of the host at a path of this machine.
