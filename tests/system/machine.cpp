@@ -146,15 +146,10 @@ void constructed_machine::fill_dev()
     link("/dev/fd", own_proc() + "/fd");
 }
 
-void constructed_machine::mounted(const std::string &path)
-{
-    mounts_.push_back(path);
-}
-
 void constructed_machine::cover(const std::string &path, const std::string &options)
 {
     check(::mount("tmpfs", path.c_str(), "tmpfs", MS_NOSUID, options.c_str()), "cover " + path);
-    mounted(path);
+    mounts_.push_back(path);
     struct stat status = {};
     check(::stat(path.c_str(), &status), "stat " + path);
     file_systems_.push_back(status.st_dev);
@@ -163,7 +158,7 @@ void constructed_machine::cover(const std::string &path, const std::string &opti
 void constructed_machine::bind(const std::string &from, const std::string &to, bool writable)
 {
     check(::mount(from.c_str(), to.c_str(), "none", MS_BIND | MS_REC, ""), "bind " + from);
-    mounted(to);
+    mounts_.push_back(to);
     if (!writable)
         check(::mount("none", to.c_str(), "none", MS_BIND | MS_REMOUNT | MS_RDONLY, ""),
               "protect " + from);

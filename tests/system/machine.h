@@ -76,7 +76,6 @@ private:
     void cover(const std::string &path, const std::string &options = "mode=755");
     void shadow(const std::string &directory);
     void bind(const std::string &from, const std::string &to, bool writable);
-    void mounted(const std::string &path);
     void fill_proc() const;
     void fill_dev();
     void make_room(const std::string &path);
