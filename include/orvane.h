@@ -51,6 +51,182 @@ extern "C" {
 /* GLib's key file (GKeyFile). Callers of the other functions need no GLib. */
 struct _GKeyFile;
 
+/* ---- Disk identity ----------------------------------------------------- */
+
+/*
+ * The identity of the disk that holds the root file system: as a rule its model
+ * and serial number, joined by "_".
+ *
+ * Returns: new text, exactly as the first source that answers gave it; NULL when
+ *          there is no root device or no source answers.
+ * Reads:   root_device() for the device, then in this order harddisk_id(),
+ *          harddisk_id_smartctl() and, where is_logical_volume() is not 0,
+ *          harddisk_id_lvm(): each entry names its files and tools, and which of
+ *          them root alone may ask. Asked afresh on every call.
+ * Writes:  a few lines to the trace log.
+ * Errors:  a kernel command line of more than 4095 characters, which is read
+ *          where the mount table does not tell the root device, ends the
+ *          process; see command_line_get_root_device_name().
+ * Threads: safe, with two reservations: harddisk_id() waits for any child of the
+ *          process, and trace stamps may mix, as for time_string().
+ */
+ORVANE_API char *orvane_get_harddisk_id(void);
+
+/*
+ * The block device that holds the root file system, as the mount table or the
+ * kernel command line spells it: often a link, such as /dev/mapper/root.
+ *
+ * Returns: new text, the path of what was a block device a moment ago; NULL when
+ *          neither source names one.
+ * Reads:   /proc/mounts for the first entry at "/" that is not "rootfs"; where
+ *          that cannot be read or is no block device, the first "root=" word of
+ *          /proc/cmdline.
+ * Writes:  a line or two to the trace log.
+ * Errors:  as for command_line_get_root_device_name().
+ * Threads: safe; trace stamps may mix, as for time_string().
+ */
+ORVANE_API char *root_device(void);
+
+/*
+ * The root device that a kernel command line names with the first of its words
+ * that begins with "root=". Whether there is such a device is not tested.
+ *
+ * filename: the file, of which the first line counts; in use, /proc/cmdline. NULL
+ *           is a file that cannot be read.
+ * Returns:  new text. "root=UUID=X" gives /dev/disk/by-uuid/X, "root=LABEL=X"
+ *           gives /dev/disk/by-label/X with each "/" of X as "\x2f", any other
+ *           word what stands behind its "=". Each of these ends at the value's
+ *           own first "=", so "root=PARTUUID=X" gives "PARTUUID". Paths have at
+ *           most 4095 bytes. NULL when the file cannot be read or has no such
+ *           word, or the word no value.
+ * Errors:   a first line of more than 4095 bytes is no command line and ends the
+ *           process: one line on standard error, then abort().
+ * Threads:  safe.
+ */
+ORVANE_API char *command_line_get_root_device_name(const char *filename);
+
+/*
+ * The identity of a disk as the kernel tells it.
+ *
+ * dev_name: a block device: a disk, a partition, a link to one, or a mapped
+ *           device by its name under /dev/mapper. NULL is a name that cannot be
+ *           resolved.
+ * Returns:  new text; NULL when the name does not resolve to a block device or
+ *           nothing answers.
+ *           - ATA: "MODEL_SERIAL" without any blank or control character; one of
+ *             the two, or both, may be empty.
+ *           - NVMe: "MODEL_SERIAL" with one "-" for each run of those.
+ *           - A mapped device that stands on one device alone: as for that
+ *             device where it is NVMe, and its node, such as "/dev/sda", where it
+ *             is a whole disk. Any other mapped device is asked as if it were an
+ *             ATA disk, and so is one that is given by its own node, /dev/dm-N.
+ * Reads:    for ATA the HDIO_GET_IDENTITY request on the node itself (root); for
+ *           NVMe /sys/block/DISK/device/model and .../serial, DISK being the
+ *           first name in /sys/block that begins the device's; for mapped devices
+ *           /usr/sbin/dmsetup deps -o devname (root), run without a shell and with
+ *           an empty environment; where that names no block device
+ *           /usr/bin/lsblk -Jp -o name,serial,model; and libblkid, which opens the
+ *           device (root), for whether it is a whole disk.
+ * Writes:   lines to the trace log.
+ * Threads:  safe, but for dmsetup: after it has been run, wait() is called once,
+ *           and may get another child of a process that has several. Trace stamps
+ *           may mix, as for time_string(). Which characters are blank is the
+ *           locale's choice.
+ */
+ORVANE_API char *harddisk_id(const char *dev_name);
+
+/*
+ * The identity of a disk as smartctl tells it.
+ *
+ * device:  a block device or a link to one; NULL is a name that cannot be
+ *          resolved.
+ * Returns: new text, "MODEL_SERIAL" without spaces, each part at most 510 bytes;
+ *          NULL when /usr/sbin/smartctl is not readable and executable, the name
+ *          does not resolve to a block device, or one of the two is not told.
+ * Reads:   /usr/sbin/smartctl -i DEVICE (root), DEVICE being the resolved path,
+ *          cut with the command line at 255 bytes. The last field of the last
+ *          line about a model, and about a serial number, is taken.
+ * Writes:  nothing, but for a line to the trace log about a device that cannot be
+ *          examined.
+ * Threads: safe.
+ */
+ORVANE_API char *harddisk_id_smartctl(const char *device);
+
+/*
+ * The start of a disk's model.
+ *
+ * name:    the disk's name in /sys/block, such as "nvme0n1"; NULL gives NULL.
+ * Returns: new text of at most three bytes in a block of 1024; empty when there is
+ *          no such disk; NULL when the command cannot be started. A model of fewer
+ *          than three bytes has its newline with it.
+ * Reads:   cat /sys/block/NAME/device/model.
+ * Writes:  one line to the trace log.
+ * Threads: safe; trace stamps may mix, as for time_string().
+ */
+ORVANE_API char *harddisk_id_nvme_new(const char *name);
+
+/*
+ * Whether a device is to be treated as a logical volume.
+ *
+ * dev_name: the device; NULL is none.
+ * Returns:  0 when the first line that lsblk prints sorts after "lvm" in its first
+ *           three bytes, as "part", "raid1" and "rom" do; when /bin/lsblk is not
+ *           readable and executable or cannot be started; and for NULL. Not 0 for
+ *           anything else: "lvm", but also "crypt", "disk" or no line at all.
+ * Reads:    /bin/lsblk -n -o "TYPE" DEVICE, cut at 255 bytes.
+ * Writes:   nothing.
+ * Threads:  safe.
+ */
+ORVANE_API int is_logical_volume(const char *dev_name);
+
+/*
+ * The identity of the disk under a logical volume, as harddisk_id_smartctl() tells
+ * it. Meant for machines with one physical volume: the last one that pvdisplay
+ * prints is asked, if at least one of the volume's group is among them.
+ *
+ * dev_name: a logical volume's block device or a link to it; NULL is a name that
+ *           cannot be resolved.
+ * Returns:  new text; NULL when a tool is missing or tells no such volume, and
+ *           when smartctl has no answer.
+ * Reads:    /sbin/lvdisplay DEVICE, cut at 255 bytes, for the volume group, then
+ *           /sbin/pvdisplay (both root). A physical volume named like sda3_crypt
+ *           stands for the first of the name's parts that is a block device in
+ *           /dev.
+ * Writes:   nothing, but for lines to the trace log about devices that cannot be
+ *           examined.
+ * Threads:  safe.
+ */
+ORVANE_API char *harddisk_id_lvm(const char *dev_name);
+
+/*
+ * What "lsblk -J" prints, for find_root_disk().
+ *
+ * Returns: new text, empty when the command is missing or prints nothing; NULL
+ *          when the shell cannot be started.
+ * Reads:   lsblk -J, which the shell finds by PATH.
+ * Errors:  "Failed to run lsblk" with the system's reason on standard error when
+ *          the shell cannot be started. A listing of more than 4095 bytes ends the
+ *          process: one line on standard error, then abort().
+ * Threads: safe.
+ */
+ORVANE_API char *get_lsblk_output(void);
+
+/*
+ * The name, without "/dev/", of the disk that has the root file system on one of
+ * its partitions, out of a listing by lsblk. A logical volume's disk is not
+ * found, nor is a root file system on a disk without partitions.
+ *
+ * json:    the listing, with a "mountpoint" for each device, as lsblk -J printed
+ *          it before util-linux 2.37; from then on name the columns, as in
+ *          lsblk -J -o NAME,MOUNTPOINT. NULL is a text that cannot be read.
+ * Returns: new text; NULL when the listing cannot be read or has no such disk.
+ * Errors:  "JSON parse error: " and the text from the error onward, or "Invalid
+ *          JSON structure: blockdevices is not an array", on standard error.
+ * Threads: safe; where two of them fail at once, one may keep its parse error to
+ *          itself.
+ */
+ORVANE_API char *find_root_disk(const char *json);
+
 /* ---- Machine identity -------------------------------------------------- */
 
 /*

@@ -4,8 +4,7 @@
 #include "orvane.h"
 
 #include "foundation/application_scene.h"
-
-#include <cstring>
+#include "support/prefix.h"
 
 namespace orvane {
 
@@ -17,8 +16,7 @@ constexpr unsigned int education_version = 2;
 // Deliberate: a prefix, so that "EDU" and every edition named after it count.
 bool is_education(const char *scene) noexcept
 {
-    constexpr char prefix[] = "EDU";
-    return ::strncmp(scene, prefix, sizeof prefix - 1) == 0;
+    return has_prefix(scene, "EDU");
 }
 
 } // namespace

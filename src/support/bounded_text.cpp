@@ -25,6 +25,12 @@ void text_buffer::append(std::string_view text) noexcept
     room_[end + kept] = '\0';
 }
 
+void text_buffer::assign(std::string_view text) noexcept
+{
+    clear();
+    append(text);
+}
+
 void text_buffer::format(const char *format, ...) noexcept
 {
     clear();

@@ -31,6 +31,7 @@ public:
 
     void clear() noexcept;
     void append(std::string_view text) noexcept;
+    void assign(std::string_view text) noexcept; // of another text, not a part of this one
     [[gnu::format(printf, 2, 3)]] void format(const char *format, ...) noexcept;
 
     // Formats behind the text and leaves `spare` bytes free for what must still follow.

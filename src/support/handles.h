@@ -27,6 +27,7 @@ public:
     explicit operator bool() const noexcept { return fd_ >= 0; }
     [[nodiscard]] int get() const noexcept { return fd_; }
     int release() noexcept { return std::exchange(fd_, -1); }
+    void reset() noexcept { const unique_fd closing(release()); }
 
 private:
     int fd_;

@@ -64,6 +64,16 @@ bool first_line_of_command(const char *command, text_buffer &line) noexcept
     return first_line_of(output.get(), line);
 }
 
+void read_text(std::FILE *stream, text_buffer &text) noexcept
+{
+    text.clear();
+    char *end = text.data();
+    char *const last = text.data() + text.capacity() - 1;
+    do
+        end += ::fread(end, 1, static_cast<std::size_t>(last - end), stream);
+    while (end != last && can_go_on(stream));
+}
+
 bool start_of_file(const char *path, text_buffer &text) noexcept
 {
     const unique_file file = open_for_reading(path);

@@ -22,6 +22,23 @@ static void show(const char *what, char *text)
     free(text);
 }
 
+static void call_disk_queries(void)
+{
+    char *listing = get_lsblk_output();
+
+    show("disk", orvane_get_harddisk_id());
+    show("root device", root_device());
+    show("root device again", command_line_get_root_device_name("/proc/cmdline"));
+    show("kernel", harddisk_id("/dev/sda"));
+    show("smartctl", harddisk_id_smartctl("/dev/sda"));
+    show("model", harddisk_id_nvme_new("nvme0n1"));
+    printf("logical volume: %d\n", is_logical_volume("/dev/sda"));
+    show("physical volume", harddisk_id_lvm("/dev/sda"));
+    expect(listing != NULL, "lsblk is run");
+    show("root disk", find_root_disk(listing));
+    free(listing);
+}
+
 static void call_queries(void)
 {
     show("UUID", orvane_get_system_uuid());
@@ -86,6 +103,7 @@ int main(int argc, char **argv)
     if (argc != 2)
         return 2;
     remove(argv[1]);
+    call_disk_queries();
     call_queries();
     call_logs(argv[1]);
     call_key_files(argv[1]);

@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// The device-mapper tool, which knows what a mapped device stands on.
+#include "disk/dependency.h"
+
+#include "orvane.h"
+#include "support/fields.h"
+#include "support/interrupted.h"
+#include "support/prefix.h"
+#include "support/tool.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace orvane {
+
+namespace {
+
+constexpr char dmsetup[] = "/usr/sbin/dmsetup";
+constexpr int cannot_execute = 127; // as shells say it
+
+bool says_none(const char *field) noexcept
+{
+    return has_prefix(field, "0 dependencies");
+}
+
+void complain_about_execve() noexcept
+{
+    const char *const reason = ::strerrordesc_np(errno);
+    bounded_text<256> message;
+    message.append("execve: ");
+    message.append(reason != nullptr ? reason : "Unknown error");
+    message.append("\n");
+    [[maybe_unused]] const ssize_t written =
+        ::write(STDERR_FILENO, message.c_str(), message.length());
+}
+
+// execve() changes none of its texts; its type is older than const.
+char *const *unchanged(const char *const *texts) noexcept
+{
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast)
+    return const_cast<char *const *>(texts);
+}
+
+// Becomes the tool in a child process. Other threads of the caller may have held locks at the time
+// of the fork, so nothing here takes one: each call is async-signal-safe.
+[[noreturn]] void run_dmsetup(int read_end, int write_end, const char *mapped) noexcept
+{
+    ::close(read_end);
+    // It may stand there already, in a caller without standard output.
+    if (write_end != STDOUT_FILENO) {
+        if (::dup2(write_end, STDOUT_FILENO) < 0)
+            ::_exit(cannot_execute);
+        ::close(write_end);
+    }
+
+    const char *const arguments[] = {dmsetup, "deps", "-o", "devname", mapped, nullptr};
+    const char *const environment[] = {nullptr};
+    ::execve(dmsetup, unchanged(arguments), unchanged(environment));
+    complain_about_execve();
+    ::_exit(cannot_execute);
+}
+
+// Deliberate: one read. What the tool says of one device fits it, and comes in one piece.
+void read_report(const unique_fd &output, text_buffer &report) noexcept
+{
+    uninterrupted([&] { return ::read(output.get(), report.data(), report.capacity() - 1); });
+}
+
+// Deliberate: any child will do, and a caller that reaps them all by itself leaves none.
+void wait_for_child() noexcept
+{
+    uninterrupted([] { return ::wait(nullptr); });
+}
+
+} // namespace
+
+void find_dependency(char *report, text_buffer &name) noexcept
+{
+    if (::strchr(report, ':') == nullptr && !says_none(report))
+        return;
+    fields parts(report, ":");
+    while (const char *const part = parts.next()) {
+        if (says_none(part)) {
+            ::orvane_trace("cannot found deps");
+            return;
+        }
+        if (::strstr(part, "dependencies") != nullptr)
+            continue;
+        // Deliberate: what remains of several devices is no device's name. Only a mapping of one
+        // is followed.
+        name.append(part);
+        ::removeSpecialChar(name.data());
+        return;
+    }
+}
+
+heap_text dependency_name(const char *mapped) noexcept
+{
+    if (!is_runnable(dmsetup))
+        return {};
+
+    int ends[2];
+    if (::pipe(ends) != 0) {
+        ::orvane_trace("pipe error.");
+        return {};
+    }
+    unique_fd read_end(ends[0]);
+    unique_fd write_end(ends[1]);
+    const pid_t child = ::fork();
+    if (child < 0) {
+        ::orvane_trace("fork error.");
+        return {};
+    }
+    if (child == 0)
+        run_dmsetup(read_end.get(), write_end.get(), mapped);
+
+    write_end.reset();
+    bounded_text<1024> report;
+    read_report(read_end, report);
+    // A tool that has more to say must not wait for a reader.
+    read_end.reset();
+
+    bounded_text<1024> name;
+    find_dependency(report.data(), name);
+    wait_for_child();
+    return heap_text(name.empty() ? nullptr : name.copy());
+}
+
+} // namespace orvane

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "support/bounded_text.h"
+#include "support/handles.h"
+
+namespace orvane {
+
+// The name, without "/dev/", of the device under a mapped one, as dmsetup tells it; none where
+// there is no such tool or no such device. Names of several devices run together.
+heap_text dependency_name(const char *mapped) noexcept;
+
+// The same out of what dmsetup printed, which is cut up; the name stays empty where there is none.
+void find_dependency(char *report, text_buffer &name) noexcept;
+
+} // namespace orvane

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "disk/identify.h"
+
+#include "disk/graphic.h"
+#include "orvane.h"
+#include "support/bounded_text.h"
+#include "support/handles.h"
+
+#include <cstddef>
+#include <span>
+
+#include <fcntl.h>
+#include <linux/hdreg.h>
+#include <sys/ioctl.h>
+
+namespace orvane {
+
+namespace {
+
+using identify_text = bounded_text<1024>;
+
+// As the kernel lays out the words of the ATA answer.
+static_assert(offsetof(hd_driveid, serial_no) == 20 && sizeof(hd_driveid::serial_no) == 20);
+static_assert(offsetof(hd_driveid, model) == 54 && sizeof(hd_driveid::model) == 40);
+
+void append_graphic(std::span<const unsigned char> bytes, identify_text &text) noexcept
+{
+    for (const unsigned char byte : bytes) {
+        const char c = static_cast<char>(byte);
+        if (is_graphic(c))
+            text.append({&c, 1});
+    }
+}
+
+} // namespace
+
+char *join_identity(const hd_driveid &identity) noexcept
+{
+    identify_text serial;
+    append_graphic(identity.serial_no, serial);
+    identify_text model;
+    append_graphic(identity.model, model);
+
+    bounded_text<2048> joined;
+    joined.format("%s_%s", model.c_str(), serial.c_str());
+    return joined.copy();
+}
+
+char *ata_identity(const char *device) noexcept
+{
+    bounded_text<1024> node;
+    node.format("/dev/%s", device);
+    ::orvane_trace("device :%s", node.c_str());
+    const unique_fd fd(::open(node.c_str(), O_RDONLY | O_NONBLOCK));
+    if (!fd) {
+        ::orvane_trace("fd < 0, return");
+        return nullptr;
+    }
+
+    hd_driveid identity = {};
+    if (::ioctl(fd.get(), HDIO_GET_IDENTITY, &identity) < 0) {
+        ::orvane_trace("ioctl(fd, HDIO_GET_IDENTITY, &id), return");
+        return nullptr;
+    }
+    return join_identity(identity);
+}
+
+} // namespace orvane

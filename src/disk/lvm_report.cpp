@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "disk/lvm_report.h"
+
+#include "orvane.h"
+#include "support/line.h"
+#include "support/prefix.h"
+
+#include <cstring>
+
+namespace orvane {
+
+namespace {
+
+constexpr char group_label[] = "VG Name";
+constexpr char volume_label[] = "PV Name";
+
+// What a line holds beside its label, without blanks. False where it has no such label.
+bool take_value(const line_buffer &line, const char *label, lvm_name &value) noexcept
+{
+    const char *const text = line.c_str();
+    const char *const found = ::strstr(text, label);
+    if (found == nullptr)
+        return false;
+    value.assign({text, found});
+    value.append(found + ::strlen(label));
+    ::removeSpaces(value.data());
+    return true;
+}
+
+} // namespace
+
+void read_volume_group(std::FILE *report, lvm_name &group) noexcept
+{
+    line_buffer line;
+    while (read_line(report, line))
+        static_cast<void>(take_value(line, group_label, group));
+}
+
+// Deliberate: the group is compared as a prefix, and the physical volume is the last one of the
+// whole report, whatever its group. Meant for machines with a single physical volume.
+bool read_physical_volume(std::FILE *report, const lvm_name &group, lvm_name &volume) noexcept
+{
+    bool is_found = false;
+    bool follows_volume = false;
+    line_buffer line;
+    while (read_line(report, line)) {
+        if (take_value(line, volume_label, volume)) {
+            follows_volume = true;
+            continue;
+        }
+        lvm_name owner;
+        if (follows_volume && take_value(line, group_label, owner) &&
+            has_prefix(owner.view(), group.view()) && !volume.empty())
+            is_found = true;
+        follows_volume = false;
+    }
+    return is_found;
+}
+
+} // namespace orvane

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/shell_word.h"
+
+namespace orvane {
+
+namespace {
+
+bool is_plain(std::string_view name) noexcept
+{
+    return name.find_first_not_of("abcdefghijklmnopqrstuvwxyz"
+                                  "ABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                  "0123456789"
+                                  "/_-.:+@,=") == std::string_view::npos;
+}
+
+// How a character stands between single quotes: the quote itself ends them and starts them anew.
+std::string_view quoted(const char &character) noexcept
+{
+    return character == '\'' ? std::string_view("'\\''") : std::string_view(&character, 1);
+}
+
+} // namespace
+
+void append_word(text_buffer &command, std::string_view name) noexcept
+{
+    if (is_plain(name)) {
+        command.append(name);
+        return;
+    }
+
+    constexpr std::string_view quote = "'";
+    const std::size_t room = command.capacity() - 1 - command.length();
+    if (room < 2 * quote.size())
+        return;
+    command.append(quote);
+    std::size_t left = room - 2 * quote.size();
+    for (const char &character : name) {
+        const std::string_view text = quoted(character);
+        if (text.size() > left)
+            break;
+        command.append(text);
+        left -= text.size();
+    }
+    command.append(quote);
+}
+
+} // namespace orvane
