@@ -6,7 +6,11 @@
 #include <ctime>
 #include <functional>
 
+#include <blkid.h>
+#include <cJSON.h>
+#include <dirent.h>
 #include <glib.h>
+#include <mntent.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 
@@ -77,6 +81,23 @@ private:
     INTERPOSED(int, stat, (const char *path, struct stat *status), (path, status))                 \
     INTERPOSED(int, fstat, (int fd, struct stat *status), (fd, status))                            \
     INTERPOSED(int, dup2, (int from, int to), (from, to))                                          \
+    INTERPOSED(char *, realpath, (const char *path, char *room), (path, room))                     \
+    INTERPOSED(ssize_t, read, (int fd, void *room, size_t size), (fd, room, size))                 \
+    INTERPOSED(int, ioctl, (int fd, unsigned long request, void *argument),                        \
+               (fd, request, argument))                                                            \
+    INTERPOSED(int, pipe, (int *ends), (ends))                                                     \
+    INTERPOSED(pid_t, fork, (), ())                                                                \
+    INTERPOSED(int, execve, (const char *path, char *const *arguments, char *const *environment),  \
+               (path, arguments, environment))                                                     \
+    INTERPOSED(pid_t, wait, (int *status), (status))                                               \
+    INTERPOSED(DIR *, opendir, (const char *path), (path))                                         \
+    INTERPOSED(struct dirent *, readdir, (DIR * directory), (directory))                           \
+    INTERPOSED(int, closedir, (DIR * directory), (directory))                                      \
+    INTERPOSED(std::FILE *, setmntent, (const char *path, const char *mode), (path, mode))         \
+    INTERPOSED(struct mntent *, getmntent_r,                                                       \
+               (std::FILE * table, struct mntent * entry, char *room, int size),                   \
+               (table, entry, room, size))                                                         \
+    INTERPOSED(int, endmntent, (std::FILE * table), (table))                                       \
     INTERPOSED(pid_t, getpid, (), ())                                                              \
     INTERPOSED(std::FILE *, fopen, (const char *path, const char *mode), (path, mode))             \
     INTERPOSED(char *, fgets, (char *room, int size, std::FILE *stream), (room, size, stream))     \
@@ -105,9 +126,27 @@ private:
     INTERPOSED(gboolean, g_file_set_contents,                                                      \
                (const gchar *path, const gchar *text, gssize length, GError **error),              \
                (path, text, length, error))                                                        \
+    INTERPOSED(gboolean, g_file_get_contents,                                                      \
+               (const gchar *path, gchar **text, gsize *length, GError **error),                   \
+               (path, text, length, error))                                                        \
+    INTERPOSED(cJSON *, cJSON_Parse, (const char *text), (text))                                   \
+    INTERPOSED(char *, cJSON_Print, (const cJSON *item), (item))                                   \
+    INTERPOSED(cJSON *, cJSON_GetObjectItem, (const cJSON *object, const char *key),               \
+               (object, key))                                                                      \
+    INTERPOSED(const char *, cJSON_GetErrorPtr, (), ())                                            \
+    INTERPOSED(blkid_probe, blkid_new_probe_from_filename, (const char *path), (path))             \
+    INTERPOSED(int, blkid_probe_is_wholedisk, (blkid_probe probe), (probe))                        \
+    INTERPOSED(void, blkid_free_probe, (blkid_probe probe), (probe))                               \
     INTERPOSED(int, orvane_logger_env_init, (), ())                                                \
     INTERPOSED(int, orvane_is_tracing, (), ())                                                     \
     INTERPOSED(const char *, time_string, (), ())                                                  \
+    INTERPOSED(int, file_stat, (const char *path, int mask), (path, mask))                         \
+    INTERPOSED(char *, root_device, (), ())                                                        \
+    INTERPOSED(char *, command_line_get_root_device_name, (const char *path), (path))              \
+    INTERPOSED(char *, harddisk_id, (const char *device), (device))                                \
+    INTERPOSED(char *, harddisk_id_smartctl, (const char *device), (device))                       \
+    INTERPOSED(int, is_logical_volume, (const char *device), (device))                             \
+    INTERPOSED(char *, harddisk_id_lvm, (const char *device), (device))                            \
     INTERPOSED(char *, system_uuid, (), ())                                                        \
     INTERPOSED(unsigned int, _os_get_version, (), ())                                              \
     INTERPOSED(char *, get_machine_info_from_sysfs, (const char *path), (path))                    \
