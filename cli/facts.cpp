@@ -29,6 +29,10 @@ answer serial()
 }
 
 constexpr fact facts[] = {
+    {"root_device", "block device of the root file system", false,
+     [] { return taken(root_device()); }},
+    {"disk", "disk of the root file system: model and serial number", true,
+     [] { return taken(orvane_get_harddisk_id()); }},
     {"system_uuid", "SMBIOS system UUID", true, [] { return taken(orvane_get_system_uuid()); }},
     {"vendor", "vendor of the machine", true, [] { return taken(orvane_get_vendor()); }},
     {"model", "model: the SKU number", true, [] { return taken(orvane_get_model()); }},
@@ -38,6 +42,15 @@ constexpr fact facts[] = {
     {"os_version", "variant of the operating system: 2 education, 0 any other", false,
      [] { return answer(orvane_get_os_version()); }},
 };
+
+answer root_disk()
+{
+    const std::unique_ptr<char, free_text> listing(get_lsblk_output());
+    return listing ? taken(find_root_disk(listing.get())) : answer();
+}
+
+constexpr fact root_disk_of_lsblk = {"root-disk", "name of the disk that lsblk lists", false,
+                                     root_disk};
 
 } // namespace
 
@@ -58,6 +71,11 @@ std::string to_text(const answer &value)
 std::span<const fact> all_facts()
 {
     return facts;
+}
+
+const fact &root_disk_fact()
+{
+    return root_disk_of_lsblk;
 }
 
 const fact *find_fact(std::string_view name)

@@ -24,5 +24,8 @@ struct fact {
 // Every fact, in the order in which they are shown.
 std::span<const fact> all_facts();
 
+// Asked on its own: not every lsblk tells it.
+const fact &root_disk_fact();
+
 // The fact of that name, or nullptr.
 const fact *find_fact(std::string_view name);

@@ -31,6 +31,7 @@ enum exit_status {
 
 struct request {
     bool json = false;
+    bool root_disk = false;
     std::string name; // empty for all facts
 };
 
@@ -79,11 +80,23 @@ void describe(CLI::App &app, request &wanted)
         facts += line + known.description + "\n";
     }
     show->footer(facts);
+
+    app.add_subcommand("root-disk", "Print the name of the disk with the root file system on one of"
+                                    " its partitions, as lsblk -J lists it")
+        ->callback([&wanted] { wanted.root_disk = true; });
+}
+
+// The one fact that is wanted, or nullptr for all of them.
+const fact *single_fact(const request &wanted)
+{
+    if (wanted.root_disk)
+        return &root_disk_fact();
+    return wanted.name.empty() ? nullptr : find_fact(wanted.name);
 }
 
 int answer_request(const request &wanted)
 {
-    const fact *const only = wanted.name.empty() ? nullptr : find_fact(wanted.name);
+    const fact *const only = single_fact(wanted);
     const auto findings = ask(only != nullptr ? std::span(only, 1) : all_facts());
 
     int status = done;
@@ -96,6 +109,8 @@ int answer_request(const request &wanted)
     else
         status = no_answer;
 
+    if (status == no_answer && wanted.root_disk)
+        complain("lsblk -J lists no partition mounted at / by \"mountpoint\"");
     if (::geteuid() == 0) {
         if (trace_log_refused())
             complain("the trace log cannot be opened, so this run left no trace");

@@ -3,32 +3,61 @@
 
 #include "orvane.h"
 
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
+#include <string_view>
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr std::size_t trace_line_bytes = 1024; // the library keeps no more of a line
 bool log_refused = false;
+int kept_standard_error = -1;
+
+void say(std::string_view text)
+{
+    [[maybe_unused]] const ssize_t written = ::write(kept_standard_error, text.data(), text.size());
+}
+
+// The last line of what was said while standard error was off. It runs in a signal handler.
+extern "C" void tell_last_words(int /*signal*/)
+{
+    char room[256];
+    const off_t end = ::lseek(STDERR_FILENO, 0, SEEK_END);
+    const off_t start = end > off_t{sizeof room} ? end - off_t{sizeof room} : 0;
+    const ssize_t size = ::pread(STDERR_FILENO, room, sizeof room, start);
+    std::string_view words(room, size > 0 ? static_cast<std::size_t>(size) : 0);
+    while (words.ends_with('\n'))
+        words.remove_suffix(1);
+    words.remove_prefix(words.rfind('\n') + 1);
+
+    say("orvane: ");
+    say(words);
+    say("\n");
+    ::_exit(1);
+}
 
 } // namespace
 
 quiet_standard_error::quiet_standard_error()
-    : kept_(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1))
 {
-    const int null_device = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-    ::dup2(null_device, STDERR_FILENO);
-    ::close(null_device);
+    kept_standard_error = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    const int aside = ::memfd_create("aside", MFD_CLOEXEC);
+    ::dup2(aside, STDERR_FILENO);
+    ::close(aside);
+    std::signal(SIGABRT, tell_last_words);
 }
 
 quiet_standard_error::~quiet_standard_error()
 {
-    ::dup2(kept_, STDERR_FILENO);
-    ::close(kept_);
+    std::signal(SIGABRT, SIG_DFL);
+    ::dup2(kept_standard_error, STDERR_FILENO);
+    ::close(kept_standard_error);
 }
 
 bool trace_log_refused()

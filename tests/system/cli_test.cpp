@@ -33,6 +33,10 @@ protected:
 
     void describe_machine()
     {
+        machine.file("/proc/mounts", "/dev/nvme0n1p2 / ext4 rw 0 0\n");
+        machine.block_device("/dev/nvme0n1p2");
+        machine.file("/sys/block/nvme0n1/device/model", "Fast Disk 1\n");
+        machine.file("/sys/block/nvme0n1/device/serial", "S123\n");
         machine.file("/sys/devices/virtual/dmi/id/product_uuid",
                      "4c4c4544-0042-3510-8052-b4c04f4d3132\n", 0400);
         machine.file("/sys/class/dmi/id/sys_vendor", "Acme Inc.\n");
@@ -55,7 +59,9 @@ TEST_F(orvane_command, shows_one_aligned_row_a_fact)
     describe_machine();
     describe_education_system();
     const result shown = orvane({"show"});
-    EXPECT_EQ(shown.output, "system_uuid 4c4c4544-0042-3510-8052-b4c04f4d3132\n"
+    EXPECT_EQ(shown.output, "root_device /dev/nvme0n1p2\n"
+                            "disk        Fast-Disk-1_S123\n"
+                            "system_uuid 4c4c4544-0042-3510-8052-b4c04f4d3132\n"
                             "vendor      Acme Inc.\n"
                             "model       0A1B\n"
                             "serial      ABC 123\n"
@@ -74,7 +80,9 @@ TEST_F(orvane_command, shows_the_same_without_a_word)
 
 TEST_F(orvane_command, puts_a_dash_where_there_is_no_answer)
 {
-    EXPECT_EQ(orvane({}).output, "system_uuid -\n"
+    EXPECT_EQ(orvane({}).output, "root_device -\n"
+                                 "disk        -\n"
+                                 "system_uuid -\n"
                                  "vendor      -\n"
                                  "model       -\n"
                                  "serial      -\n"
@@ -88,6 +96,8 @@ TEST_F(orvane_command, prints_one_json_object)
     describe_education_system();
     const result shown = orvane({"show", "--json"});
     EXPECT_EQ(shown.output, "{\n"
+                            "  \"root_device\": \"/dev/nvme0n1p2\",\n"
+                            "  \"disk\": \"Fast-Disk-1_S123\",\n"
                             "  \"system_uuid\": \"4c4c4544-0042-3510-8052-b4c04f4d3132\",\n"
                             "  \"vendor\": \"Acme Inc.\",\n"
                             "  \"model\": \"0A1B\",\n"
@@ -181,6 +191,63 @@ TEST_F(orvane_command, shows_the_flash_boot_device)
     EXPECT_EQ(orvane({"show", "oem_info"}).output, "SN0001_FLASH01_0123abcd\n");
 }
 
+TEST_F(orvane_command, hints_at_root_for_a_disk_that_only_root_may_ask)
+{
+    machine.file("/proc/mounts", "/dev/sda2 / ext4 rw 0 0\n");
+    machine.block_device("/dev/sda2");
+    const result shown = orvane({"show", "disk"}, ordinary_user);
+    EXPECT_EQ(shown.output, "");
+    EXPECT_EQ(shown.error, "orvane: may need root: disk\n");
+    EXPECT_EQ(shown.status, 1);
+}
+
+TEST_F(orvane_command, says_in_one_line_that_the_kernel_command_line_is_too_long)
+{
+    machine.file("/proc/cmdline", std::string(4096, 'x'));
+    const result shown = orvane({});
+    EXPECT_EQ(shown.error, "orvane: liborvane: fatal: the kernel command line is longer than 4095 "
+                           "characters\n");
+    EXPECT_EQ(shown.output, "");
+    EXPECT_EQ(shown.status, 1);
+}
+
+TEST_F(orvane_command, prints_the_root_disk_that_lsblk_lists)
+{
+    machine.tool("/usr/bin/lsblk", R"({"blockdevices": [{"name": "sda", "children": [)"
+                                   R"({"name": "sda1", "mountpoint": "/"}]}]})");
+    const result printed = orvane({"root-disk"});
+    EXPECT_EQ(printed.output, "sda\n");
+    EXPECT_EQ(printed.error, "");
+    EXPECT_EQ(printed.status, 0);
+    EXPECT_EQ(machine.runs("/usr/bin/lsblk").at(0).arguments, (texts{"/usr/bin/lsblk", "-J"}));
+}
+
+class unlisted_root_disk : public orvane_command,
+                           public testing::WithParamInterface<std::string> {};
+
+TEST_P(unlisted_root_disk, is_one_line_and_status_1)
+{
+    machine.tool("/usr/bin/lsblk", GetParam());
+    const result printed = orvane({"root-disk"});
+    EXPECT_EQ(printed.output, "");
+    EXPECT_EQ(printed.error,
+              "orvane: lsblk -J lists no partition mounted at / by \"mountpoint\"\n");
+    EXPECT_EQ(printed.status, 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(orvane_command, unlisted_root_disk,
+                         testing::Values(R"({"blockdevices": []})", "{}", "", "not json"));
+
+TEST_F(orvane_command, says_in_one_line_that_the_listing_is_too_long)
+{
+    machine.tool("/usr/bin/lsblk", std::string(5000, 'x'));
+    const result printed = orvane({"root-disk"});
+    EXPECT_EQ(printed.error,
+              "orvane: liborvane: fatal: the listing of lsblk is longer than 4095 characters\n");
+    EXPECT_EQ(printed.output, "");
+    EXPECT_EQ(printed.status, 1);
+}
+
 TEST_F(orvane_command, tells_its_version)
 {
     const result told = orvane({"--version"});
@@ -191,8 +258,8 @@ TEST_F(orvane_command, tells_its_version)
 TEST_F(orvane_command, lists_every_fact_in_its_help)
 {
     const result help = orvane({"show", "--help"});
-    for (const char *const name :
-         {"system_uuid", "vendor", "model", "serial", "oem_info", "os_version"})
+    for (const char *const name : {"root_device", "disk", "system_uuid", "vendor", "model",
+                                   "serial", "oem_info", "os_version"})
         EXPECT_NE(help.output.find(std::string("\n  ") + name + " "), std::string::npos) << name;
     EXPECT_EQ(help.status, 0);
 }
@@ -225,6 +292,8 @@ INSTANTIATE_TEST_SUITE_P(orvane_command, wrong_use,
                                          std::vector<std::string>{"show", ""},
                                          std::vector<std::string>{"show", "vendor", "model"},
                                          std::vector<std::string>{"show", "--bogus"},
+                                         std::vector<std::string>{"root-disk", "bogus"},
+                                         std::vector<std::string>{"show", "root-disk"},
                                          std::vector<std::string>{"show", "--json", "vendor"},
                                          std::vector<std::string>{"show", "two\nlines\x1B[31m"}));
 
