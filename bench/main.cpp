@@ -6,6 +6,26 @@
 
 #include <benchmark/benchmark.h>
 
+namespace {
+
+// An NVMe disk with the root file system on its second partition, for the library and for lsblk.
+void add_root_disk(constructed_machine &machine)
+{
+    const std::string disk = "/sys/devices/pci0000:00/0000:00:01.0/nvme/nvme0/nvme0n1";
+    machine.file(disk + "/device/model", "Fast SSD 500GB                          \n");
+    machine.file(disk + "/device/serial", "S4EVNX0N123456      \n");
+    machine.file(disk + "/dev", "259:0\n");
+    machine.file(disk + "/size", "976773168\n");
+    machine.link("/sys/block/nvme0n1", "../devices/pci0000:00/0000:00:01.0/nvme/nvme0/nvme0n1");
+    machine.link("/sys/dev/block/259:0",
+                 "../../devices/pci0000:00/0000:00:01.0/nvme/nvme0/nvme0n1");
+    machine.block_device("/dev/nvme0n1", 259, 0);
+    machine.block_device("/dev/nvme0n1p2", 259, 2);
+    machine.file("/proc/mounts", "sysfs /sys sysfs rw 0 0\n/dev/nvme0n1p2 / ext4 rw 0 0\n");
+}
+
+} // namespace
+
 int main(int argc, char **argv)
 {
     benchmark::Initialize(&argc, argv);
@@ -23,12 +43,16 @@ int main(int argc, char **argv)
     machine.start();
     machine.file("/sys/devices/virtual/dmi/id/product_uuid",
                  "4c4c4544-0042-3510-8052-b4c04f4d3132\n", 0400);
+    add_root_disk(machine);
     // Both sides append to a log that is there.
     machine.directory("/var/log/orvane");
 
     ratio_reporter reporter({
         {"trace_line", "four_system_calls"},
         {"system_uuid_query", "open_read_close"},
+        {"disk_identity_query", "lsblk_model_and_serial"},
+        // The query writes one line.
+        {"trace_line", "disk_identity_query"},
     });
     benchmark::RunSpecifiedBenchmarks(&reporter);
     return 0;
