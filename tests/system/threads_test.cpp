@@ -194,8 +194,33 @@ protected:
                        "'-s system-uuid') echo 4c4c4544-0043-3010-8052-b4c04f564231 ;;\n"
                        "*) printf '\\tVersion: V2 x\\n\\tSerial Number: SN1\\n' ;;\n"
                        "esac");
+        furnish_disk();
+    }
+
+private:
+    void furnish_disk()
+    {
+        machine.file("/proc/mounts", "/dev/nvme0n1p2 / ext4 rw 0 0\n");
+        machine.file("/proc/cmdline", "ro root=LABEL=a/b\n");
+        machine.block_device("/dev/nvme0n1p2");
+        machine.block_device("/dev/dm-0");
+        machine.link("/dev/mapper/vg0-root", "../dm-0");
+        machine.file("/sys/block/nvme0n1/device/model", "Fast Disk\n");
+        machine.file("/sys/block/nvme0n1/device/serial", "S1\n");
+        machine.tool("/usr/sbin/dmsetup", "1 dependencies\t: (nvme0n1p2)\n");
+        machine.tool("/usr/sbin/smartctl", "Model Number: FAST\nSerial Number: S2\n");
+        machine.tool("/usr/sbin/lvdisplay", "  VG Name vg0\n");
+        machine.tool("/usr/sbin/pvdisplay", "  PV Name /dev/nvme0n1p2\n  VG Name vg0\n");
+        machine.tool("/usr/bin/lsblk", "lvm\n");
     }
 };
+
+std::string disk_in_a_listing()
+{
+    std::string disk = text_or_none(find_root_disk(
+        R"({"blockdevices": [{"name": "sda", "children": [{"mountpoint": "/"}]}]})"));
+    return disk + text_or_none(find_root_disk("{\"broken\""));
+}
 
 std::string value_in_a_key_file()
 {
@@ -234,7 +259,12 @@ INSTANTIATE_TEST_SUITE_P(
             "ACME", 100},
         query{"vendor", [] { return text_or_none(orvane_get_vendor()); }, "ACME", 100},
         query{"os_version", [] { return std::to_string(orvane_get_os_version()); }, "2", 100},
-        query{"key_file", value_in_a_key_file, "value", 100}));
+        query{"key_file", value_in_a_key_file, "value", 100},
+        query{"disk", [] { return text_or_none(orvane_get_harddisk_id()); }, "Fast-Disk_S1", 50},
+        query{"command_line",
+              [] { return text_or_none(command_line_get_root_device_name("/proc/cmdline")); },
+              "/dev/disk/by-label/a\\x2fb", 100},
+        query{"listing", disk_in_a_listing, "sda(no text)", 20}));
 
 INSTANTIATE_TEST_SUITE_P(
     running_tools, asked_by_many_threads,
@@ -244,4 +274,15 @@ INSTANTIATE_TEST_SUITE_P(
               "4c4c4544-0043-3010-8052-b4c04f564231", 5},
         query{"oem_info", [] { return text_or_none(hw_oem_info()); }, "SN1_flash_card", 5},
         query{"command", [] { return text_or_none(get_machine_info_from_dmidecode("echo told")); },
-              "told", 5}));
+              "told", 5},
+        query{"mapped_disk", [] { return text_or_none(harddisk_id("/dev/mapper/vg0-root")); },
+              "Fast-Disk_S1", 5},
+        query{"smartctl", [] { return text_or_none(harddisk_id_smartctl("/dev/nvme0n1p2")); },
+              "FAST_S2", 5},
+        query{"start_of_model", [] { return text_or_none(harddisk_id_nvme_new("nvme0n1")); }, "Fas",
+              5},
+        query{"logical_volume",
+              [] { return std::to_string(is_logical_volume("/dev/mapper/vg0-root")); }, "1", 5},
+        query{"physical_volume",
+              [] { return text_or_none(harddisk_id_lvm("/dev/mapper/vg0-root")); }, "FAST_S2", 3},
+        query{"lsblk", [] { return text_or_none(get_lsblk_output()); }, "lvm\n", 5}));
