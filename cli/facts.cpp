@@ -13,13 +13,6 @@ struct free_text {
     void operator()(char *text) const noexcept { std::free(text); }
 };
 
-// Takes over a text of the library's.
-answer taken(char *text)
-{
-    const std::unique_ptr<char, free_text> owner(text);
-    return text != nullptr ? answer(std::string(text)) : answer();
-}
-
 answer serial()
 {
     if (char *const tag = get_service_tag_from_sysfs("/sys/class/dmi/id/product_serial"))
@@ -43,16 +36,13 @@ constexpr fact facts[] = {
      [] { return answer(orvane_get_os_version()); }},
 };
 
-answer root_disk()
-{
-    const std::unique_ptr<char, free_text> listing(get_lsblk_output());
-    return listing ? taken(find_root_disk(listing.get())) : answer();
-}
-
-constexpr fact root_disk_of_lsblk = {"root-disk", "name of the disk that lsblk lists", false,
-                                     root_disk};
-
 } // namespace
+
+answer taken(char *text)
+{
+    const std::unique_ptr<char, free_text> owner(text);
+    return text != nullptr ? answer(std::string(text)) : answer();
+}
 
 bool is_answered(const answer &value)
 {
@@ -71,11 +61,6 @@ std::string to_text(const answer &value)
 std::span<const fact> all_facts()
 {
     return facts;
-}
-
-const fact &root_disk_fact()
-{
-    return root_disk_of_lsblk;
 }
 
 const fact *find_fact(std::string_view name)

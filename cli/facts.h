@@ -9,6 +9,9 @@
 // What the library says to one question: nothing, a text or a number.
 using answer = std::variant<std::monostate, std::string, unsigned int>;
 
+// Takes over a text of the library's.
+answer taken(char *text);
+
 bool is_answered(const answer &value);
 
 // The answer as a person reads it.
@@ -23,9 +26,6 @@ struct fact {
 
 // Every fact, in the order in which they are shown.
 std::span<const fact> all_facts();
-
-// Asked on its own: not every lsblk tells it.
-const fact &root_disk_fact();
 
 // The fact of that name, or nullptr.
 const fact *find_fact(std::string_view name);

@@ -3,16 +3,18 @@
 // The orvane command: what the library knows, for people and scripts.
 #include "facts.h"
 #include "quiet.h"
+#include "root_disk.h"
 #include "show.h"
 
 #include "orvane.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <clocale>
 #include <cstdio>
 #include <cstring>
+#include <cwchar>
+#include <cwctype>
 #include <exception>
 #include <stdexcept>
 #include <string>
@@ -35,14 +37,24 @@ struct request {
     std::string name; // empty for all facts
 };
 
-// A text from outside may hold what a terminal obeys.
-std::string without_controls(std::string text)
+// A text from outside may hold what a terminal obeys, in the user's encoding.
+std::string without_controls(const std::string &text)
 {
-    for (char &c : text) {
-        if (std::iscntrl(static_cast<unsigned char>(c)) != 0)
-            c = ' ';
+    std::string plain;
+    std::mbstate_t state = {};
+    for (std::size_t at = 0; at < text.size();) {
+        wchar_t wide = 0;
+        const std::size_t size = std::mbrtowc(&wide, &text[at], text.size() - at, &state);
+        const bool is_character = size <= text.size() - at && size > 0;
+        if (is_character && std::iswcntrl(static_cast<std::wint_t>(wide)) == 0)
+            plain.append(text, at, size);
+        else
+            plain.push_back(is_character ? ' ' : '?');
+        if (!is_character)
+            state = {};
+        at += is_character ? size : 1;
     }
-    return text;
+    return plain;
 }
 
 // One plain line, whatever the message holds.
@@ -86,17 +98,13 @@ void describe(CLI::App &app, request &wanted)
         ->callback([&wanted] { wanted.root_disk = true; });
 }
 
-// The one fact that is wanted, or nullptr for all of them.
-const fact *single_fact(const request &wanted)
-{
-    if (wanted.root_disk)
-        return &root_disk_fact();
-    return wanted.name.empty() ? nullptr : find_fact(wanted.name);
-}
-
 int answer_request(const request &wanted)
 {
-    const fact *const only = single_fact(wanted);
+    if (wanted.root_disk) {
+        print_value(answer(root_disk()));
+        return done;
+    }
+    const fact *const only = wanted.name.empty() ? nullptr : find_fact(wanted.name);
     const auto findings = ask(only != nullptr ? std::span(only, 1) : all_facts());
 
     int status = done;
@@ -109,8 +117,6 @@ int answer_request(const request &wanted)
     else
         status = no_answer;
 
-    if (status == no_answer && wanted.root_disk)
-        complain("lsblk -J lists no partition mounted at / by \"mountpoint\"");
     if (::geteuid() == 0) {
         if (trace_log_refused())
             complain("the trace log cannot be opened, so this run left no trace");

@@ -24,8 +24,9 @@ void say(std::string_view text)
     [[maybe_unused]] const ssize_t written = ::write(kept_standard_error, text.data(), text.size());
 }
 
-// The last line of what was said while standard error was off. It runs in a signal handler.
-extern "C" void tell_last_words(int /*signal*/)
+// What the library said while standard error was off, if it was the library that ended the process.
+// It runs in a signal handler.
+extern "C" void tell_last_words(int signal)
 {
     char room[256];
     const off_t end = ::lseek(STDERR_FILENO, 0, SEEK_END);
@@ -36,6 +37,11 @@ extern "C" void tell_last_words(int /*signal*/)
         words.remove_suffix(1);
     words.remove_prefix(words.rfind('\n') + 1);
 
+    if (!words.starts_with("liborvane: fatal: ")) {
+        std::signal(signal, SIG_DFL);
+        std::raise(signal); // comes when this handler is left
+        return;
+    }
     say("orvane: ");
     say(words);
     say("\n");

@@ -64,11 +64,8 @@ struct _GKeyFile;
  *          harddisk_id_lvm(): each entry names its files and tools, and which of
  *          them root alone may ask. Asked afresh on every call.
  * Writes:  a few lines to the trace log.
- * Errors:  a kernel command line of more than 4095 characters, which is read
- *          where the mount table does not tell the root device, ends the
- *          process; see command_line_get_root_device_name().
- * Threads: safe, with two reservations: harddisk_id() waits for any child of the
- *          process, and trace stamps may mix, as for time_string().
+ * Errors:  those of root_device() and harddisk_id().
+ * Threads: safe, with the reservations of harddisk_id().
  */
 ORVANE_API char *orvane_get_harddisk_id(void);
 
@@ -79,9 +76,9 @@ ORVANE_API char *orvane_get_harddisk_id(void);
  * Returns: new text, the path of what was a block device a moment ago; NULL when
  *          neither source names one.
  * Reads:   /proc/mounts for the first entry at "/" that is not "rootfs"; where
- *          that cannot be read or is no block device, the first "root=" word of
- *          /proc/cmdline.
- * Writes:  a line or two to the trace log.
+ *          the file cannot be read, has no such entry, or the entry is of no block
+ *          device, the first "root=" word of /proc/cmdline.
+ * Writes:  at most two lines to the trace log.
  * Errors:  as for command_line_get_root_device_name().
  * Threads: safe; trace stamps may mix, as for time_string().
  */
@@ -113,25 +110,32 @@ ORVANE_API char *command_line_get_root_device_name(const char *filename);
  *           resolved.
  * Returns:  new text; NULL when the name does not resolve to a block device or
  *           nothing answers.
- *           - ATA: "MODEL_SERIAL" without any blank or control character; one of
- *             the two, or both, may be empty.
- *           - NVMe: "MODEL_SERIAL" with one "-" for each run of those.
- *           - A mapped device that stands on one device alone: as for that
- *             device where it is NVMe, and its node, such as "/dev/sda", where it
- *             is a whole disk. Any other mapped device is asked as if it were an
- *             ATA disk, and so is one that is given by its own node, /dev/dm-N.
+ *           - ATA: "MODEL_SERIAL" of the graphic characters alone; one of the
+ *             two, or both, may be empty.
+ *           - NVMe: "MODEL_SERIAL" without what is not graphic at the ends of
+ *             each, and with one "-" for each run of that inside.
+ *           - A mapped device that stands on one device alone: that device's node,
+ *             such as "/dev/sda", where it is a whole disk; otherwise as for that
+ *             device where it is NVMe. Any other mapped device is asked as if it
+ *             were an ATA disk, and so is one that is given by its own node,
+ *             /dev/dm-N.
  * Reads:    for ATA the HDIO_GET_IDENTITY request on the node itself (root); for
  *           NVMe /sys/block/DISK/device/model and .../serial, DISK being the
  *           first name in /sys/block that begins the device's; for mapped devices
- *           /usr/sbin/dmsetup deps -o devname (root), run without a shell and with
- *           an empty environment; where that names no block device
- *           /usr/bin/lsblk -Jp -o name,serial,model; and libblkid, which opens the
- *           device (root), for whether it is a whole disk.
+ *           /usr/sbin/dmsetup deps -o devname DEVICE (root), run without a shell
+ *           and with an empty environment; where that names no block device
+ *           /usr/bin/lsblk -Jp -o name,serial,model, whose answer counts where a
+ *           file of that name is a whole disk or the name begins with "nvme"; and
+ *           libblkid, which opens the device (root), for whether it is a whole
+ *           disk.
  * Writes:   lines to the trace log.
- * Threads:  safe, but for dmsetup: after it has been run, wait() is called once,
- *           and may get another child of a process that has several. Trace stamps
- *           may mix, as for time_string(). Which characters are blank is the
- *           locale's choice.
+ * Errors:   "execve: " and the system's reason on standard error where dmsetup is
+ *           there and cannot be run.
+ * Threads:  safe, but for dmsetup: after it has been run, wait() is called once.
+ *           In a process with other children it may get one of those, and where
+ *           the process ignores its children or reaps them by itself it may last
+ *           until they end. Trace stamps may mix, as for time_string(). Which
+ *           characters are graphic is the locale's choice.
  */
 ORVANE_API char *harddisk_id(const char *dev_name);
 
@@ -140,15 +144,16 @@ ORVANE_API char *harddisk_id(const char *dev_name);
  *
  * device:  a block device or a link to one; NULL is a name that cannot be
  *          resolved.
- * Returns: new text, "MODEL_SERIAL" without spaces, each part at most 510 bytes;
- *          NULL when /usr/sbin/smartctl is not readable and executable, the name
- *          does not resolve to a block device, or one of the two is not told.
+ * Returns: new text, "MODEL_SERIAL" without spaces and newlines, each part cut at
+ *          510 bytes; NULL when /usr/sbin/smartctl is not readable and executable
+ *          or cannot be started, the name does not resolve to a block device, or
+ *          one of the two is not told.
  * Reads:   /usr/sbin/smartctl -i DEVICE (root), DEVICE being the resolved path,
  *          cut with the command line at 255 bytes. The last field of the last
  *          line about a model, and about a serial number, is taken.
  * Writes:  nothing, but for a line to the trace log about a device that cannot be
  *          examined.
- * Threads: safe.
+ * Threads: safe; trace stamps may mix, as for time_string().
  */
 ORVANE_API char *harddisk_id_smartctl(const char *device);
 
@@ -182,7 +187,8 @@ ORVANE_API int is_logical_volume(const char *dev_name);
 /*
  * The identity of the disk under a logical volume, as harddisk_id_smartctl() tells
  * it. Meant for machines with one physical volume: the last one that pvdisplay
- * prints is asked, if at least one of the volume's group is among them.
+ * prints is asked, if at least one in the volume's group, or in a group whose name
+ * begins with that group's, is among them.
  *
  * dev_name: a logical volume's block device or a link to it; NULL is a name that
  *           cannot be resolved.
@@ -190,11 +196,11 @@ ORVANE_API int is_logical_volume(const char *dev_name);
  *           when smartctl has no answer.
  * Reads:    /sbin/lvdisplay DEVICE, cut at 255 bytes, for the volume group, then
  *           /sbin/pvdisplay (both root). A physical volume named like sda3_crypt
- *           stands for the first of the name's parts that is a block device in
- *           /dev.
+ *           stands for the first of the name's parts, without those that hold
+ *           "crypt", that is a block device in /dev, and for itself where none is.
  * Writes:   nothing, but for lines to the trace log about devices that cannot be
  *           examined.
- * Threads:  safe.
+ * Threads:  safe; trace stamps may mix, as for time_string().
  */
 ORVANE_API char *harddisk_id_lvm(const char *dev_name);
 

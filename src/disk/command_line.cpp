@@ -7,10 +7,10 @@
 #include "support/bounded_text.h"
 #include "support/fatal.h"
 #include "support/fields.h"
-#include "support/glib_handles.h"
 #include "support/handles.h"
 #include "support/prefix.h"
 
+#include <cstdio>
 #include <cstring>
 #include <string_view>
 
@@ -20,20 +20,19 @@ namespace {
 
 using command_line_buffer = bounded_text<4096>;
 
+// Read to its end or its first NUL, without GLib, which ends the process where it has no memory.
 heap_text read_first_line(const char *filename) noexcept
 {
-    if (filename == nullptr)
+    const unique_file file(filename == nullptr ? nullptr : ::fopen(filename, "r"));
+    if (!file)
         return {};
     char *contents = nullptr;
-    unique_error error;
-    const bool is_read = ::g_file_get_contents(filename, &contents, nullptr, error.out()) != 0;
-    const glib_text owned_contents(contents);
+    std::size_t room = 0;
+    const bool is_read = ::getdelim(&contents, &room, '\0', file.get()) >= 0;
+    heap_text line(contents);
     if (!is_read)
         return {};
-
-    heap_text line(::strdup(contents));
-    if (line)
-        line.get()[::strcspn(line.get(), "\n")] = '\0';
+    line.get()[::strcspn(line.get(), "\n")] = '\0';
     return line;
 }
 

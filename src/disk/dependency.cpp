@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -38,6 +39,13 @@ void complain_about_execve() noexcept
         ::write(STDERR_FILENO, message.c_str(), message.length());
 }
 
+// A program that another thread starts meanwhile would hold the pipe open for as long as it runs,
+// and a tool that says nothing would then seem to go on.
+void keep_from_other_programs(const unique_fd &fd) noexcept
+{
+    ::fcntl(fd.get(), F_SETFD, FD_CLOEXEC);
+}
+
 // execve() changes none of its texts; its type is older than const.
 char *const *unchanged(const char *const *texts) noexcept
 {
@@ -45,17 +53,23 @@ char *const *unchanged(const char *const *texts) noexcept
     return const_cast<char *const *>(texts);
 }
 
+// A caller without standard output may have it there already. The tool is to have it alone.
+bool make_standard_output(int fd) noexcept
+{
+    if (fd == STDOUT_FILENO)
+        return ::fcntl(fd, F_SETFD, 0) == 0;
+    const bool is_made = ::dup2(fd, STDOUT_FILENO) >= 0;
+    ::close(fd);
+    return is_made;
+}
+
 // Becomes the tool in a child process. Other threads of the caller may have held locks at the time
 // of the fork, so nothing here takes one: each call is async-signal-safe.
 [[noreturn]] void run_dmsetup(int read_end, int write_end, const char *mapped) noexcept
 {
     ::close(read_end);
-    // It may stand there already, in a caller without standard output.
-    if (write_end != STDOUT_FILENO) {
-        if (::dup2(write_end, STDOUT_FILENO) < 0)
-            ::_exit(cannot_execute);
-        ::close(write_end);
-    }
+    if (!make_standard_output(write_end))
+        ::_exit(cannot_execute);
 
     const char *const arguments[] = {dmsetup, "deps", "-o", "devname", mapped, nullptr};
     const char *const environment[] = {nullptr};
@@ -70,7 +84,8 @@ void read_report(const unique_fd &output, text_buffer &report) noexcept
     uninterrupted([&] { return ::read(output.get(), report.data(), report.capacity() - 1); });
 }
 
-// Deliberate: any child will do, and a caller that reaps them all by itself leaves none.
+// Deliberate: any child will do. Where the caller ignores its children or reaps them by itself,
+// this one may be gone already, and the wait lasts for as long as the caller has others.
 void wait_for_child() noexcept
 {
     uninterrupted([] { return ::wait(nullptr); });
@@ -110,6 +125,8 @@ heap_text dependency_name(const char *mapped) noexcept
     }
     unique_fd read_end(ends[0]);
     unique_fd write_end(ends[1]);
+    keep_from_other_programs(read_end);
+    keep_from_other_programs(write_end);
     const pid_t child = ::fork();
     if (child < 0) {
         ::orvane_trace("fork error.");

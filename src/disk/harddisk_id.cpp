@@ -9,6 +9,8 @@
 #include "orvane.h"
 #include "support/prefix.h"
 
+#include <optional>
+
 namespace orvane {
 
 namespace {

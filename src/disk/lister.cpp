@@ -8,6 +8,7 @@
 #include "orvane.h"
 #include "support/json_handles.h"
 #include "support/line.h"
+#include "support/printable.h"
 #include "support/tool.h"
 
 #include <algorithm>
@@ -24,12 +25,6 @@ const char *name_of(const cJSON *device) noexcept
 {
     const cJSON *const name = ::cJSON_GetObjectItem(device, "name");
     return ::cJSON_IsString(name) != 0 ? name->valuestring : nullptr;
-}
-
-// What prints a text that may be absent.
-const char *printable(const char *text) noexcept
-{
-    return text != nullptr ? text : "(null)";
 }
 
 // The disk itself, not one of its partitions: the top level alone is searched.
@@ -61,6 +56,7 @@ const char *text_of(const cJSON *device, const char *key) noexcept
         ::orvane_trace("Serial for device '%s' is not a string or is NULL.\n", name_of(device));
         return nullptr;
     }
+    // The parser makes no such member; a program may have put another in its place.
     if (member->valuestring == nullptr) {
         ::orvane_trace("%s is NULL", key);
         return nullptr;

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // Logical volumes: the disk under one is the disk of its physical volume.
-#include "disk/block_device.h"
 #include "disk/device_path.h"
 #include "disk/lvm_report.h"
 #include "orvane.h"
-#include "support/fields.h"
 #include "support/line.h"
 #include "support/shell_word.h"
 #include "support/tool.h"
@@ -42,27 +40,6 @@ bool find_physical_volume(const lvm_name &group, lvm_name &volume) noexcept
 {
     const tool_output report = run_tool(pvdisplay);
     return report && read_physical_volume(report.get(), group, volume);
-}
-
-// An encrypted physical volume is named after the partition below it, as in sda3_crypt. A name
-// that leads to no block device stays.
-void undo_encryption(lvm_name &volume) noexcept
-{
-    if (::strstr(volume.c_str(), "crypt") == nullptr || ::strchr(volume.c_str(), '_') == nullptr)
-        return;
-    lvm_name name;
-    name.append(last_component(volume.c_str()));
-    fields parts(name.data(), "_");
-    while (const char *const part = parts.next()) {
-        if (::strstr(part, "crypt") != nullptr)
-            continue;
-        path_buffer node;
-        node.format("/dev/%s", part);
-        if (is_block_device(node.c_str()) != 0) {
-            volume.assign(node.view());
-            return;
-        }
-    }
 }
 
 } // namespace

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "disk/lvm_report.h"
 
+#include "disk/block_device.h"
+#include "disk/device_path.h"
 #include "orvane.h"
+#include "support/fields.h"
 #include "support/line.h"
 #include "support/prefix.h"
 
@@ -55,6 +58,25 @@ bool read_physical_volume(std::FILE *report, const lvm_name &group, lvm_name &vo
         follows_volume = false;
     }
     return is_found;
+}
+
+void undo_encryption(lvm_name &volume) noexcept
+{
+    if (::strstr(volume.c_str(), "crypt") == nullptr || ::strchr(volume.c_str(), '_') == nullptr)
+        return;
+    lvm_name name;
+    name.append(last_component(volume.c_str()));
+    fields parts(name.data(), "_");
+    while (const char *const part = parts.next()) {
+        if (::strstr(part, "crypt") != nullptr)
+            continue;
+        path_buffer node;
+        node.format("/dev/%s", part);
+        if (is_block_device(node.c_str()) != 0) {
+            volume.assign(node.view());
+            return;
+        }
+    }
 }
 
 } // namespace orvane

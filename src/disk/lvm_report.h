@@ -12,8 +12,12 @@ using lvm_name = bounded_text<511>;
 // Takes the volume group of a logical volume out of lvdisplay's report; empty where none is told.
 void read_volume_group(std::FILE *report, lvm_name &group) noexcept;
 
-// Takes the physical volume of that group, whose name is not empty, out of pvdisplay's report.
-// False where the report has none of the group.
+// Takes the last physical volume out of pvdisplay's report. True where the report has one of a
+// group whose name begins with this one, which is not empty.
 bool read_physical_volume(std::FILE *report, const lvm_name &group, lvm_name &volume) noexcept;
+
+// Puts the partition in the place of an encrypted physical volume that is named after it, as in
+// sda3_crypt. A name that leads to no block device stays.
+void undo_encryption(lvm_name &volume) noexcept;
 
 } // namespace orvane

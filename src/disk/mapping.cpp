@@ -7,6 +7,7 @@
 #include "disk/lister.h"
 #include "disk/nvme.h"
 #include "orvane.h"
+#include "support/printable.h"
 
 #include <blkid.h>
 
@@ -20,7 +21,7 @@ using unique_probe = owned<blkid_struct_probe, ::blkid_free_probe>;
 // is tested as a path would be.
 heap_text find_candidate(const char *dependency) noexcept
 {
-    const char *const name = dependency != nullptr ? dependency : "(null)";
+    const char *const name = printable(dependency);
     bounded_text<1024> node;
     node.format("/dev/%s", name);
     ::orvane_trace("physicalDiskNode: %s", node.c_str());

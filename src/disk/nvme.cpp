@@ -33,10 +33,9 @@ void find_disk(DIR *directory, std::string_view name, text_buffer &disk) noexcep
     }
 }
 
-// Deliberate: the first character is kept here whatever it is, so that the text is never empty.
 std::string_view without_trailing_blanks(std::string_view text) noexcept
 {
-    while (text.size() > 1 && !is_graphic(text.back()))
+    while (!text.empty() && !is_graphic(text.back()))
         text.remove_suffix(1);
     return text;
 }

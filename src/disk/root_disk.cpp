@@ -35,7 +35,7 @@ void collect(std::FILE *output, char *listing) noexcept
 // into a text that may be gone.
 bool is_within(const char *position, const char *text) noexcept
 {
-    return std::greater_equal<>()(position, text) &&
+    return text != nullptr && std::greater_equal<>()(position, text) &&
            std::less_equal<>()(position, text + ::strlen(text));
 }
 

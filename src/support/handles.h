@@ -14,10 +14,8 @@ namespace orvane {
 class unique_fd {
 public:
     explicit unique_fd(int fd) noexcept : fd_(fd) {}
-    unique_fd(unique_fd &&other) noexcept : fd_(other.release()) {}
     unique_fd(const unique_fd &) = delete;
     unique_fd &operator=(const unique_fd &) = delete;
-    unique_fd &operator=(unique_fd &&) = delete;
     ~unique_fd()
     {
         if (fd_ >= 0)

@@ -9,6 +9,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     group.append("vg0");
     orvane::lvm_name volume;
     static_cast<void>(orvane::read_physical_volume(report.get(), group, volume));
+    orvane::undo_encryption(volume);
     require(has_none_of(volume.view(), " \n"));
     return 0;
 }

@@ -236,7 +236,40 @@ TEST_P(unlisted_root_disk, is_one_line_and_status_1)
 }
 
 INSTANTIATE_TEST_SUITE_P(orvane_command, unlisted_root_disk,
-                         testing::Values(R"({"blockdevices": []})", "{}", "", "not json"));
+                         testing::Values(R"({"blockdevices": []})", "{}", "not json"));
+
+TEST_F(orvane_command, says_that_lsblk_lists_nothing)
+{
+    machine.tool("/usr/bin/lsblk", "");
+    EXPECT_EQ(orvane({"root-disk"}).error, "orvane: lsblk is missing or lists nothing\n");
+    machine.remove("/usr/bin/lsblk");
+    const result printed = orvane({"root-disk"});
+    EXPECT_EQ(printed.error, "orvane: lsblk is missing or lists nothing\n");
+    EXPECT_EQ(printed.output, "");
+    EXPECT_EQ(printed.status, 1);
+}
+
+TEST_F(orvane_command, says_that_lsblk_cannot_be_run)
+{
+    const result printed =
+        machine.run({"/bin/sh", "-c", "ulimit -n 4; exec /opt/orvane/bin/orvane root-disk"});
+    EXPECT_EQ(printed.error, "orvane: lsblk cannot be run\n");
+    EXPECT_EQ(printed.status, 1);
+}
+
+TEST_F(orvane_command, keeps_what_a_terminal_obeys_out_of_its_complaints)
+{
+    const auto complaint_in = [this](const std::string &locale) {
+        return machine
+            .run({"/usr/bin/env", "LC_ALL=" + locale, "/opt/orvane/bin/orvane", "show",
+                  "M\xc3\xbc\xc2\x9b"
+                  "31m\x1b\xff"})
+            .error;
+    };
+    EXPECT_NE(complaint_in("C.UTF-8").find("'M\xc3\xbc 31m ?'"), std::string::npos)
+        << complaint_in("C.UTF-8");
+    EXPECT_NE(complaint_in("C").find("'M????31m ?'"), std::string::npos) << complaint_in("C");
+}
 
 TEST_F(orvane_command, says_in_one_line_that_the_listing_is_too_long)
 {

@@ -330,6 +330,7 @@ TEST(root_disk, does_not_look_at_a_position_in_another_text)
         return reinterpret_cast<const char *>(8);
     };
     EXPECT_EQ(standard_error_of([] { EXPECT_EQ(root_disk("not json"), "(no text)"); }), "");
+    EXPECT_EQ(standard_error_of([] { EXPECT_EQ(root_disk(nullptr), "(no text)"); }), "");
 }
 
 TEST(root_disk, is_none_where_there_is_no_memory_for_its_name)
