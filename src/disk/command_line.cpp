@@ -28,7 +28,8 @@ heap_text read_first_line(const char *filename) noexcept
         return {};
     char *contents = nullptr;
     std::size_t room = 0;
-    const bool is_read = ::getdelim(&contents, &room, '\0', file.get()) >= 0;
+    const bool is_read =
+        ::getdelim(&contents, &room, '\0', file.get()) >= 0 && ::ferror(file.get()) == 0;
     heap_text line(contents);
     if (!is_read)
         return {};

@@ -39,7 +39,10 @@ bool find_volume_group(const char *device, lvm_name &group) noexcept
 bool find_physical_volume(const lvm_name &group, lvm_name &volume) noexcept
 {
     const tool_output report = run_tool(pvdisplay);
-    return report && read_physical_volume(report.get(), group, volume);
+    if (!report || !read_physical_volume(report.get(), group, volume))
+        return false;
+    undo_encryption(volume);
+    return true;
 }
 
 } // namespace
@@ -72,6 +75,5 @@ extern "C" char *harddisk_id_lvm(const char *dev_name)
     orvane::lvm_name volume;
     if (!orvane::find_volume_group(dev_name, group) || !orvane::find_physical_volume(group, volume))
         return nullptr;
-    orvane::undo_encryption(volume);
     return ::harddisk_id_smartctl(volume.c_str());
 }

@@ -4,11 +4,14 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include <unistd.h>
+
 namespace orvane {
 
 void fatal_bounds_violation(const char *what) noexcept
 {
-    static_cast<void>(::fprintf(stderr, "liborvane: fatal: %s\n", what));
+    // Past a buffer that the caller may have given stderr: abort() would not write it out.
+    static_cast<void>(::dprintf(STDERR_FILENO, "liborvane: fatal: %s\n", what));
     ::abort();
 }
 

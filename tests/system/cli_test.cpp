@@ -249,14 +249,6 @@ TEST_F(orvane_command, says_that_lsblk_lists_nothing)
     EXPECT_EQ(printed.status, 1);
 }
 
-TEST_F(orvane_command, says_that_lsblk_cannot_be_run)
-{
-    const result printed =
-        machine.run({"/bin/sh", "-c", "ulimit -n 4; exec /opt/orvane/bin/orvane root-disk"});
-    EXPECT_EQ(printed.error, "orvane: lsblk cannot be run\n");
-    EXPECT_EQ(printed.status, 1);
-}
-
 TEST_F(orvane_command, keeps_what_a_terminal_obeys_out_of_its_complaints)
 {
     const auto complaint_in = [this](const std::string &locale) {

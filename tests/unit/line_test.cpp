@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "fixture.h"
+#include "stepped_stream.h"
 #include "support/line.h"
 #include "support/tool.h"
 
@@ -16,45 +17,6 @@
 #include <unistd.h>
 
 namespace {
-
-// What one read of a stream comes to: bytes, or an error where there is one.
-struct read_step {
-    std::string data;
-    int error = 0;
-};
-
-// A stream whose reads come to these steps, one after the other, and then to the end.
-class stepped_stream {
-public:
-    explicit stepped_stream(std::vector<read_step> steps) : steps_(std::move(steps))
-    {
-        stream_.reset(::fopencookie(this, "r", {read, nullptr, nullptr, nullptr}));
-    }
-    stepped_stream(const stepped_stream &) = delete;
-    stepped_stream &operator=(const stepped_stream &) = delete;
-
-    [[nodiscard]] std::FILE *get() const { return stream_.get(); }
-
-private:
-    static ssize_t read(void *self, char *room, size_t size)
-    {
-        auto &steps = static_cast<stepped_stream *>(self)->steps_;
-        if (steps.empty())
-            return 0;
-        const read_step step = steps.front();
-        steps.erase(steps.begin());
-        errno = step.error;
-        if (step.error != 0)
-            return -1;
-        return static_cast<ssize_t>(step.data.copy(room, size));
-    }
-
-    std::vector<read_step> steps_;
-    orvane::unique_file stream_;
-};
-
-const read_step broken_off = {"", EINTR};
-const read_step failed = {"", EIO};
 
 template <std::size_t Bytes> texts all_lines(const stepped_stream &stream)
 {
