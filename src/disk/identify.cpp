@@ -32,6 +32,20 @@ void append_graphic(std::span<const unsigned char> bytes, identify_text &text) n
     }
 }
 
+bool identify(const char *node, hd_driveid &identity) noexcept
+{
+    const unique_fd fd(::open(node, O_RDONLY | O_NONBLOCK));
+    if (!fd) {
+        ::orvane_trace("fd < 0, return");
+        return false;
+    }
+    if (::ioctl(fd.get(), HDIO_GET_IDENTITY, &identity) < 0) {
+        ::orvane_trace("ioctl(fd, HDIO_GET_IDENTITY, &id), return");
+        return false;
+    }
+    return true;
+}
+
 } // namespace
 
 char *join_identity(const hd_driveid &identity) noexcept
@@ -51,18 +65,8 @@ char *ata_identity(const char *device) noexcept
     bounded_text<1024> node;
     node.format("/dev/%s", device);
     ::orvane_trace("device :%s", node.c_str());
-    const unique_fd fd(::open(node.c_str(), O_RDONLY | O_NONBLOCK));
-    if (!fd) {
-        ::orvane_trace("fd < 0, return");
-        return nullptr;
-    }
-
     hd_driveid identity = {};
-    if (::ioctl(fd.get(), HDIO_GET_IDENTITY, &identity) < 0) {
-        ::orvane_trace("ioctl(fd, HDIO_GET_IDENTITY, &id), return");
-        return nullptr;
-    }
-    return join_identity(identity);
+    return identify(node.c_str(), identity) ? join_identity(identity) : nullptr;
 }
 
 } // namespace orvane

@@ -134,7 +134,7 @@ TEST_F(logical_volume, costs_one_command_and_one_line)
     const device_calls calls;
     EXPECT_EQ(is_logical_volume("/dev/mapper/vg0-root"), 1);
     EXPECT_EQ(calls.made(), (texts{"access /bin/lsblk 5",
-                                   "popen /bin/lsblk -n -o \"TYPE\" /dev/mapper/vg0-root | r",
+                                   "popen /bin/lsblk -n -o \"TYPE\" /dev/mapper/vg0-root r",
                                    "fgets 1024", "pclose"}));
 }
 
@@ -144,7 +144,7 @@ TEST_F(logical_volume, is_closed_also_without_a_line)
     const device_calls calls;
     EXPECT_EQ(is_logical_volume("/dev/dm-0"), 1);
     EXPECT_EQ(calls.made(),
-              (texts{"access /bin/lsblk 5", "popen /bin/lsblk -n -o \"TYPE\" /dev/dm-0 | r",
+              (texts{"access /bin/lsblk 5", "popen /bin/lsblk -n -o \"TYPE\" /dev/dm-0 r",
                      "fgets 1024", "pclose"}));
 }
 

@@ -71,8 +71,8 @@ TEST_F(nvme_model, costs_one_command_one_short_read_and_one_trace_line)
     machine.file(model_file, "Samsung SSD 970\nsecond line\n");
     const device_calls calls;
     EXPECT_EQ(asked().value(), "Sam");
-    EXPECT_EQ(calls.made(), (texts{"popen cat /sys/block/nvme0n1/device/model | r", "fgets 4",
-                                   "trace", "pclose"}));
+    EXPECT_EQ(calls.made(),
+              (texts{"popen cat /sys/block/nvme0n1/device/model r", "fgets 4", "trace", "pclose"}));
 }
 
 TEST_F(nvme_model, is_closed_also_without_a_line)
@@ -80,8 +80,8 @@ TEST_F(nvme_model, is_closed_also_without_a_line)
     machine.file(model_file, "");
     const device_calls calls;
     EXPECT_EQ(asked().value(), "");
-    EXPECT_EQ(calls.made(), (texts{"popen cat /sys/block/nvme0n1/device/model | r", "fgets 4",
-                                   "trace", "pclose"}));
+    EXPECT_EQ(calls.made(),
+              (texts{"popen cat /sys/block/nvme0n1/device/model r", "fgets 4", "trace", "pclose"}));
 }
 
 TEST_F(nvme_model, stands_in_a_block_of_1024_bytes)

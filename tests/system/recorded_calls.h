@@ -48,7 +48,7 @@ public:
 
     [[nodiscard]] const texts &made() const { return made_; }
 
-private:
+protected:
     template <class... Arguments> void note(const Arguments &...arguments)
     {
         std::ostringstream line;
@@ -57,5 +57,6 @@ private:
         made_.push_back(line.str());
     }
 
+private:
     texts made_;
 };

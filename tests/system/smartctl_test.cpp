@@ -183,7 +183,7 @@ TEST_F(smartctl_query, looks_for_the_tool_then_resolves_and_examines_the_device_
     EXPECT_EQ(asked("/dev/root").value(), "DISK1_SN2");
     EXPECT_EQ(calls.made(),
               (texts{"access /usr/sbin/smartctl 5", "realpath /dev/root", "stat /dev/sda",
-                     "popen /usr/sbin/smartctl -i /dev/sda | r", "fgets 1024", "fgets 1024",
+                     "popen /usr/sbin/smartctl -i /dev/sda r", "fgets 1024", "fgets 1024",
                      "fgets 1024", "pclose", "strdup DISK1_SN2"}));
 }
 
@@ -218,7 +218,7 @@ TEST_F(smartctl_query, closes_the_command_where_nothing_is_told)
     EXPECT_TRUE(asked().is_null());
     EXPECT_EQ(calls.made(),
               (texts{"access /usr/sbin/smartctl 5", "realpath /dev/sda", "stat /dev/sda",
-                     "popen /usr/sbin/smartctl -i /dev/sda | r", "fgets 1024", "pclose"}));
+                     "popen /usr/sbin/smartctl -i /dev/sda r", "fgets 1024", "pclose"}));
 }
 
 // Devices that are none.
