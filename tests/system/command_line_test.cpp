@@ -111,9 +111,13 @@ INSTANTIATE_TEST_SUITE_P(
         content{"2_and_4096_on_another_line", "ro\n" + std::string(4096, 'q'), none},
         content{"4095_and_many_behind_a_zero_byte",
                 "root=/dev/sda1" + std::string(4081, ' ') + '\0' + std::string(9000, 'q'),
-                "/dev/sda1"},
-        content{"14_and_millions_on_another_line", "root=/dev/sda1\n" + std::string(8000000, 'q'),
                 "/dev/sda1"}));
+
+TEST_F(command_line, may_have_millions_of_characters_on_another_line)
+{
+    machine.file(file, "root=/dev/sda1\n" + std::string(8000000, 'q'));
+    EXPECT_EQ(root_device_name(), "/dev/sda1");
+}
 
 namespace {
 
@@ -148,7 +152,7 @@ INSTANTIATE_TEST_SUITE_P(
         long_line{"4096_characters_before_a_zero_byte", std::string(4096, 'q') + '\0' + "\n"},
         long_line{"a_root_word_and_4082_characters", "root=/dev/sda1" + std::string(4082, ' ')},
         long_line{"a_root_word_of_4096_characters", "root=" + std::string(4091, 'd')},
-        long_line{"millions_of_characters", std::string(8000000, 'q')}));
+        long_line{"ten_thousand_characters", std::string(10000, 'q')}));
 
 INSTANTIATE_TEST_SUITE_P(
     a_path_of_at_most_4095_characters, command_line_with,
