@@ -30,6 +30,9 @@
 #ifndef ORVANE_H
 #define ORVANE_H
 
+#ifndef __cplusplus
+#include <stdbool.h>
+#endif
 #include <stddef.h>
 #include <stdint.h>
 
@@ -260,6 +263,38 @@ ORVANE_API char *orvane_get_system_uuid(void);
 ORVANE_API char *system_uuid(void);
 
 /*
+ * The network identity of this machine: the greatest permanent (factory) MAC
+ * address among its wired Ethernet interfaces, which stays when the configured
+ * address changes.
+ *
+ * Returns: new text of 17 lower-case characters such as "00:1a:2b:3c:4d:5e", or,
+ *          where it comes from a bonding report, the word found there, lowered;
+ *          NULL when no interface qualifies or they cannot be listed.
+ *          "00:00:00:00:00:00" says that no driver told a permanent address.
+ * Reads:   getifaddrs() for the interfaces, once for each address of the families
+ *          AF_PACKET, AF_INET and AF_INET6, in the kernel's order; those whose
+ *          names begin with "eth", "en" or "em" count. For each then, where
+ *          /sys/bus/usb/devices/ is there, readlink -f -z on
+ *          '/sys/class/net/NAME/device' for whether it sits on the USB bus; and
+ *          the requests SIOCGIFHWADDR and SIOCETHTOOL (ETHTOOL_GPERMADDR). Behind
+ *          them the slaves in the files of /proc/net/bonding/, by their "Slave
+ *          Interface:" and "Permanent HW addr:".
+ *          An interface on the USB bus, one without a device behind it and one
+ *          without a current address end the walk: those that follow do not
+ *          count, on purpose. Bonding slaves count all the same.
+ * Writes:  two or more lines for each interface to the trace log.
+ * Errors:  where GLib has no memory for its list it ends the process.
+ * Threads: safe; trace stamps may mix, as for time_string().
+ */
+ORVANE_API char *orvane_get_network_interface_max_mac(void);
+
+/*
+ * The query behind orvane_get_network_interface_max_mac(), which returns its
+ * result unchanged.
+ */
+ORVANE_API char *network_interface_get_max_mac(void);
+
+/*
  * The vendor of this machine.
  *
  * Returns: new text as the source gave it, blanks and fillers included, and
@@ -335,6 +370,148 @@ ORVANE_API char *get_service_tag_from_sysfs(const char *path);
 
 /* The same as get_machine_info_from_dmidecode(), under the service tag's name. */
 ORVANE_API char *get_service_tag_from_dmidecode(const char *command);
+
+/* ---- Manufacturer ------------------------------------------------------ */
+
+/*
+ * The class of a machine's manufacturer is a number, its machine type:
+ *
+ *    0 TYPE_LENOVO      5 TYPE_SHUGUANG   10 TYPE_SEEWO
+ *    1 TYPE_GREATWALL   6 TYPE_HAIER      11 TYPE_LIANSHUO
+ *    2 TYPE_INSPUR      7 TYPE_706SUO     12 TYPE_HUAWEI
+ *    3 TYPE_TONGFANG    8 TYPE_KUNTAI     -1 none
+ *    4 TYPE_BAIXIN      9 TYPE_ZIGUANG
+ *
+ * It is found in two steps: the manufacturer's name is compared with the patterns
+ * of a key file, and the pattern that matched is looked up in manufacturerType.
+ * The usual question asks with both of the library's own sets:
+ *
+ *    GKeyFile *exact = generate_machine_whitelist();
+ *    GKeyFile *folded = generate_machine_whitelist_ignore_case();
+ *    int type = maching_machine_type(exact, false);
+ *
+ *    if (type == -1)
+ *        type = maching_machine_type(folded, true);
+ *    g_key_file_free(exact);
+ *    g_key_file_free(folded);
+ */
+
+/* A name by which a manufacturer is known, and the machine type it stands for. */
+struct orvane_manufacturer_type {
+    const char *identification;
+    int type;
+};
+
+/*
+ * Every known name, in the order in which they are looked up: static and
+ * constant. Threads: safe.
+ */
+ORVANE_API extern const struct orvane_manufacturer_type manufacturerType[24];
+
+/*
+ * The class of this machine's manufacturer by a set of patterns.
+ *
+ * The manufacturer is compared with the patterns of the group
+ * "manufacturer_patterns", key by key and in the order of the file, as
+ * maching_machine_type_with_dmidecode() does; the first that matches decides.
+ *
+ * key_file:    each key has one pattern, or several that "|" joins, as its value,
+ *              taken as it is written in the file. An empty value is passed
+ *              over; a pattern that is empty beside others, or of blanks alone
+ *              where they are taken out, matches everything. NULL gives -1.
+ *              Not changed.
+ * ignore_case: takes spaces and newlines out of the manufacturer and of each
+ *              pattern, and lowers the ASCII capitals of both, before they are
+ *              compared.
+ * Returns:     findTypeEnum() of the pattern that matched, as it was compared,
+ *              which may be -1: a machine of "Huawei" matches "huawei", which
+ *              stands for no class. -1 also when no pattern matches, there is no
+ *              such group, and no manufacturer is told.
+ * Reads:       get_machine_info_simulate(); where that gives NULL,
+ *              /usr/sbin/dmidecode -s system-manufacturer, and where that prints
+ *              nothing, the first line with "Manufacturer" of dmidecode -t 1
+ *              (root): the first line of each, at most 1023 bytes.
+ * Writes:      one line to the trace log when a pattern beside others matches, or
+ *              when the group has no keys.
+ * Errors:      where GLib has no memory it ends the process.
+ * Threads:     safe on different key files; trace stamps may mix, as for
+ *              time_string().
+ */
+ORVANE_API int maching_machine_type(struct _GKeyFile *key_file, bool ignore_case);
+
+/*
+ * Whether a manufacturer's name begins with a pattern, byte for byte. The empty
+ * pattern begins every name.
+ *
+ * Returns: true or false; false where either is NULL.
+ * Threads: safe.
+ */
+ORVANE_API bool maching_machine_type_with_dmidecode(const char *manufacturer, const char *pattern);
+
+/*
+ * The machine type of the first entry of manufacturerType whose identification
+ * begins with a name, byte for byte. The start of a name finds its entry too:
+ * "Great" is of type 1, and the empty name of type 0.
+ *
+ * name:    NULL is a name that is not known.
+ * Returns: 0 to 12, or -1 when there is none.
+ * Threads: safe.
+ */
+ORVANE_API int findTypeEnum(const char *name);
+
+/*
+ * The name of a machine type.
+ *
+ * Returns: a static text from the table above, not to be freed; "TYPE_UNKNOWN"
+ *          for every other number, -1 included.
+ * Threads: safe.
+ */
+ORVANE_API const char *machineTypeToString(int type);
+
+/*
+ * The library's own patterns, in two sets: those that maching_machine_type() is
+ * to compare exactly, and those that it is to compare with ignore_case.
+ *
+ * Returns: new key file, release with g_key_file_free().
+ * Errors:  where GLib has no memory it ends the process.
+ * Threads: safe.
+ */
+ORVANE_API struct _GKeyFile *generate_machine_whitelist(void);
+ORVANE_API struct _GKeyFile *generate_machine_whitelist_ignore_case(void);
+
+/*
+ * The manufacturer that maching_machine_type() is to believe in place of the
+ * firmware's. A program that defines this function makes the machine another; the
+ * text that it returns stays its own, and is copied before the call ends.
+ *
+ * Returns: NULL, always: the firmware is asked.
+ * Threads: safe.
+ */
+ORVANE_API char *get_machine_info_simulate(void);
+
+/*
+ * Whether this is a Lenovo machine: whether its manufacturer begins with "KaiTian"
+ * or "LENOVO", in this case of letters.
+ *
+ * Returns: 1 or 0; 0 also when no manufacturer is told.
+ * Reads:   /usr/sbin/dmidecode -s system-manufacturer, and where that does not say
+ *          so, the first line with "Manufacturer" of dmidecode -t 1 (root).
+ * Writes:  nothing.
+ * Threads: safe.
+ */
+ORVANE_API int is_lenovo_machine(void);
+
+/*
+ * Whether the processor is a Kirin 990, 9006C or 9A0.
+ *
+ * Returns: 1 when a line of the file that begins with "Hardware" names one of
+ *          them, whatever the case of its letters and its spaces and tabs;
+ *          otherwise 0, also when the file cannot be read.
+ * Reads:   /proc/cpuinfo, in lines of at most 1023 bytes.
+ * Writes:  nothing.
+ * Threads: safe.
+ */
+ORVANE_API int is_huawei_9x0(void);
 
 /* ---- Operating system -------------------------------------------------- */
 

@@ -6,28 +6,23 @@
 #include "disk/device_path.h"
 #include "disk/graphic.h"
 #include "orvane.h"
-#include "support/handles.h"
+#include "support/directory.h"
 #include "support/line.h"
 #include "support/prefix.h"
 
 #include <cstring>
 #include <string_view>
 
-#include <dirent.h>
-
 namespace orvane {
 
 namespace {
 
-using unique_directory = owned<DIR, ::closedir>;
-
 // Deliberate: the first name in directory order wins, so nvme0n1 may stand for nvme0n10p1.
-void find_disk(DIR *directory, std::string_view name, text_buffer &disk) noexcept
+void find_disk(directory_names &disks, std::string_view name, text_buffer &disk) noexcept
 {
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): the directory is this call's own.
-    while (const dirent *const entry = ::readdir(directory)) {
-        if (has_prefix(name, entry->d_name)) {
-            disk.append(entry->d_name);
+    while (const char *const candidate = disks.next()) {
+        if (has_prefix(name, candidate)) {
+            disk.append(candidate);
             return;
         }
     }
@@ -72,12 +67,12 @@ char *nvme_id_from_sysfs(const char *name) noexcept
 {
     bounded_text<1024> disk;
     {
-        const unique_directory disks(::opendir("/sys/block"));
+        directory_names disks("/sys/block");
         if (!disks) {
             ::orvane_trace("(!dp) return");
             return nullptr;
         }
-        find_disk(disks.get(), name, disk);
+        find_disk(disks, name, disk);
     }
 
     sysfs_attribute model;

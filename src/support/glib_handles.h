@@ -8,6 +8,7 @@
 namespace orvane {
 
 using glib_text = owned<char, ::g_free>;
+using glib_texts = owned<char *, ::g_strfreev>;
 using unique_key_file = owned<GKeyFile, ::g_key_file_free>;
 
 // Where a GLib call stores its error: pass out() once.

@@ -21,27 +21,30 @@ std::string_view quoted(const char &character) noexcept
 
 } // namespace
 
-void append_word(text_buffer &command, std::string_view name) noexcept
+void append_quoted(text_buffer &command, std::string_view text) noexcept
 {
-    if (is_plain(name)) {
-        command.append(name);
-        return;
-    }
-
     constexpr std::string_view quote = "'";
     const std::size_t room = command.capacity() - 1 - command.length();
     if (room < 2 * quote.size())
         return;
     command.append(quote);
     std::size_t left = room - 2 * quote.size();
-    for (const char &character : name) {
-        const std::string_view text = quoted(character);
-        if (text.size() > left)
+    for (const char &character : text) {
+        const std::string_view escaped = quoted(character);
+        if (escaped.size() > left)
             break;
-        command.append(text);
-        left -= text.size();
+        command.append(escaped);
+        left -= escaped.size();
     }
     command.append(quote);
+}
+
+void append_word(text_buffer &command, std::string_view name) noexcept
+{
+    if (is_plain(name))
+        command.append(name);
+    else
+        append_quoted(command, name);
 }
 
 } // namespace orvane

@@ -5,9 +5,13 @@
 
 namespace orvane {
 
+// Appends a text to a command line between single quotes. What is too long is cut, and the word is
+// closed all the same.
+void append_quoted(text_buffer &command, std::string_view text) noexcept;
+
 // Appends a name to a command line as one literal word. A name of letters, digits and
-// "/_-.:+@,=" stands as it is; any other is quoted, so that no name becomes shell syntax. What is
-// too long is cut, and a quoted word is closed all the same.
+// "/_-.:+@,=" stands as it is, and is cut where it is too long; any other is quoted, so that no
+// name becomes shell syntax.
 void append_word(text_buffer &command, std::string_view name) noexcept;
 
 } // namespace orvane

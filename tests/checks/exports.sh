@@ -5,7 +5,8 @@
 set -eu
 
 sorted() { LC_ALL=C sort; }
-declared=$(sed -n 's/^ORVANE_API [^(]*[ *]\([A-Za-z_0-9]*\)(.*/\1/p' "$1" | sorted)
+# Functions, and data with a number of entries.
+declared=$(sed -n 's/^ORVANE_API [^([]*[ *]\([A-Za-z_0-9]*\)[([].*/\1/p' "$1" | sorted)
 scripted=$(sed -n '/^global:/,/^local:/s/^ *\([A-Za-z_0-9]*\);$/\1/p' "$2" | sorted)
 # The version node itself is an absolute symbol.
 exported=$(nm -D --defined-only "$3" | sed -n 's/^[0-9a-f]* [^A] \(.*\)@@ORVANE_1\.0$/\1/p' | sorted)
@@ -22,6 +23,6 @@ same "header and version script" "$declared" "$scripted"
 same "header and library" "$declared" "$exported"
 same "symbols with and without the version node" "$exported" "$defined"
 for name in $declared; do
-    grep -q "\b$name(" "$4" || { echo "not called by $4: $name"; status=1; }
+    grep -q "\b${name}[([]" "$4" || { echo "not used by $4: $name"; status=1; }
 done
 exit $status

@@ -43,6 +43,8 @@ static void call_queries(void)
 {
     show("UUID", orvane_get_system_uuid());
     show("UUID again", system_uuid());
+    show("MAC", orvane_get_network_interface_max_mac());
+    show("MAC again", network_interface_get_max_mac());
     show("vendor", orvane_get_vendor());
     show("model", orvane_get_model());
     show("OEM", hw_oem_info());
@@ -51,6 +53,22 @@ static void call_queries(void)
     show("tool", get_machine_info_from_dmidecode("echo text"));
     show("tool again", get_service_tag_from_dmidecode("echo text"));
     expect(orvane_get_os_version() == _os_get_version(), "one OS version");
+}
+
+static void call_manufacturer_queries(void)
+{
+    struct _GKeyFile *exact = generate_machine_whitelist();
+    struct _GKeyFile *folded = generate_machine_whitelist_ignore_case();
+    int type = maching_machine_type(exact, false);
+
+    if (type == -1)
+        type = maching_machine_type(folded, true);
+    printf("manufacturer: %s\n", machineTypeToString(type));
+    printf("Lenovo: %d, Huawei: %d\n", is_lenovo_machine(), is_huawei_9x0());
+    expect(maching_machine_type_with_dmidecode("THTF Computer", "THTF"), "a pattern matches");
+    expect(findTypeEnum(manufacturerType[23].identification) == manufacturerType[23].type,
+           "the last entry is found");
+    expect(get_machine_info_simulate() == NULL, "nothing is simulated");
 }
 
 static void call_logs(const char *scratch)
@@ -105,6 +123,7 @@ int main(int argc, char **argv)
     remove(argv[1]);
     call_disk_queries();
     call_queries();
+    call_manufacturer_queries();
     call_logs(argv[1]);
     call_key_files(argv[1]);
     call_helpers();

@@ -1,0 +1,8 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+namespace orvane {
+
+inline constexpr int no_machine_type = -1;
+
+} // namespace orvane

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "machine/usb_bus.h"
+
+#include "orvane.h"
+#include "support/directory.h"
+#include "support/line.h"
+#include "support/prefix.h"
+#include "support/shell_word.h"
+#include "support/tool.h"
+
+#include <cstring>
+
+#include <sys/stat.h>
+
+namespace orvane {
+
+namespace {
+
+// Interfaces that no device backs have no such link.
+bool has_device_link(const char *link) noexcept
+{
+    struct stat status = {};
+    if (::lstat(link, &status) != 0) {
+        ::orvane_trace("get stat error");
+        return false;
+    }
+    if (!S_ISLNK(status.st_mode)) {
+        ::orvane_trace("is not link file");
+        return false;
+    }
+    return true;
+}
+
+// What readlink prints is one path that a zero byte ends; empty where it prints nothing.
+bool resolve(const char *link, line_buffer &path) noexcept
+{
+    constexpr std::size_t command_bytes = 4096; // for a path of which each byte needs quoting
+    bounded_text<command_bytes> command;
+    command.append("readlink -f -z ");
+    append_quoted(command, link);
+    const tool_output output = run_tool(command.c_str());
+    if (!output) {
+        ::orvane_trace("get real path error");
+        return false;
+    }
+    if (!read_line(output.get(), path))
+        path.clear();
+    return true;
+}
+
+// The name of the device that a link leads to, or nullptr.
+const char *device_name(const char *link, line_buffer &path) noexcept
+{
+    if (!has_device_link(link) || !resolve(link, path))
+        return nullptr;
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the one of <cstring> leaves the path as it is.
+    const char *const name = ::basename(path.c_str());
+    if (name == nullptr || *name == '\0') {
+        ::orvane_trace("get basename error");
+        return nullptr;
+    }
+    return name;
+}
+
+bool begins_any(const char *name, directory_names &devices) noexcept
+{
+    while (const char *const device = devices.next()) {
+        if (has_prefix(device, name))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+bool network_interface_on_usb_bus(const char *name) noexcept
+{
+    directory_names usb_devices("/sys/bus/usb/devices/");
+    if (!usb_devices)
+        return false;
+    if (name == nullptr)
+        return true;
+
+    line_buffer link;
+    link.format("/sys/class/net/%s/device", name);
+    line_buffer path;
+    const char *const device = device_name(link.c_str(), path);
+    return device == nullptr || begins_any(device, usb_devices);
+}
+
+} // namespace orvane

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "support/handles.h"
+
+#include <cstring>
+
+#include <dirent.h>
+
+namespace orvane {
+
+// The names in a directory, in its own order and without the two that every directory has.
+class directory_names {
+public:
+    explicit directory_names(const char *path) noexcept : directory_(::opendir(path)) {}
+
+    explicit operator bool() const noexcept { return directory_ != nullptr; }
+
+    // The next name, good until the one after it is asked for, or nullptr after the last.
+    const char *next() noexcept
+    {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): the stream is this object's own.
+        while (const dirent *const entry = ::readdir(directory_.get())) {
+            if (::strcmp(entry->d_name, ".") != 0 && ::strcmp(entry->d_name, "..") != 0)
+                return entry->d_name;
+        }
+        return nullptr;
+    }
+
+private:
+    owned<DIR, ::closedir> directory_;
+};
+
+} // namespace orvane
