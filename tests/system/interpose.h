@@ -10,6 +10,7 @@
 #include <cJSON.h>
 #include <dirent.h>
 #include <glib.h>
+#include <ifaddrs.h>
 #include <mntent.h>
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -79,12 +80,17 @@ private:
     INTERPOSED(ssize_t, write, (int fd, const void *data, size_t size), (fd, data, size))          \
     INTERPOSED(int, close, (int fd), (fd))                                                         \
     INTERPOSED(int, stat, (const char *path, struct stat *status), (path, status))                 \
+    INTERPOSED(int, lstat, (const char *path, struct stat *status), (path, status))                \
     INTERPOSED(int, fstat, (int fd, struct stat *status), (fd, status))                            \
     INTERPOSED(int, dup2, (int from, int to), (from, to))                                          \
     INTERPOSED(char *, realpath, (const char *path, char *room), (path, room))                     \
     INTERPOSED(ssize_t, read, (int fd, void *room, size_t size), (fd, room, size))                 \
     INTERPOSED(int, ioctl, (int fd, unsigned long request, void *argument),                        \
                (fd, request, argument))                                                            \
+    INTERPOSED(int, socket, (int domain, int type, int protocol), (domain, type, protocol))        \
+    INTERPOSED(int, getifaddrs, (struct ifaddrs * *entries), (entries))                            \
+    INTERPOSED(void, freeifaddrs, (struct ifaddrs * entries), (entries))                           \
+    INTERPOSED(char *, basename, (const char *path), (path))                                       \
     INTERPOSED(int, pipe, (int *ends), (ends))                                                     \
     INTERPOSED(pid_t, fork, (), ())                                                                \
     INTERPOSED(int, execve, (const char *path, char *const *arguments, char *const *environment),  \
@@ -120,6 +126,9 @@ private:
     INTERPOSED(gchar *, g_key_file_get_value,                                                      \
                (GKeyFile * kf, const gchar *group, const gchar *key, GError **error),              \
                (kf, group, key, error))                                                            \
+    INTERPOSED(gchar **, g_key_file_get_keys,                                                      \
+               (GKeyFile * kf, const gchar *group, gsize *length, GError **error),                 \
+               (kf, group, length, error))                                                         \
     INTERPOSED(gboolean, g_key_file_load_from_file,                                                \
                (GKeyFile * kf, const gchar *path, GKeyFileFlags flags, GError **error),            \
                (kf, path, flags, error))                                                           \
@@ -147,10 +156,18 @@ private:
     INTERPOSED(char *, harddisk_id_smartctl, (const char *device), (device))                       \
     INTERPOSED(int, is_logical_volume, (const char *device), (device))                             \
     INTERPOSED(char *, harddisk_id_lvm, (const char *device), (device))                            \
+    INTERPOSED(char *, network_interface_get_max_mac, (), ())                                      \
     INTERPOSED(char *, system_uuid, (), ())                                                        \
     INTERPOSED(unsigned int, _os_get_version, (), ())                                              \
     INTERPOSED(char *, get_machine_info_from_sysfs, (const char *path), (path))                    \
-    INTERPOSED(char *, get_machine_info_from_dmidecode, (const char *command), (command))
+    INTERPOSED(char *, get_machine_info_from_dmidecode, (const char *command), (command))          \
+    INTERPOSED(char *, get_machine_info_simulate, (), ())                                          \
+    INTERPOSED(bool, maching_machine_type_with_dmidecode,                                          \
+               (const char *manufacturer, const char *pattern), (manufacturer, pattern))           \
+    INTERPOSED(int, findTypeEnum, (const char *name), (name))                                      \
+    INTERPOSED(void, toLowerCase, (char *text), (text))                                            \
+    INTERPOSED(void, removeSpaces, (char *text), (text))                                           \
+    INTERPOSED(void, removeSpacesTabs, (char *text), (text))
 
 #define INTERPOSED(result, name, parameters, arguments) extern hook<result parameters> name;
 INTERPOSED_FUNCTIONS
