@@ -20,7 +20,9 @@ std::string to_text(const answer &value);
 struct fact {
     const char *name; // stable: scripts know facts by it
     const char *description;
-    bool root_may_know; // what another user is not told
+    // How the answer reads, if there is one, where root's sources would not talk; nullptr for what
+    // every user is told.
+    const char *untold;
     answer (*ask)();
 };
 

@@ -38,10 +38,12 @@ nlohmann::ordered_json to_json(const answer &value)
     return nullptr;
 }
 
-// Empty is what some queries say when root's tools would not talk.
-bool is_silent(const answer &value)
+// Whether root might be told more.
+bool may_be_untold(const finding &found)
 {
-    return !is_answered(value) || value == answer(std::string());
+    if (found.what->untold == nullptr)
+        return false;
+    return !is_answered(found.value) || to_text(found.value) == found.what->untold;
 }
 
 } // namespace
@@ -81,7 +83,7 @@ std::string names_for_root(const std::vector<finding> &findings)
 {
     std::string names;
     for (const finding &found : findings) {
-        if (found.what->root_may_know && is_silent(found.value))
+        if (may_be_untold(found))
             names.append(names.empty() ? "" : ", ").append(found.what->name);
     }
     return names;

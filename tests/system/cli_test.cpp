@@ -42,6 +42,9 @@ protected:
         machine.file("/sys/class/dmi/id/sys_vendor", "Acme Inc.\n");
         machine.file("/sys/class/dmi/id/product_sku", "0A1B\n");
         machine.file("/sys/class/dmi/id/product_serial", "ABC 123\n", 0400);
+        machine.file("/proc/net/bonding/bond0", "Slave Interface: eno1\n"
+                                                "Permanent HW addr: f4:8e:38:00:00:01\n");
+        machine.file("/proc/cpuinfo", "Hardware\t: Kirin 9006C\n");
     }
 
     void describe_education_system() { machine.file("/etc/os-release", "VARIANT=EDU\n"); }
@@ -59,14 +62,18 @@ TEST_F(orvane_command, shows_one_aligned_row_a_fact)
     describe_machine();
     describe_education_system();
     const result shown = orvane({"show"});
-    EXPECT_EQ(shown.output, "root_device /dev/nvme0n1p2\n"
-                            "disk        Fast-Disk-1_S123\n"
-                            "system_uuid 4c4c4544-0042-3510-8052-b4c04f4d3132\n"
-                            "vendor      Acme Inc.\n"
-                            "model       0A1B\n"
-                            "serial      ABC 123\n"
-                            "oem_info    -\n"
-                            "os_version  2\n");
+    EXPECT_EQ(shown.output, "root_device  /dev/nvme0n1p2\n"
+                            "disk         Fast-Disk-1_S123\n"
+                            "mac          f4:8e:38:00:00:01\n"
+                            "system_uuid  4c4c4544-0042-3510-8052-b4c04f4d3132\n"
+                            "vendor       Acme Inc.\n"
+                            "model        0A1B\n"
+                            "serial       ABC 123\n"
+                            "oem_info     -\n"
+                            "manufacturer TYPE_UNKNOWN\n"
+                            "lenovo       0\n"
+                            "huawei_9x0   1\n"
+                            "os_version   2\n");
     EXPECT_EQ(shown.error, "");
     EXPECT_EQ(shown.status, 0);
 }
@@ -80,14 +87,18 @@ TEST_F(orvane_command, shows_the_same_without_a_word)
 
 TEST_F(orvane_command, puts_a_dash_where_there_is_no_answer)
 {
-    EXPECT_EQ(orvane({}).output, "root_device -\n"
-                                 "disk        -\n"
-                                 "system_uuid -\n"
-                                 "vendor      -\n"
-                                 "model       -\n"
-                                 "serial      -\n"
-                                 "oem_info    -\n"
-                                 "os_version  0\n");
+    EXPECT_EQ(orvane({}).output, "root_device  -\n"
+                                 "disk         -\n"
+                                 "mac          -\n"
+                                 "system_uuid  -\n"
+                                 "vendor       -\n"
+                                 "model        -\n"
+                                 "serial       -\n"
+                                 "oem_info     -\n"
+                                 "manufacturer TYPE_UNKNOWN\n"
+                                 "lenovo       0\n"
+                                 "huawei_9x0   0\n"
+                                 "os_version   0\n");
 }
 
 TEST_F(orvane_command, prints_one_json_object)
@@ -98,11 +109,15 @@ TEST_F(orvane_command, prints_one_json_object)
     EXPECT_EQ(shown.output, "{\n"
                             "  \"root_device\": \"/dev/nvme0n1p2\",\n"
                             "  \"disk\": \"Fast-Disk-1_S123\",\n"
+                            "  \"mac\": \"f4:8e:38:00:00:01\",\n"
                             "  \"system_uuid\": \"4c4c4544-0042-3510-8052-b4c04f4d3132\",\n"
                             "  \"vendor\": \"Acme Inc.\",\n"
                             "  \"model\": \"0A1B\",\n"
                             "  \"serial\": \"ABC 123\",\n"
                             "  \"oem_info\": null,\n"
+                            "  \"manufacturer\": \"TYPE_UNKNOWN\",\n"
+                            "  \"lenovo\": 0,\n"
+                            "  \"huawei_9x0\": 1,\n"
                             "  \"os_version\": 2\n"
                             "}\n");
     EXPECT_EQ(shown.status, 0);
@@ -130,7 +145,7 @@ TEST_F(orvane_command, tells_an_empty_answer_from_none_in_json)
 TEST_F(orvane_command, keeps_an_unprintable_answer_on_one_row)
 {
     machine.file("/sys/class/dmi/id/sys_vendor", "A\x1B[31m\tB\n");
-    EXPECT_NE(orvane({}).output.find("vendor      A\\x1b[31m\\x09B\n"), std::string::npos)
+    EXPECT_NE(orvane({}).output.find("vendor       A\\x1b[31m\\x09B\n"), std::string::npos)
         << orvane({}).output;
 }
 
@@ -140,8 +155,8 @@ TEST_F(orvane_command, shows_the_letters_of_the_users_locale)
     const auto shown_in = [this](const std::string &locale) {
         return machine.run({"/usr/bin/env", "LC_ALL=" + locale, "/opt/orvane/bin/orvane"}).output;
     };
-    EXPECT_NE(shown_in("C.UTF-8").find("vendor      M\xc3\xbcller\n"), std::string::npos);
-    EXPECT_NE(shown_in("C").find("vendor      M\\xc3\\xbcller\n"), std::string::npos);
+    EXPECT_NE(shown_in("C.UTF-8").find("vendor       M\xc3\xbcller\n"), std::string::npos);
+    EXPECT_NE(shown_in("C").find("vendor       M\\xc3\\xbcller\n"), std::string::npos);
 }
 
 TEST_F(orvane_command, prints_one_value_alone)
@@ -189,6 +204,56 @@ TEST_F(orvane_command, shows_the_flash_boot_device)
     machine.file("/proc/bootdevice/product_name", "FLASH01\n");
     machine.file("/proc/bootdevice/cid", "0123abcd\n");
     EXPECT_EQ(orvane({"show", "oem_info"}).output, "SN0001_FLASH01_0123abcd\n");
+}
+
+TEST_F(orvane_command, names_the_class_of_a_manufacturer_that_is_known_exactly)
+{
+    machine.tool("/usr/sbin/dmidecode", "LENOVO\n");
+    EXPECT_EQ(orvane({"show", "manufacturer"}).output, "TYPE_LENOVO\n");
+    EXPECT_EQ(orvane({"show", "lenovo"}).output, "1\n");
+}
+
+TEST_F(orvane_command, names_the_class_of_a_manufacturer_that_is_known_without_case)
+{
+    machine.tool("/usr/sbin/dmidecode", "GREAT WALL\n");
+    const result shown = orvane({"show", "manufacturer"});
+    EXPECT_EQ(shown.output, "TYPE_GREATWALL\n");
+    EXPECT_EQ(shown.error, "");
+    EXPECT_EQ(shown.status, 0);
+}
+
+TEST_F(orvane_command, asks_by_the_exact_patterns_first)
+{
+    machine.tool("/usr/sbin/dmidecode", "HUAWEI\n");
+    EXPECT_EQ(orvane({"show", "manufacturer"}).output, "TYPE_HUAWEI\n");
+    EXPECT_EQ(machine.runs("/usr/sbin/dmidecode").size(), 1U);
+}
+
+TEST_F(orvane_command, names_no_class_of_an_unknown_manufacturer)
+{
+    machine.tool("/usr/sbin/dmidecode", "Dell Inc.\n");
+    const result shown = orvane({"show", "manufacturer"});
+    EXPECT_EQ(shown.output, "TYPE_UNKNOWN\n");
+    EXPECT_EQ(shown.error, "");
+    EXPECT_EQ(shown.status, 0);
+}
+
+TEST_F(orvane_command, hints_at_root_for_a_class_that_only_root_may_ask)
+{
+    machine.script("/usr/sbin/dmidecode", "[ $(id -u) = 0 ] && echo LENOVO");
+    const result manufacturer = orvane({"show", "manufacturer"}, ordinary_user);
+    EXPECT_EQ(manufacturer.output, "TYPE_UNKNOWN\n");
+    EXPECT_EQ(manufacturer.error, "orvane: may need root: manufacturer\n");
+    const result lenovo = orvane({"show", "lenovo"}, ordinary_user);
+    EXPECT_EQ(lenovo.output, "0\n");
+    EXPECT_EQ(lenovo.error, "orvane: may need root: lenovo\n");
+    EXPECT_EQ(orvane({"show", "lenovo"}).error, "");
+}
+
+TEST_F(orvane_command, hints_at_nothing_where_every_user_is_told)
+{
+    for (const char *const name : {"mac", "huawei_9x0"})
+        EXPECT_EQ(orvane({"show", name}, ordinary_user).error, "") << name;
 }
 
 TEST_F(orvane_command, hints_at_root_for_a_disk_that_only_root_may_ask)
@@ -283,8 +348,9 @@ TEST_F(orvane_command, tells_its_version)
 TEST_F(orvane_command, lists_every_fact_in_its_help)
 {
     const result help = orvane({"show", "--help"});
-    for (const char *const name : {"root_device", "disk", "system_uuid", "vendor", "model",
-                                   "serial", "oem_info", "os_version"})
+    for (const char *const name :
+         {"root_device", "disk", "mac", "system_uuid", "vendor", "model", "serial", "oem_info",
+          "manufacturer", "lenovo", "huawei_9x0", "os_version"})
         EXPECT_NE(help.output.find(std::string("\n  ") + name + " "), std::string::npos) << name;
     EXPECT_EQ(help.status, 0);
 }
@@ -331,8 +397,9 @@ TEST_F(orvane_command, names_the_facts_that_may_need_root_in_one_line)
 {
     describe_machine();
     const result shown = orvane({}, ordinary_user);
-    EXPECT_EQ(shown.error, "orvane: may need root: system_uuid, serial, oem_info\n");
-    EXPECT_NE(shown.output.find("vendor      Acme Inc.\n"), std::string::npos) << shown.output;
+    EXPECT_EQ(shown.error, "orvane: may need root: system_uuid, serial, oem_info, manufacturer, "
+                           "lenovo\n");
+    EXPECT_NE(shown.output.find("vendor       Acme Inc.\n"), std::string::npos) << shown.output;
     EXPECT_EQ(shown.status, 0);
 }
 
@@ -362,7 +429,7 @@ TEST_F(orvane_command, hides_the_complaints_of_tools)
     machine.script("/usr/sbin/dmidecode", "echo '/dev/mem: Permission denied' >&2; exit 1");
     const result shown = orvane({});
     EXPECT_EQ(shown.error, "");
-    EXPECT_EQ(machine.runs("/usr/sbin/dmidecode").size(), 4U);
+    EXPECT_EQ(machine.runs("/usr/sbin/dmidecode").size(), 10U);
 }
 
 TEST_F(orvane_command, traces_as_any_program_does)
