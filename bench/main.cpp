@@ -3,6 +3,7 @@
 #include "ratio_reporter.h"
 
 #include <cstdio>
+#include <string>
 
 #include <benchmark/benchmark.h>
 
@@ -22,6 +23,16 @@ void add_root_disk(constructed_machine &machine)
     machine.block_device("/dev/nvme0n1", 259, 0);
     machine.block_device("/dev/nvme0n1p2", 259, 2);
     machine.file("/proc/mounts", "sysfs /sys sysfs rw 0 0\n/dev/nvme0n1p2 / ext4 rw 0 0\n");
+}
+
+// What sysfs shows of a hundred network cards on the PCI bus.
+void add_network_cards(constructed_machine &machine)
+{
+    machine.link("/sys/bus/usb/devices/usb1", "../../../devices/pci0000:00/0000:00:14.0/usb1");
+    machine.directory("/sys/devices/pci0000:00/0000:00:1f.6");
+    for (int i = 0; i < 100; ++i)
+        machine.link("/sys/class/net/eth" + std::to_string(i) + "/device",
+                     "../../../devices/pci0000:00/0000:00:1f.6");
 }
 
 } // namespace
@@ -44,6 +55,7 @@ int main(int argc, char **argv)
     machine.file("/sys/devices/virtual/dmi/id/product_uuid",
                  "4c4c4544-0042-3510-8052-b4c04f4d3132\n", 0400);
     add_root_disk(machine);
+    add_network_cards(machine);
     // Both sides append to a log that is there.
     machine.directory("/var/log/orvane");
 
@@ -53,6 +65,10 @@ int main(int argc, char **argv)
         {"disk_identity_query", "lsblk_model_and_serial"},
         // The query writes one line.
         {"trace_line", "disk_identity_query"},
+        // The share of the runs in the query.
+        {"readlink_runs/1", "network_identity_query/1"},
+        {"readlink_runs/10", "network_identity_query/10"},
+        {"readlink_runs/100", "network_identity_query/100"},
     });
     benchmark::RunSpecifiedBenchmarks(&reporter);
     return 0;

@@ -4,6 +4,17 @@
 #include <ostream>
 #include <utility>
 
+namespace {
+
+// As it was registered, with its argument if it has one.
+std::string name_of(const benchmark::BenchmarkReporter::Run &run)
+{
+    const benchmark::BenchmarkName &name = run.run_name;
+    return name.args.empty() ? name.function_name : name.function_name + "/" + name.args;
+}
+
+} // namespace
+
 ratio_reporter::ratio_reporter(std::vector<comparison> comparisons)
     : benchmark::ConsoleReporter(OO_Tabular), comparisons_(std::move(comparisons))
 {
@@ -14,7 +25,7 @@ void ratio_reporter::ReportRuns(const std::vector<Run> &runs)
     benchmark::ConsoleReporter::ReportRuns(runs);
     for (const Run &run : runs) {
         if (run.aggregate_name == "median")
-            median_[run.run_name.function_name] = run.GetAdjustedRealTime();
+            median_[name_of(run)] = run.GetAdjustedRealTime();
     }
 }
 

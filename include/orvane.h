@@ -270,20 +270,26 @@ ORVANE_API char *system_uuid(void);
  * Returns: new text of 17 lower-case characters such as "00:1a:2b:3c:4d:5e", or,
  *          where it comes from a bonding report, the word found there, lowered;
  *          NULL when no interface qualifies or they cannot be listed.
- *          "00:00:00:00:00:00" says that no driver told a permanent address.
+ *          "00:00:00:00:00:00" says that no driver knows a permanent address: the
+ *          same on many machines, it identifies none.
  * Reads:   getifaddrs() for the interfaces, once for each address of the families
  *          AF_PACKET, AF_INET and AF_INET6, in the kernel's order; those whose
  *          names begin with "eth", "en" or "em" count. For each then, where
- *          /sys/bus/usb/devices/ is there, readlink -f -z on
+ *          /sys/bus/usb/devices/ can be opened, readlink -f -z on
  *          '/sys/class/net/NAME/device' for whether it sits on the USB bus; and
  *          the requests SIOCGIFHWADDR and SIOCETHTOOL (ETHTOOL_GPERMADDR). Behind
  *          them the slaves in the files of /proc/net/bonding/, by their "Slave
  *          Interface:" and "Permanent HW addr:".
- *          An interface on the USB bus, one without a device behind it and one
- *          without a current address end the walk: those that follow do not
- *          count, on purpose. Bonding slaves count all the same.
- * Writes:  two or more lines for each interface to the trace log.
- * Errors:  where GLib has no memory for its list it ends the process.
+ *          The walk ends, and what follows does not count, at the first interface
+ *          that has no current address, that sits on the USB bus or, where there
+ *          is one, whose place cannot be found out: no device is behind it, or
+ *          there is no readlink in PATH. This is on purpose. Bonding slaves count
+ *          all the same.
+ * Writes:  a few lines for each address of an interface that counts, to the trace
+ *          log.
+ * Errors:  where memory or descriptors run out, interfaces may be missing, or count
+ *          with their current address for want of the permanent one. Where GLib
+ *          has no memory for its list it ends the process.
  * Threads: safe; trace stamps may mix, as for time_string().
  */
 ORVANE_API char *orvane_get_network_interface_max_mac(void);

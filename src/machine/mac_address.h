@@ -9,7 +9,7 @@ namespace orvane {
 heap_text network_interface_get_mac(const char *name) noexcept;
 
 // The address that the maker gave an interface; all zeros where its driver does not tell it, and
-// empty where there is no such interface.
+// empty where the interface cannot be asked.
 heap_text network_interface_get_permanent_mac(const char *name) noexcept;
 
 } // namespace orvane

@@ -38,6 +38,8 @@ bool is_considered(const ifaddrs &entry) noexcept
     return is_known_family && is_wired(entry.ifa_name);
 }
 
+// Deliberate: an interface that could be asked a moment ago and now cannot counts with the address
+// that it has in use, which may be a configured one.
 void add_candidate(interface_list &interfaces, const char *name, const char *mac) noexcept
 {
     const heap_text told = network_interface_get_permanent_mac(name);
@@ -48,13 +50,13 @@ void add_candidate(interface_list &interfaces, const char *name, const char *mac
     add_interface(interfaces, network_interface_new(name, mac, permanent_mac));
 }
 
-// False ends the walk.
+// False ends the walk. Deliberate: what comes after a removable adapter, or after an interface
+// without an address, is left out with it. Callers compare what they recorded earlier, so a machine
+// must keep its answer from one version to the next.
 bool take_interface(interface_list &interfaces, const char *name, bool ignore_usb) noexcept
 {
     ::orvane_trace("found network interface device: %s, ignoreMountUSB: %s", name,
                    ignore_usb ? "true" : "false");
-    // Deliberate: what comes after a removable adapter is left out with it. Callers compare what
-    // they recorded earlier, so a machine must keep its answer from one version to the next.
     if (ignore_usb && network_interface_on_usb_bus(name)) {
         ::orvane_trace("<%s> mounted on the usb bus, ignore.", name);
         return false;

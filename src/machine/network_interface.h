@@ -8,10 +8,10 @@
 namespace orvane {
 
 // A network interface and its addresses as text, such as "00:1a:2b:3c:4d:5e". The texts are the
-// record's own.
+// record's own. The permanent address decides; the others tell whose it is.
 struct network_interface {
     char *name;
-    char *mac;           // the address in use
+    char *mac;           // in use; of a bonding slave, which shows its bond's, the maker's
     char *permanent_mac; // the maker's
 };
 

@@ -16,7 +16,8 @@ namespace orvane {
 
 namespace {
 
-// Interfaces that no device backs have no such link.
+// Deliberate: an interface without this link, which no device backs, counts as a removable one. No
+// virtual interface is to give the machine its identity for being named like a card.
 bool has_device_link(const char *link) noexcept
 {
     struct stat status = {};
@@ -34,7 +35,7 @@ bool has_device_link(const char *link) noexcept
 // What readlink prints is one path that a zero byte ends; empty where it prints nothing.
 bool resolve(const char *link, line_buffer &path) noexcept
 {
-    constexpr std::size_t command_bytes = 4096; // for a path of which each byte needs quoting
+    constexpr std::size_t command_bytes = 4096; // enough for an interface's name of quotes alone
     bounded_text<command_bytes> command;
     command.append("readlink -f -z ");
     append_quoted(command, link);
@@ -62,6 +63,8 @@ const char *device_name(const char *link, line_buffer &path) noexcept
     return name;
 }
 
+// Deliberate: a device may go on behind the name, as "1-1:1.0" does behind "1-1". One that has an
+// interface on the bus is on the bus itself.
 bool begins_any(const char *name, directory_names &devices) noexcept
 {
     while (const char *const device = devices.next()) {
@@ -81,7 +84,7 @@ bool network_interface_on_usb_bus(const char *name) noexcept
     if (name == nullptr)
         return true;
 
-    line_buffer link;
+    bounded_text<1024> link;
     link.format("/sys/class/net/%s/device", name);
     line_buffer path;
     const char *const device = device_name(link.c_str(), path);

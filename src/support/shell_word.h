@@ -6,7 +6,7 @@
 namespace orvane {
 
 // Appends a text to a command line between single quotes. What is too long is cut, and the word is
-// closed all the same.
+// closed all the same; without room for both quotes nothing is appended.
 void append_quoted(text_buffer &command, std::string_view text) noexcept;
 
 // Appends a name to a command line as one literal word. A name of letters, digits and

@@ -12,7 +12,7 @@ bool is_runnable(const char *path) noexcept
 
 tool_output run_tool(const char *command) noexcept
 {
-    // NOLINTNEXTLINE(cert-env33-c): the tools are pipelines, and only a shell joins them.
+    // NOLINTNEXTLINE(cert-env33-c): some tools are pipelines, and only a shell joins them.
     return tool_output(command == nullptr ? nullptr : ::popen(command, "r"));
 }
 
