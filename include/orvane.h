@@ -17,6 +17,9 @@
  *               cut, never refused and never overrun.
  *   Tools       run through /bin/sh with the caller's environment, working
  *               directory and standard error. Their exit status is not read.
+ *   Trace log   Where it cannot be opened, as by a user other than root, each line
+ *               that an entry writes to it becomes a complaint on standard error:
+ *               see orvane_trace().
  *   Threads     The library starts none, takes no lock and keeps nothing from
  *               one call to the next. "Threads: safe" means that any number of
  *               threads may be inside the function at once.
@@ -264,8 +267,8 @@ ORVANE_API char *system_uuid(void);
 
 /*
  * The network identity of this machine: the greatest permanent (factory) MAC
- * address among its wired Ethernet interfaces, which stays when the configured
- * address changes.
+ * address among its wired Ethernet interfaces, in byte order of the texts, which
+ * stays when the configured address changes. No root is needed.
  *
  * Returns: new text of 17 lower-case characters such as "00:1a:2b:3c:4d:5e", or,
  *          where it comes from a bonding report, the word found there, lowered;
@@ -281,10 +284,12 @@ ORVANE_API char *system_uuid(void);
  *          them the slaves in the files of /proc/net/bonding/, by their "Slave
  *          Interface:" and "Permanent HW addr:".
  *          The walk ends, and what follows does not count, at the first interface
- *          that has no current address, that sits on the USB bus or, where there
- *          is one, whose place cannot be found out: no device is behind it, or
- *          there is no readlink in PATH. This is on purpose. Bonding slaves count
- *          all the same.
+ *          that has no current hardware address, that sits on the USB bus (the
+ *          last component of its device's path begins one of the names in that
+ *          directory) or, where the directory is there, whose place cannot be
+ *          found out: no device is behind it, or there is no readlink in PATH.
+ *          This is on purpose. Bonding slaves count all the same, whatever their
+ *          names.
  * Writes:  a few lines for each address of an interface that counts, to the trace
  *          log.
  * Errors:  where memory or descriptors run out, interfaces may be missing, or count
@@ -388,9 +393,15 @@ ORVANE_API char *get_service_tag_from_dmidecode(const char *command);
  *    3 TYPE_TONGFANG    8 TYPE_KUNTAI     -1 none
  *    4 TYPE_BAIXIN      9 TYPE_ZIGUANG
  *
+ * These numbers never change. machineTypeToString() gives the names, and
+ * "TYPE_UNKNOWN" for none.
+ *
  * It is found in two steps: the manufacturer's name is compared with the patterns
  * of a key file, and the pattern that matched is looked up in manufacturerType.
- * The usual question asks with both of the library's own sets:
+ * The usual question asks with both of the library's own sets, and needs GLib to
+ * release them:
+ *
+ *    #include <glib.h>
  *
  *    GKeyFile *exact = generate_machine_whitelist();
  *    GKeyFile *folded = generate_machine_whitelist_ignore_case();
@@ -409,8 +420,8 @@ struct orvane_manufacturer_type {
 };
 
 /*
- * Every known name, in the order in which they are looked up: static and
- * constant. Threads: safe.
+ * Every known name, in the order in which they are looked up: static, constant and
+ * the same throughout liborvane.so.1, because programs hold a copy. Threads: safe.
  */
 ORVANE_API extern const struct orvane_manufacturer_type manufacturerType[24];
 
@@ -421,22 +432,27 @@ ORVANE_API extern const struct orvane_manufacturer_type manufacturerType[24];
  * "manufacturer_patterns", key by key and in the order of the file, as
  * maching_machine_type_with_dmidecode() does; the first that matches decides.
  *
- * key_file:    each key has one pattern, or several that "|" joins, as its value,
- *              taken as it is written in the file. An empty value is passed
- *              over; a pattern that is empty beside others, or of blanks alone
- *              where they are taken out, matches everything. NULL gives -1.
- *              Not changed.
+ * key_file:    each key, whatever its name, has one pattern as its value, or several
+ *              that "|" joins and that are tried from left to right. They are taken
+ *              as they are written, blanks around "|" included. An empty value is
+ *              passed over; but a pattern that is empty beside others, or that is
+ *              empty once its blanks are taken out, matches everything. NULL gives
+ *              -1. Not changed.
  * ignore_case: takes spaces and newlines out of the manufacturer and of each
  *              pattern, and lowers the ASCII capitals of both, before they are
  *              compared.
- * Returns:     findTypeEnum() of the pattern that matched, as it was compared,
- *              which may be -1: a machine of "Huawei" matches "huawei", which
- *              stands for no class. -1 also when no pattern matches, there is no
- *              such group, and no manufacturer is told.
- * Reads:       get_machine_info_simulate(); where that gives NULL,
- *              /usr/sbin/dmidecode -s system-manufacturer, and where that prints
- *              nothing, the first line with "Manufacturer" of dmidecode -t 1
- *              (root): the first line of each, at most 1023 bytes.
+ * Returns:     findTypeEnum() of the pattern that matched, as it was compared. It
+ *              may be -1: "Huawei" is among the patterns to compare with
+ *              ignore_case, and no entry of manufacturerType begins with "huawei".
+ *              For the same reason ignore_case never gives any but the types 0, 1,
+ *              2, 7, 8 and 10. -1 also when no pattern matches, there is no such group
+ *              and no manufacturer is told.
+ * Reads:       get_machine_info_simulate(); where that gives NULL, through
+ *              get_machine_info_from_dmidecode() the first line, at most 1023 bytes
+ *              of it, of /usr/sbin/dmidecode -s system-manufacturer (root), which
+ *              may be empty; where nothing is printed, what follows the first ": ",
+ *              up to the next, on the first line with "Manufacturer", in any case,
+ *              of dmidecode -t 1 (root). Asked afresh on every call.
  * Writes:      one line to the trace log when a pattern beside others matches, or
  *              when the group has no keys.
  * Errors:      where GLib has no memory it ends the process.
@@ -488,7 +504,8 @@ ORVANE_API struct _GKeyFile *generate_machine_whitelist_ignore_case(void);
 /*
  * The manufacturer that maching_machine_type() is to believe in place of the
  * firmware's. A program that defines this function makes the machine another; the
- * text that it returns stays its own, and is copied before the call ends.
+ * text that it returns stays its own and may be static: the library copies it and
+ * does not free it.
  *
  * Returns: NULL, always: the firmware is asked.
  * Threads: safe.
@@ -500,8 +517,8 @@ ORVANE_API char *get_machine_info_simulate(void);
  * or "LENOVO", in this case of letters.
  *
  * Returns: 1 or 0; 0 also when no manufacturer is told.
- * Reads:   /usr/sbin/dmidecode -s system-manufacturer, and where that does not say
- *          so, the first line with "Manufacturer" of dmidecode -t 1 (root).
+ * Reads:   the two sources of maching_machine_type() in dmidecode (root), the second
+ *          wherever the first does not say so.
  * Writes:  nothing.
  * Threads: safe.
  */

@@ -41,6 +41,8 @@ static_assert(std::size(names) == huawei + 1);
 
 } // namespace orvane
 
+// Programs that use the table hold a copy of it, which then is the library's too: one entry more or
+// in another place is another SONAME.
 extern "C" const orvane_manufacturer_type manufacturerType[] = {
     {"lenovo", orvane::lenovo},
     {"KaiTian", orvane::lenovo},
@@ -68,8 +70,9 @@ extern "C" const orvane_manufacturer_type manufacturerType[] = {
     {"HUAWEI", orvane::huawei},
 };
 
-// Deliberate: the entry may go on behind the name, and there is none for "huawei". Callers compare
-// what they recorded earlier, so a machine must keep its class from one version to the next.
+// Deliberate: a name finds every entry that begins with it; "huawei", which is among the patterns
+// without case, finds none. Callers compare what they recorded earlier, so a machine must keep its
+// class from one version to the next.
 extern "C" int findTypeEnum(const char *name)
 {
     if (name == nullptr)

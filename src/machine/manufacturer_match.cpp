@@ -93,8 +93,3 @@ extern "C" bool maching_machine_type_with_dmidecode(const char *manufacturer, co
     return manufacturer != nullptr && pattern != nullptr &&
            orvane::has_prefix(manufacturer, pattern);
 }
-
-extern "C" char *get_machine_info_simulate(void)
-{
-    return nullptr;
-}

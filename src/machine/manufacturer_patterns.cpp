@@ -43,7 +43,7 @@ GKeyFile *to_key_file(std::span<const manufacturer_pattern> patterns) noexcept
     for (const manufacturer_pattern &pattern : patterns)
         ::g_key_file_set_value(key_file.get(), manufacturer_patterns_group, pattern.key,
                                pattern.value);
-    // Deliberate: nobody reads the text. It shows the whole set to whoever traces the GLib calls.
+    // Deliberate: the text is made and dropped. Programs that replace this GLib call count on it.
     const glib_text text(::g_key_file_to_data(key_file.get(), nullptr, nullptr));
     return key_file.release();
 }

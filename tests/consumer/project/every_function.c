@@ -57,6 +57,7 @@ static void call_queries(void)
 
 static void call_manufacturer_queries(void)
 {
+    /* Kept until the end: g_key_file_free() is GLib's, which this program does without. */
     struct _GKeyFile *exact = generate_machine_whitelist();
     struct _GKeyFile *folded = generate_machine_whitelist_ignore_case();
     int type = maching_machine_type(exact, false);
