@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 
 #include <linux/ethtool.h>
 #include <linux/sockios.h>
@@ -64,9 +65,36 @@ ethernet_address read_permanent_address(const unique_fd &socket, ifreq &request)
     return wanted.address;
 }
 
-heap_text to_text(const ethernet_address &address) noexcept
+std::optional<ethernet_address> current_address(const char *name) noexcept
 {
-    const unsigned char *const bytes = address.bytes;
+    const unique_fd socket = open_socket();
+    ifreq request = request_about(name);
+    if (!socket || !read_current_address(socket, request))
+        return std::nullopt;
+    ethernet_address address;
+    ::memcpy(address.bytes, request.ifr_hwaddr.sa_data, sizeof address.bytes);
+    return address;
+}
+
+std::optional<ethernet_address> permanent_address(const char *name) noexcept
+{
+    const unique_fd socket = open_socket();
+    if (!socket)
+        return std::nullopt;
+    ifreq request = request_about(name);
+    if (!read_current_address(socket, request)) {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): glibc keeps the text of a thread for itself.
+        ::orvane_trace("Set device name error: %s.", ::strerror(errno));
+        return std::nullopt;
+    }
+    return read_permanent_address(socket, request);
+}
+
+heap_text to_text(const std::optional<ethernet_address> &address) noexcept
+{
+    if (!address)
+        return {};
+    const unsigned char *const bytes = address->bytes;
     bounded_text<sizeof "00:00:00:00:00:00"> text;
     text.format("%.2x:%.2x:%.2x:%.2x:%.2x:%.2x", bytes[0], bytes[1], bytes[2], bytes[3], bytes[4],
                 bytes[5]);
@@ -77,27 +105,12 @@ heap_text to_text(const ethernet_address &address) noexcept
 
 heap_text network_interface_get_mac(const char *name) noexcept
 {
-    const unique_fd socket = open_socket();
-    ifreq request = request_about(name);
-    if (!socket || !read_current_address(socket, request))
-        return {};
-    ethernet_address address;
-    ::memcpy(address.bytes, request.ifr_hwaddr.sa_data, sizeof address.bytes);
-    return to_text(address);
+    return to_text(current_address(name));
 }
 
 heap_text network_interface_get_permanent_mac(const char *name) noexcept
 {
-    const unique_fd socket = open_socket();
-    if (!socket)
-        return {};
-    ifreq request = request_about(name);
-    if (!read_current_address(socket, request)) {
-        // NOLINTNEXTLINE(concurrency-mt-unsafe): glibc keeps the text of a thread for itself.
-        ::orvane_trace("Set device name error: %s.", ::strerror(errno));
-        return {};
-    }
-    return to_text(read_permanent_address(socket, request));
+    return to_text(permanent_address(name));
 }
 
 } // namespace orvane

@@ -88,6 +88,8 @@ private:
     ifaddrs *list_cards()
     {
         EXPECT_FALSE(listing_) << "listed again before the first list was freed";
+        if (cards.empty())
+            return nullptr;
         listing_ = std::make_unique<listing>();
         for (const network_card &card : cards) {
             for (const int family : card.families) {
