@@ -2,14 +2,12 @@
 #pragma once
 
 #include "fixture.h"
+#include "interface_listing.h"
 #include "interpose.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
-#include <list>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -79,34 +77,15 @@ protected:
     std::vector<network_card> cards;
 
 private:
-    struct listing {
-        std::list<std::string> names;
-        std::list<sockaddr> addresses;
-        std::list<ifaddrs> entries;
-    };
-
     ifaddrs *list_cards()
     {
         EXPECT_FALSE(listing_) << "listed again before the first list was freed";
-        if (cards.empty())
-            return nullptr;
-        listing_ = std::make_unique<listing>();
+        std::vector<listed_entry> entries;
         for (const network_card &card : cards) {
-            for (const int family : card.families) {
-                listing_->names.push_back(card.name);
-                listing_->addresses.push_back({static_cast<sa_family_t>(family), {}});
-                ifaddrs entry = {};
-                entry.ifa_name = listing_->names.back().data();
-                entry.ifa_addr = &listing_->addresses.back();
-                listing_->entries.push_back(entry);
-            }
+            for (const int family : card.families)
+                entries.push_back({card.name.c_str(), family});
         }
-        ifaddrs *next = nullptr;
-        for (auto entry = listing_->entries.rbegin(); entry != listing_->entries.rend(); ++entry) {
-            entry->ifa_next = next;
-            next = &*entry;
-        }
-        return next;
+        return entries.empty() ? nullptr : listing_.emplace(entries).first();
     }
 
     static int refuse(int error)
@@ -143,5 +122,5 @@ private:
         return 0;
     }
 
-    std::unique_ptr<listing> listing_;
+    std::optional<interface_listing> listing_;
 };

@@ -2,6 +2,7 @@
 //
 // The identity of NVMe disks, which the kernel shows in /sys/block.
 #include "disk_machine.h"
+#include "listed_names.h"
 #include "orvane.h"
 
 #include <cerrno>
@@ -37,25 +38,7 @@ protected:
         machine.file(serial_of(name), serial);
     }
 
-    // Lets /sys/block be listed in this order.
-    void list(const texts &names)
-    {
-        names_ = names;
-        interpose::readdir = [this](DIR *) -> dirent * {
-            if (names_.empty())
-                return nullptr;
-            entry_ = {};
-            names_.front().copy(entry_.d_name, sizeof entry_.d_name - 1);
-            names_.erase(names_.begin());
-            return &entry_;
-        };
-    }
-
-    [[nodiscard]] const texts &not_listed() const { return names_; }
-
-private:
-    texts names_;
-    dirent entry_ = {};
+    listed_names block_devices;
 };
 
 } // namespace
@@ -171,9 +154,9 @@ protected:
 
 TEST_P(listed_disk, is_the_first_whose_name_begins_the_one_of_the_device)
 {
-    list(GetParam().names);
+    block_devices.list(GetParam().names);
     EXPECT_EQ(identity("/dev/nvme0n1p2"), GetParam().identity);
-    EXPECT_EQ(not_listed(), GetParam().left);
+    EXPECT_EQ(block_devices.not_listed(), GetParam().left);
     EXPECT_EQ(machine.trace(), texts{});
 }
 
@@ -184,9 +167,9 @@ TEST_F(nvme_disk, may_be_taken_for_a_tenth_namespace)
     machine.block_device("/dev/nvme0n10p1");
     show_disk("nvme0n1", "ONE\n", "1\n");
     show_disk("nvme0n10", "TEN\n", "10\n");
-    list({"nvme0n1", "nvme0n10"});
+    block_devices.list({"nvme0n1", "nvme0n10"});
     EXPECT_EQ(identity("/dev/nvme0n10p1"), "ONE_1");
-    list({"nvme0n10", "nvme0n1"});
+    block_devices.list({"nvme0n10", "nvme0n1"});
     EXPECT_EQ(identity("/dev/nvme0n10p1"), "TEN_10");
 }
 
@@ -209,7 +192,7 @@ TEST_F(nvme_disk, is_looked_for_no_further_when_it_has_no_attributes)
 {
     machine.directory("/sys/block/nvme0");
     show_disk("nvme0n1", "MODEL\n", "SERIAL\n");
-    list({"nvme0", "nvme0n1"});
+    block_devices.list({"nvme0", "nvme0n1"});
     EXPECT_TRUE(asked("/dev/nvme0n1p2").is_null());
 }
 
