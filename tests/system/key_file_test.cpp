@@ -1,31 +1,19 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "fixture.h"
+#include "glib_owners.h"
 #include "interpose.h"
 #include "orvane.h"
 
 #include <cstring>
 #include <filesystem>
-#include <memory>
 #include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <glib.h>
 #include <unistd.h>
 
 namespace {
-
-struct free_key_file {
-    void operator()(GKeyFile *kf) const noexcept { ::g_key_file_free(kf); }
-};
-using owned_key_file = std::unique_ptr<GKeyFile, free_key_file>;
-
-// A text of GLib's that the library handed over.
-struct free_glib_text {
-    void operator()(char *text) const noexcept { ::g_free(text); }
-};
-using glib_text = std::unique_ptr<char, free_glib_text>;
 
 std::string value_of(const owned_key_file &kf, const char *group, const char *key)
 {

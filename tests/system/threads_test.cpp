@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "fixture.h"
+#include "glib_owners.h"
 #include "interpose.h"
 #include "orvane.h"
 
@@ -188,9 +189,11 @@ protected:
         machine.file("/sys/class/dmi/id/sys_vendor", "ACME\n");
         machine.file("/proc/bootdevice/product_name", "flash\n");
         machine.file("/proc/bootdevice/cid", "card\n");
+        machine.file("/proc/cpuinfo", "Hardware\t: Kirin 990\n");
         machine.file("/sys/settings", "[group]\nkey=value\n", 0640);
         machine.script("/usr/sbin/dmidecode",
                        "case \"$*\" in\n"
+                       "'-s system-manufacturer') echo LENOVO ;;\n"
                        "'-s system-uuid') echo 4c4c4544-0043-3010-8052-b4c04f564231 ;;\n"
                        "*) printf '\\tVersion: V2 x\\n\\tSerial Number: SN1\\n' ;;\n"
                        "esac");
@@ -224,11 +227,15 @@ std::string disk_in_a_listing()
 
 std::string value_in_a_key_file()
 {
-    const std::unique_ptr<GKeyFile, decltype(&::g_key_file_free)> kf(
-        key_file_load_from_file("/sys/settings"), ::g_key_file_free);
-    const std::unique_ptr<char, decltype(&::g_free)> value(
-        key_file_get_value(kf.get(), "group", "key"), ::g_free);
+    const owned_key_file kf(key_file_load_from_file("/sys/settings"));
+    const glib_text value(key_file_get_value(kf.get(), "group", "key"));
     return value.get();
+}
+
+std::string manufacturer_class()
+{
+    const owned_key_file patterns(generate_machine_whitelist());
+    return machineTypeToString(maching_machine_type(patterns.get(), false));
 }
 
 } // namespace
@@ -264,6 +271,7 @@ INSTANTIATE_TEST_SUITE_P(
         query{"command_line",
               [] { return text_or_none(command_line_get_root_device_name("/proc/cmdline")); },
               "/dev/disk/by-label/a\\x2fb", 100},
+        query{"processor", [] { return std::to_string(is_huawei_9x0()); }, "1", 100},
         query{"listing", disk_in_a_listing, "sda(no text)", 20}));
 
 INSTANTIATE_TEST_SUITE_P(
@@ -275,6 +283,8 @@ INSTANTIATE_TEST_SUITE_P(
         query{"oem_info", [] { return text_or_none(hw_oem_info()); }, "SN1_flash_card", 5},
         query{"command", [] { return text_or_none(get_machine_info_from_dmidecode("echo told")); },
               "told", 5},
+        query{"manufacturer", manufacturer_class, "TYPE_LENOVO", 5},
+        query{"lenovo", [] { return std::to_string(is_lenovo_machine()); }, "1", 5},
         query{"mapped_disk", [] { return text_or_none(harddisk_id("/dev/mapper/vg0-root")); },
               "Fast-Disk_S1", 5},
         query{"smartctl", [] { return text_or_none(harddisk_id_smartctl("/dev/nvme0n1p2")); },

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "fixture.h"
+#include "glib_owners.h"
+#include "interpose.h"
+#include "orvane.h"
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+inline owned_key_file loaded_patterns(const std::string &text)
+{
+    owned_key_file kf(::g_key_file_new());
+    if (!::g_key_file_load_from_data(kf.get(), text.data(), text.size(), G_KEY_FILE_NONE, nullptr))
+        throw std::runtime_error("not a key file: " + text);
+    return kf;
+}
+
+// Keys and their values, in this order.
+using pattern_list = std::vector<std::pair<const char *, const char *>>;
+
+inline owned_key_file patterns_of(const pattern_list &list)
+{
+    owned_key_file kf(::g_key_file_new());
+    for (const auto &[key, value] : list)
+        ::g_key_file_set_value(kf.get(), "manufacturer_patterns", key, value);
+    return kf;
+}
+
+// A machine whose manufacturer a test decides.
+class manufacturer_machine : public on_machine {
+protected:
+    static constexpr char dmidecode[] = "/usr/sbin/dmidecode";
+
+    // What dmidecode prints when it is asked for the manufacturer, and for the System Information.
+    void dmidecode_prints(std::string_view keyword, std::string_view table)
+    {
+        machine.file(machine.scratch("keyword"), keyword);
+        machine.file(machine.scratch("table"), table);
+        machine.script(dmidecode, "case $1 in\n"
+                                  "-s) exec cat " +
+                                      machine.scratch("keyword") +
+                                      " ;;\n"
+                                      "-t) exec cat " +
+                                      machine.scratch("table") +
+                                      " ;;\n"
+                                      "esac");
+    }
+
+    // Lets the program say who made the machine.
+    static void simulate(std::string manufacturer)
+    {
+        interpose::get_machine_info_simulate = [text = std::move(manufacturer)]() mutable {
+            return text.data();
+        };
+    }
+};
