@@ -28,8 +28,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const orvane::unique_key_file key_file(g_key_file_new());
     g_key_file_load_from_data(key_file.get(), patterns.data(), patterns.size(), G_KEY_FILE_NONE,
                               nullptr);
-    const orvane::unique_key_file exact(generate_machine_whitelist());
-    const orvane::unique_key_file without_case(generate_machine_whitelist_ignore_case());
+    // Made once, because matching leaves them as they are.
+    static const orvane::unique_key_file exact(generate_machine_whitelist());
+    static const orvane::unique_key_file without_case(generate_machine_whitelist_ignore_case());
     for (GKeyFile *const set : {key_file.get(), exact.get(), without_case.get()}) {
         match(manufacturer, set, false);
         match(manufacturer, set, true);
