@@ -3,6 +3,7 @@
 
 #include "fixture.h"
 
+#include <filesystem>
 #include <sstream>
 #include <string>
 
@@ -15,6 +16,8 @@ protected:
         machine.character_device("/dev/net/tun", 10, 200);
         machine.directory("/sys/bus/usb/devices/1-1");
         machine.directory("/sys/class/net");
+        if (!std::filesystem::exists(machine.own_proc() + "/net/if_inet6"))
+            GTEST_SKIP() << "the kernel has no IPv6";
     }
 
     // Makes a device, or skips the test where this kernel has none of the kind.

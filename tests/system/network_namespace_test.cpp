@@ -34,6 +34,8 @@ protected:
     void furnish() override
     {
         kernel_network::furnish();
+        if (IsSkipped())
+            return;
         place("eth0", "platform/onboard");
         for (const std::string &command : GetParam().commands) {
             make(command);
