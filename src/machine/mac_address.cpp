@@ -48,13 +48,13 @@ ifreq request_about(const char *name) noexcept
     return request;
 }
 
-bool read_current_address(const unique_fd &socket, ifreq &request) noexcept
+bool ask_current_address(const unique_fd &socket, ifreq &request) noexcept
 {
     return ::ioctl(socket.get(), SIOCGIFHWADDR, &request) == 0;
 }
 
 // Deliberate: zeros for what the driver does not tell. They lose against every real address.
-ethernet_address read_permanent_address(const unique_fd &socket, ifreq &request) noexcept
+ethernet_address ask_permanent_address(const unique_fd &socket, ifreq &request) noexcept
 {
     permanent_address_request wanted;
     request.ifr_data = reinterpret_cast<char *>(&wanted);
@@ -69,7 +69,7 @@ std::optional<ethernet_address> current_address(const char *name) noexcept
 {
     const unique_fd socket = open_socket();
     ifreq request = request_about(name);
-    if (!socket || !read_current_address(socket, request))
+    if (!socket || !ask_current_address(socket, request))
         return std::nullopt;
     ethernet_address address;
     ::memcpy(address.bytes, request.ifr_hwaddr.sa_data, sizeof address.bytes);
@@ -82,12 +82,12 @@ std::optional<ethernet_address> permanent_address(const char *name) noexcept
     if (!socket)
         return std::nullopt;
     ifreq request = request_about(name);
-    if (!read_current_address(socket, request)) {
+    if (!ask_current_address(socket, request)) {
         // NOLINTNEXTLINE(concurrency-mt-unsafe): glibc keeps the text of a thread for itself.
         ::orvane_trace("Set device name error: %s.", ::strerror(errno));
         return std::nullopt;
     }
-    return read_permanent_address(socket, request);
+    return ask_permanent_address(socket, request);
 }
 
 heap_text to_text(const std::optional<ethernet_address> &address) noexcept
