@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: LGPL-2.1-or-later */
 /*
- * liborvane: the identity of the machine a program runs on, and the small
- * foundations that its queries share.
+ * liborvane: the identity of the machine a program runs on, the checks and
+ * encodings of the data files it handles, and the small foundations that these
+ * share.
  *
  * Conventions, which hold wherever a function does not say otherwise:
  *
@@ -54,8 +55,39 @@
 extern "C" {
 #endif
 
-/* GLib's key file (GKeyFile). Callers of the other functions need no GLib. */
+/* GLib's key file (GKeyFile) and OpenSSL's RSA key (RSA). Callers of the other
+ * functions need neither GLib nor OpenSSL. */
 struct _GKeyFile;
+struct rsa_st;
+
+/*
+ * What the functions of the sections GPG and Base64 return: ORVANE_OK or why not.
+ */
+enum orvane_result {
+    ORVANE_OK = 0,
+    ORVANE_GPG_VERIFY_FAILED = 1,         /* the verify operation itself failed */
+    ORVANE_GPG_KEY_MISSING = 14,          /* the key is not in the key store, or not usable */
+    ORVANE_GPG_CLOCK_TOO_EARLY = 15,      /* no key: the clock is before its creation */
+    ORVANE_GPG_NO_CONTEXT = 16,           /* no GPGME context could be made */
+    ORVANE_GPG_TEXT_NOT_TAKEN = 44,       /* the text could not be handed to GPGME */
+    ORVANE_GPG_ENCRYPT_FAILED = 45,       /* the encrypt operation failed */
+    ORVANE_GPG_OTHER_SIGNER = 46,         /* a signature is not the built-in key's */
+    ORVANE_GPG_FILE_UNREADABLE = 49,      /* the signed file could not be read */
+    ORVANE_GPG_SIGNATURE_RED = 50,        /* the signature is rated red */
+    ORVANE_GPG_SIGNATURE_BAD = 51,        /* the signature is bad */
+    ORVANE_GPG_SIGNATURE_INVALID = 52,    /* the signature is invalid in another way */
+    ORVANE_GPG_NO_SIGNATURE = 53,         /* the file carries no signature */
+    ORVANE_BASE64_LENGTH = 59,            /* not a multiple of 4 characters */
+    ORVANE_BASE64_CHARACTER = 60,         /* a character that is not of base64 */
+    ORVANE_BASE64_PADDING = 61,           /* a "=" out of place */
+    ORVANE_BASE64_NOTHING_TO_ENCODE = 62, /* a NULL, or no bytes */
+    ORVANE_BASE64_NOTHING_TO_DECODE = 63, /* a NULL, or no characters */
+    ORVANE_URL_CHARACTER = 64,            /* a character that is neither of base64 nor "%" */
+    ORVANE_FROM_URL_NOTHING = 65,         /* a NULL, or no characters */
+    ORVANE_URL_ESCAPE = 66,               /* a "%" without "2B", "2F" or "3D" behind it */
+    ORVANE_TO_URL_NOTHING = 67,           /* a NULL, or no characters */
+    ORVANE_GPG_NO_OUTPUT = 100            /* no room for GPGME's output */
+};
 
 /* ---- Disk identity ----------------------------------------------------- */
 
@@ -535,6 +567,232 @@ ORVANE_API int is_lenovo_machine(void);
  * Threads: safe.
  */
 ORVANE_API int is_huawei_9x0(void);
+
+/* ---- Digests ----------------------------------------------------------- */
+
+/*
+ * Whether a file's content has an expected SHA-256, SHA-1 or MD5 digest.
+ *
+ * path:     the file, read once to its end; NULL is a file that cannot be
+ *           opened.
+ * expected: 64, 40 or 32 lower-case hexadecimal digits; what stands behind them
+ *           does not count. NULL is never equal, and the file is not opened.
+ * Returns:  1 when the digest is the expected one. 0 in every other case alike:
+ *           it differs, `expected` is shorter or has a capital, or the file
+ *           cannot be opened or read to its end, as a directory cannot.
+ * Reads:    the file; the digest is OpenSSL libcrypto's. A pipe is waited for,
+ *           and a read that a signal handler breaks off counts as failed.
+ * Threads:  safe.
+ *
+ * MD5 and SHA-1 tell an accident, not an attacker.
+ */
+ORVANE_API int file_check_sha256(const char *path, const char *expected);
+ORVANE_API int file_check_sha1(const char *path, const char *expected);
+ORVANE_API int file_check_md5(const char *path, const char *expected);
+
+/* ---- RSA signatures ---------------------------------------------------- */
+
+/*
+ * Whether a text carries a valid RSA signature (PKCS #1 v1.5 with SHA-256)
+ * under the key of this system.
+ *
+ * message:   the text that was signed, up to its terminator.
+ * signature: the signature in base64, as for base64_decode_clean().
+ * Returns:   true when the signature is valid; false in every other case.
+ * Reads:     /etc/orvane/public.pem, as load_public_key() does, on every call:
+ *            another key there counts from the next call on. OpenSSL libcrypto
+ *            does the rest; the thread's queue of OpenSSL errors is left as it
+ *            was.
+ * Writes:    the line of base64_decode_clean() to standard output.
+ * Errors:    on standard error, one line each: "Invalid parameters: message or
+ *            signature is NULL", "Failed to decode base64 si11gnature" (also
+ *            for one that decodes to nothing), "Failed to compute SHA256 hash
+ *            of message", and "Failed to load public key" behind
+ *            load_public_key()'s own. A signature that does not match is no
+ *            error.
+ * Threads:   safe.
+ */
+ORVANE_API bool verify_signature(const char *message, const char *signature);
+
+/*
+ * Decodes base64 that may be broken into lines: line feeds, carriage returns
+ * and spaces are left out. Nothing else is, tabs not either, and what is then
+ * no base64 on one line decodes to nothing or to its beginning.
+ *
+ * text:    the base64 text; NULL gives NULL.
+ * size:    where to store how many bytes came of it. NULL gives NULL. 0 or less
+ *          is stored when none did; nothing is stored where memory cannot be
+ *          had, for which a text that an int cannot count stands too.
+ * Returns: new block of `*size` bytes, release with free(); NULL when that is
+ *          not above 0.
+ * Reads:   the text alone; the decoder is the base64 filter of OpenSSL
+ *          libcrypto.
+ * Writes:  "Cleaned Base64 (N chars): TEXT" with the text that is left to
+ *          standard output, unless it returns NULL before it decodes.
+ * Threads: safe.
+ */
+ORVANE_API unsigned char *base64_decode_clean(const char *text, int *size);
+
+/*
+ * Loads an RSA public key in the PKCS #1 form of PEM ("BEGIN RSA PUBLIC KEY").
+ *
+ * path:    the file, whose first key of that form counts; NULL is a file that
+ *          cannot be opened.
+ * Returns: new key (RSA), release with OpenSSL's RSA_free(); NULL when there is
+ *          none.
+ * Reads:   the file. For a block that says it is encrypted OpenSSL asks for a
+ *          password on the terminal.
+ * Errors:  on standard error, one line each: "Error opening public key file:
+ *          PATH" and "Error reading public key from file: PATH"; the latter
+ *          also for the form that `openssl rsa -pubout` writes ("BEGIN PUBLIC
+ *          KEY"). The thread's queue of OpenSSL errors is left as it was.
+ * Threads: safe.
+ */
+ORVANE_API struct rsa_st *load_public_key(const char *path);
+
+/*
+ * The SHA-256 digest of a text, up to its terminator.
+ *
+ * text:    NULL gives false.
+ * digest:  where to store 32 bytes; NULL gives false.
+ * Returns: whether the digest was stored.
+ * Reads:   the text alone; the digest is OpenSSL libcrypto's.
+ * Threads: safe.
+ */
+ORVANE_API bool compute_sha256(const char *text, unsigned char *digest);
+
+/* ---- GPG --------------------------------------------------------------- */
+
+/*
+ * These two work with the one signing key whose public half the library was
+ * built with, and put that into the calling user's GnuPG key store (GNUPGHOME,
+ * or .gnupg in HOME) each time. They run gpg through GPGME, with the caller's
+ * environment; gpg may start its agent, which stays. Both set the locale of the
+ * whole process to the environment's, and GPGME makes a process that had not
+ * said what SIGPIPE does ignore it. Threads: for one thread at a time, and none
+ * beside it that depends on the locale.
+ */
+
+/*
+ * Verifies a file that carries its content and its signatures, whole (gpg
+ * --sign) or clear-signed, and hands over the content.
+ *
+ * path:    the file, which is read into memory; NULL is a file that cannot be
+ *          read.
+ * content: where to store the content, a new block to release with free():
+ *          `*length` bytes and no terminator. NULL asks for no content.
+ * length:  where to store how many bytes the content has; may be NULL.
+ * Returns: ORVANE_OK when the file is intact and every signature in it the
+ *          built-in key's. The first signature is judged first:
+ *          ORVANE_GPG_KEY_MISSING, ORVANE_GPG_SIGNATURE_RED,
+ *          ORVANE_GPG_SIGNATURE_BAD or, as for one that expired,
+ *          ORVANE_GPG_SIGNATURE_INVALID where it is not good; then
+ *          ORVANE_GPG_OTHER_SIGNER where any is by another key. Whether the key
+ *          store trusts the key does not matter. Before these, in this order:
+ *          ORVANE_GPG_NO_CONTEXT, ORVANE_GPG_FILE_UNREADABLE,
+ *          ORVANE_GPG_NO_OUTPUT, ORVANE_GPG_VERIFY_FAILED (no gpg, say, or no
+ *          OpenPGP data in the file), ORVANE_GPG_NO_SIGNATURE. With anything
+ *          but ORVANE_OK nothing is stored.
+ * Errors:  content of more than 4096 bytes is not handed over: ORVANE_OK, NULL
+ *          in `*content`, `*length` untouched. The same without memory, but
+ *          with the size in `*length`. Look at `*content`.
+ * Reads:   the file and the key store, by gpg.
+ */
+ORVANE_API int gpg_verify(const char *path, char **content, unsigned int *length);
+
+/*
+ * Encrypts a text to the built-in key.
+ *
+ * text:    what to encrypt, up to its terminator; NULL gives
+ *          ORVANE_GPG_TEXT_NOT_TAKEN.
+ * message: where to store the ASCII-armoured message, a new NUL-terminated text
+ *          to release with free(). NULL asks for no message.
+ * length:  where to store the message's length, terminator not included; may be
+ *          NULL.
+ * Returns: ORVANE_OK when the text was encrypted, otherwise, in the order of
+ *          the steps: ORVANE_GPG_NO_CONTEXT, ORVANE_GPG_TEXT_NOT_TAKEN,
+ *          ORVANE_GPG_NO_OUTPUT; ORVANE_GPG_CLOCK_TOO_EARLY or
+ *          ORVANE_GPG_KEY_MISSING where the key store does not have the key, as
+ *          when it cannot be written or there is no gpg;
+ *          ORVANE_GPG_ENCRYPT_FAILED; ORVANE_GPG_KEY_MISSING where gpg refuses
+ *          the key. With anything but ORVANE_OK nothing is stored.
+ * Errors:  a message that cannot be handed over, for want of memory, is NULL
+ *          with ORVANE_OK. Look at `*message`. Each call keeps a few hundred
+ *          bytes for good.
+ * Reads:   the key store, by gpg, and the clock.
+ */
+ORVANE_API int gpg_encrypt(const char *text, char **message, unsigned int *length);
+
+/* ---- Base64 ------------------------------------------------------------ */
+
+/*
+ * Base64 on one line with pads, and the same for the query of a URL, where "+",
+ * "/" and "=" are written "%2B", "%2F" and "%3D". The caller's buffers are
+ * trusted to have the sizes that the entries name, and must not overlap.
+ * Threads: safe.
+ */
+
+/*
+ * Encodes bytes.
+ *
+ * data:    `size` bytes.
+ * size:    how many; a negative number encodes nothing, to a length of 0.
+ * text:    where to store the text: 4 bytes for every 3 of `data` or part of
+ *          them. No terminator is added.
+ * length:  where to store the text's length.
+ * Returns: ORVANE_OK; ORVANE_BASE64_NOTHING_TO_ENCODE, with nothing stored, for
+ *          a NULL, a size of 0, or want of memory.
+ */
+ORVANE_API int base64_encode(const void *data, int size, char *text, unsigned int *length);
+
+/*
+ * Decodes base64.
+ *
+ * text:    the NUL-terminated text, all of which must be base64: no line breaks
+ *          or blanks.
+ * length:  how many of its characters to decode, as a rule all.
+ * data:    where to store the bytes; `length` bytes are room enough.
+ * size:    where to store how many came of it: as the decoder says, so a text
+ *          that it can make nothing of is 0 or, as an unsigned number, -1, with
+ *          ORVANE_OK. So is want of memory, and a negative length is 0.
+ * Returns: ORVANE_OK, or, with nothing stored, ORVANE_BASE64_NOTHING_TO_DECODE
+ *          for a NULL or a length of 0; ORVANE_BASE64_LENGTH;
+ *          ORVANE_BASE64_CHARACTER; ORVANE_BASE64_PADDING, in this order.
+ */
+ORVANE_API int base64_decode(const char *text, int length, void *data, unsigned int *size);
+
+/*
+ * Writes base64 text as it may stand in the query of a URL. A "%" stays.
+ *
+ * text:       the NUL-terminated text, all of which is looked at.
+ * length:     how many of its characters to convert, as a rule all.
+ * url:        where to store the result: 3 bytes for each character and 1 for
+ *             the terminator.
+ * url_length: where to store its length.
+ * Returns:    ORVANE_OK; ORVANE_TO_URL_NOTHING, with nothing stored, for a NULL
+ *             or a length of 0; ORVANE_URL_CHARACTER, with 0 stored as the
+ *             length.
+ */
+ORVANE_API int transform_to_url(const char *text, unsigned int length, char *url,
+                                unsigned int *url_length);
+
+/*
+ * Writes the query form back as base64 text.
+ *
+ * url:         the NUL-terminated text, all of which is looked at.
+ * length:      how many of its characters to convert, as a rule all. An escape
+ *              that begins among them is converted whole.
+ * text:        where to store the result: a byte for each character and 1 for
+ *              the terminator.
+ * text_length: where to store its length.
+ * Returns:     ORVANE_OK; ORVANE_FROM_URL_NOTHING, with nothing stored, for a
+ *              NULL or a length of 0; ORVANE_URL_CHARACTER, with 0 stored as
+ *              the length; ORVANE_URL_ESCAPE for any other escape, "%2b" too,
+ *              with 0 stored as the length and what stands before it,
+ *              unterminated, in `text`.
+ */
+ORVANE_API int transform_from_url(const char *url, unsigned int length, char *text,
+                                  unsigned int *text_length);
 
 /* ---- Operating system -------------------------------------------------- */
 

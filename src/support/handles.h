@@ -41,6 +41,7 @@ template <auto Release> struct release_with {
 template <class T, auto Release> using owned = std::unique_ptr<T, release_with<Release>>;
 
 using heap_text = owned<char, ::free>;
+using heap_bytes = owned<unsigned char, ::free>;
 using unique_file = owned<std::FILE, ::fclose>;
 
 // The output of a tool. Ending it waits for the tool, whose exit status nobody asks for.

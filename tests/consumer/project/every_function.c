@@ -117,6 +117,46 @@ static void call_helpers(void)
     expect(memcmp(bytes, "ab", 2) == 0, "zero bytes are removed");
 }
 
+static void call_digests_and_signatures(const char *scratch)
+{
+    unsigned char digest[32];
+    unsigned char *decoded;
+    int size = 0;
+
+    expect(file_check_sha256(scratch, "e3") == 0, "no digest is that short");
+    expect(file_check_sha1(scratch, NULL) == 0, "no text is no digest");
+    expect(file_check_md5(NULL, "d4") == 0, "no path is no file");
+    expect(compute_sha256("abc", digest) && digest[0] == 0xba, "a text has a digest");
+    decoded = base64_decode_clean("YW\nJj", &size);
+    expect(size == 3 && memcmp(decoded, "abc", 3) == 0, "broken lines are decoded");
+    free(decoded);
+    expect(load_public_key(scratch) == NULL, "no key in that file");
+    expect(!verify_signature("text", ""), "no signature");
+}
+
+static void call_encodings(void)
+{
+    char text[8];
+    char url[16];
+    char bytes[8];
+    unsigned int length = 0;
+
+    expect(base64_encode("\xfb", 1, text, &length) == ORVANE_OK && length == 4, "4 characters");
+    text[length] = '\0';
+    expect(transform_to_url(text, length, url, &length) == ORVANE_OK, "to the query form");
+    expect(strcmp(url, "%2Bw%3D%3D") == 0, "the query form");
+    expect(transform_from_url(url, length, text, &length) == ORVANE_OK, "and back");
+    expect(base64_decode(text, (int)length, bytes, &length) == ORVANE_OK, "to bytes");
+    expect(length == 1 && bytes[0] == '\xfb', "the byte");
+}
+
+static void call_gpg(void)
+{
+    /* Refused before the user's key store is touched. */
+    expect(gpg_verify(NULL, NULL, NULL) == ORVANE_GPG_FILE_UNREADABLE, "no path is no file");
+    expect(gpg_encrypt(NULL, NULL, NULL) == ORVANE_GPG_TEXT_NOT_TAKEN, "no text");
+}
+
 int main(int argc, char **argv)
 {
     if (argc != 2)
@@ -128,5 +168,8 @@ int main(int argc, char **argv)
     call_logs(argv[1]);
     call_key_files(argv[1]);
     call_helpers();
+    call_digests_and_signatures(argv[1]);
+    call_encodings();
+    call_gpg();
     return failures == 0 ? 0 : 1;
 }

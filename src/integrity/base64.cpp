@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// Bytes to base64 on one line, and back.
+#include "integrity/base64_alphabet.h"
+#include "integrity/base64_chain.h"
+#include "orvane.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include <openssl/buffer.h>
+
+namespace orvane {
+
+namespace {
+
+std::size_t encoded_length(int size) noexcept
+{
+    return (static_cast<std::size_t>(std::max(size, 0)) + 2) / 3 * 4;
+}
+
+// A memory BIO that fills the caller's buffer itself: one that grows, or is copied from, costs more
+// than the coding. It never asks for more room than it has, because the text has just this length.
+bio_chain memory_over(BUF_MEM &room) noexcept
+{
+    bio_chain memory(::BIO_new(::BIO_s_mem()));
+    if (memory)
+        ::BIO_set_mem_buf(memory.get(), &room, BIO_NOCLOSE);
+    return memory;
+}
+
+// "=" closes the text, once or twice, or is not there.
+bool has_pads_at_end_alone(std::string_view text) noexcept
+{
+    const std::size_t pad = text.find('=');
+    return pad == std::string_view::npos || (text.size() - pad <= 2 && text.back() == '=');
+}
+
+int refusal(std::string_view text) noexcept
+{
+    if (text.size() % 4 != 0)
+        return ORVANE_BASE64_LENGTH;
+    if (!std::all_of(text.begin(), text.end(), is_base64))
+        return ORVANE_BASE64_CHARACTER;
+    return has_pads_at_end_alone(text) ? ORVANE_OK : ORVANE_BASE64_PADDING;
+}
+
+} // namespace
+
+} // namespace orvane
+
+// NOLINTNEXTLINE(readability-non-const-parameter): the memory BIO writes to the text.
+extern "C" int base64_encode(const void *data, int size, char *text, unsigned int *length)
+{
+    if (data == nullptr || text == nullptr || length == nullptr || size == 0)
+        return ORVANE_BASE64_NOTHING_TO_ENCODE;
+    BUF_MEM room = {0, text, orvane::encoded_length(size), 0};
+    const orvane::bio_chain chain = orvane::one_line_base64(orvane::memory_over(room));
+    if (!chain)
+        return ORVANE_BASE64_NOTHING_TO_ENCODE;
+
+    ::BIO_write(chain.get(), data, size);
+    static_cast<void>(BIO_flush(chain.get()));
+    BUF_MEM *written = nullptr;
+    BIO_get_mem_ptr(chain.get(), &written);
+    *length = static_cast<unsigned int>(written->length);
+    return ORVANE_OK;
+}
+
+extern "C" int base64_decode(const char *text, int length, void *data, unsigned int *size)
+{
+    if (text == nullptr || data == nullptr || size == nullptr || length == 0)
+        return ORVANE_BASE64_NOTHING_TO_DECODE;
+    if (const int code = orvane::refusal(text); code != ORVANE_OK)
+        return code;
+    // Deliberate: what the decoder says of a text that it cannot make sense of is passed on as the
+    // count. Callers look at the count.
+    *size = static_cast<unsigned int>(orvane::decode_one_line(text, length, data, length));
+    return ORVANE_OK;
+}

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <cstdint>
+
+namespace orvane {
+
+// The signing key's public half, as the build was given it: one binary OpenPGP transferable public
+// key, and how long it is. In writable data, so that it can be replaced in a built library.
+struct signing_key {
+    std::uint32_t length;
+    unsigned char bytes[1024];
+};
+extern signing_key builtin_key; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables)
+
+extern const char builtin_fingerprint[];          // 40 upper-case hexadecimal digits
+extern const char builtin_long_key_id[];          // their last 16
+extern const std::uint32_t builtin_creation_time; // Unix time
+
+} // namespace orvane

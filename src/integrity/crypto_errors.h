@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <openssl/err.h>
+
+namespace orvane {
+
+// Leaves the thread's queue of libcrypto errors at the end of its life as it was at the start: a
+// caller that talks TLS would take what stays there for the failure of its own connection.
+class crypto_errors_guard {
+public:
+    crypto_errors_guard() noexcept { ::ERR_set_mark(); }
+    crypto_errors_guard(const crypto_errors_guard &) = delete;
+    crypto_errors_guard &operator=(const crypto_errors_guard &) = delete;
+    // Where the queue was empty and took no mark, everything in it is ours.
+    ~crypto_errors_guard() { ::ERR_pop_to_mark(); }
+};
+
+} // namespace orvane

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// Encrypting a text to the built-in key.
+#include "integrity/builtin_key.h"
+#include "integrity/gpg.h"
+#include "orvane.h"
+
+#include <cstring>
+#include <ctime>
+
+namespace orvane {
+
+namespace {
+
+constexpr int public_half = 0;
+
+// Why the key is not there, though it is imported each time: to a clock before its creation it does
+// not exist yet.
+int code_of_missing_key(std::time_t now) noexcept
+{
+    return builtin_creation_time > static_cast<std::uint64_t>(now) ? ORVANE_GPG_CLOCK_TOO_EARLY
+                                                                   : ORVANE_GPG_KEY_MISSING;
+}
+
+// Deliberate: nobody releases the key. It stays the process's.
+gpgme_key_t find_builtin_key(gpgme_ctx_t context) noexcept
+{
+    gpgme_key_t key = nullptr;
+    const gpgme_error_t error = ::gpgme_get_key(context, builtin_fingerprint, &key, public_half);
+    return error == 0 ? key : nullptr;
+}
+
+bool is_refused(gpgme_ctx_t context) noexcept
+{
+    const auto *const result = ::gpgme_op_encrypt_result(context);
+    const auto *const first = result != nullptr ? result->invalid_recipients : nullptr;
+    return first != nullptr && first->fpr != nullptr &&
+           ::strcmp(first->fpr, builtin_fingerprint) == 0;
+}
+
+void hand_over_message(gpgme_data_t output, char **message, unsigned int *length) noexcept
+{
+    const off_t size = ::gpgme_data_seek(output, 0, SEEK_END);
+    if (size <= 0)
+        *message = nullptr;
+    else
+        hand_over(output, static_cast<std::size_t>(size), 1, message, length);
+}
+
+} // namespace
+
+} // namespace orvane
+
+extern "C" int gpg_encrypt(const char *text, char **message, unsigned int *length)
+{
+    const std::time_t now = ::time(nullptr);
+    orvane::gpg_objects gpg;
+    gpg.context = orvane::new_gpg_context();
+    if (!gpg.context)
+        return ORVANE_GPG_NO_CONTEXT;
+    ::gpgme_set_armor(gpg.context.get(), 1);
+    gpg.input = orvane::data_of_text(text);
+    if (!gpg.input)
+        return ORVANE_GPG_TEXT_NOT_TAKEN;
+    gpg.output = orvane::new_output();
+    if (!gpg.output)
+        return ORVANE_GPG_NO_OUTPUT;
+
+    orvane::import_builtin_key(gpg.context.get());
+    gpgme_key_t recipients[] = {orvane::find_builtin_key(gpg.context.get()), nullptr};
+    if (recipients[0] == nullptr)
+        return orvane::code_of_missing_key(now);
+    if (::gpgme_op_encrypt(gpg.context.get(), recipients, GPGME_ENCRYPT_ALWAYS_TRUST,
+                           gpg.input.get(), gpg.output.get()) != 0)
+        return ORVANE_GPG_ENCRYPT_FAILED;
+    if (orvane::is_refused(gpg.context.get()))
+        return ORVANE_GPG_KEY_MISSING;
+
+    if (message != nullptr)
+        orvane::hand_over_message(gpg.output.get(), message, length);
+    return ORVANE_OK;
+}

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// Whether a file is signed with the built-in key.
+#include "integrity/builtin_key.h"
+#include "integrity/gpg.h"
+#include "orvane.h"
+
+#include <cstring>
+
+namespace orvane {
+
+namespace {
+
+constexpr off_t most_content_bytes = 4096;
+
+using signature = _gpgme_signature;
+
+const signature *signatures_of(gpgme_ctx_t context) noexcept
+{
+    const auto *const result = ::gpgme_op_verify_result(context);
+    return result != nullptr ? result->signatures : nullptr;
+}
+
+int code_of(const signature &judged) noexcept
+{
+    const gpg_err_code_t status = ::gpgme_err_code(judged.status);
+    const auto has = [&judged](gpgme_sigsum_t bit) {
+        return (static_cast<unsigned int>(judged.summary) & static_cast<unsigned int>(bit)) != 0;
+    };
+    // Without an error it is good, also where the key store does not trust its key.
+    if (has(GPGME_SIGSUM_VALID) || has(GPGME_SIGSUM_GREEN) || status == GPG_ERR_NO_ERROR)
+        return ORVANE_OK;
+    if (has(GPGME_SIGSUM_KEY_MISSING))
+        return ORVANE_GPG_KEY_MISSING;
+    if (has(GPGME_SIGSUM_RED))
+        return ORVANE_GPG_SIGNATURE_RED;
+    return status == GPG_ERR_BAD_SIGNATURE ? ORVANE_GPG_SIGNATURE_BAD
+                                           : ORVANE_GPG_SIGNATURE_INVALID;
+}
+
+bool is_by_builtin_key(const signature &made) noexcept
+{
+    return made.fpr != nullptr && (::strcmp(made.fpr, builtin_fingerprint) == 0 ||
+                                   ::strcmp(made.fpr, builtin_long_key_id) == 0);
+}
+
+bool are_by_builtin_key(const signature *made) noexcept
+{
+    while (made != nullptr && is_by_builtin_key(*made))
+        made = made->next;
+    return made == nullptr;
+}
+
+void hand_over_content(gpgme_data_t output, char **content, unsigned int *length) noexcept
+{
+    const off_t size = ::gpgme_data_seek(output, 0, SEEK_END);
+    if (size < 0 || size > most_content_bytes) {
+        *content = nullptr;
+        return;
+    }
+    // Deliberate: no terminator. The content is bytes, and callers go by its length.
+    hand_over(output, static_cast<std::size_t>(size), 0, content, length);
+}
+
+} // namespace
+
+} // namespace orvane
+
+extern "C" int gpg_verify(const char *path, char **content, unsigned int *length)
+{
+    orvane::gpg_objects gpg;
+    gpg.context = orvane::new_gpg_context();
+    if (!gpg.context)
+        return ORVANE_GPG_NO_CONTEXT;
+    gpg.input = orvane::data_of_file(path);
+    if (!gpg.input)
+        return ORVANE_GPG_FILE_UNREADABLE;
+    gpg.output = orvane::new_output();
+    if (!gpg.output)
+        return ORVANE_GPG_NO_OUTPUT;
+
+    orvane::import_builtin_key(gpg.context.get());
+    if (::gpgme_op_verify(gpg.context.get(), gpg.input.get(), nullptr, gpg.output.get()) != 0)
+        return ORVANE_GPG_VERIFY_FAILED;
+    const auto *const signatures = orvane::signatures_of(gpg.context.get());
+    if (signatures == nullptr)
+        return ORVANE_GPG_NO_SIGNATURE;
+    // Deliberate: the first signature alone decides whether the file is intact, before the question
+    // whose the signatures are.
+    if (const int code = orvane::code_of(*signatures); code != ORVANE_OK)
+        return code;
+    if (!orvane::are_by_builtin_key(signatures))
+        return ORVANE_GPG_OTHER_SIGNER;
+
+    if (content != nullptr)
+        orvane::hand_over_content(gpg.output.get(), content, length);
+    return ORVANE_OK;
+}

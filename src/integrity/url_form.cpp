@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// Base64 text to the form that survives in the query of a URL, and back.
+#include "integrity/url_form.h"
+
+#include "integrity/base64_alphabet.h"
+#include "orvane.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace orvane {
+
+namespace {
+
+struct escape {
+    char plain;
+    std::string_view escaped;
+};
+
+constexpr escape escapes[] = {{'+', "%2B"}, {'/', "%2F"}, {'=', "%3D"}};
+
+const escape *escape_of(char plain) noexcept
+{
+    const escape *const found =
+        std::find_if(std::begin(escapes), std::end(escapes),
+                     [plain](const escape &known) { return known.plain == plain; });
+    return found != std::end(escapes) ? found : nullptr;
+}
+
+// Never looks past the terminator of the text.
+bool starts_with(const char *text, std::string_view start) noexcept
+{
+    return std::all_of(start.begin(), start.end(), [&text](char c) { return *text++ == c; });
+}
+
+const escape *escape_at(const char *text) noexcept
+{
+    const escape *const found =
+        std::find_if(std::begin(escapes), std::end(escapes),
+                     [text](const escape &known) { return starts_with(text, known.escaped); });
+    return found != std::end(escapes) ? found : nullptr;
+}
+
+} // namespace
+
+int check_base64_chars(const char *text) noexcept
+{
+    for (; *text != '\0'; ++text) {
+        if (!is_base64(*text) && *text != '%')
+            return ORVANE_URL_CHARACTER;
+    }
+    return ORVANE_OK;
+}
+
+} // namespace orvane
+
+extern "C" int transform_to_url(const char *text, unsigned int length, char *url,
+                                unsigned int *url_length)
+{
+    if (text == nullptr || url == nullptr || url_length == nullptr || length == 0)
+        return ORVANE_TO_URL_NOTHING;
+    *url_length = 0;
+    if (const int code = orvane::check_base64_chars(text); code != ORVANE_OK)
+        return code;
+
+    char *end = url;
+    for (unsigned int at = 0; at < length; ++at) {
+        if (const orvane::escape *const known = orvane::escape_of(text[at]))
+            end = std::copy(known->escaped.begin(), known->escaped.end(), end);
+        else
+            *end++ = text[at];
+    }
+    *end = '\0';
+    *url_length = static_cast<unsigned int>(end - url);
+    return ORVANE_OK;
+}
+
+extern "C" int transform_from_url(const char *url, unsigned int length, char *text,
+                                  unsigned int *text_length)
+{
+    if (url == nullptr || text == nullptr || text_length == nullptr || length == 0)
+        return ORVANE_FROM_URL_NOTHING;
+    *text_length = 0;
+    if (const int code = orvane::check_base64_chars(url); code != ORVANE_OK)
+        return code;
+
+    char *end = text;
+    for (unsigned int at = 0; at < length;) {
+        if (url[at] != '%') {
+            *end++ = url[at++];
+            continue;
+        }
+        const orvane::escape *const known = orvane::escape_at(url + at);
+        if (known == nullptr)
+            return ORVANE_URL_ESCAPE;
+        *end++ = known->plain;
+        at += static_cast<unsigned int>(known->escaped.size());
+    }
+    *end = '\0';
+    *text_length = static_cast<unsigned int>(end - text);
+    return ORVANE_OK;
+}
