@@ -582,7 +582,7 @@ ORVANE_API int is_huawei_9x0(void);
  *           cannot be opened or read to its end, as a directory cannot.
  * Reads:    the file; the digest is OpenSSL libcrypto's. A pipe is waited for,
  *           and a read that a signal handler breaks off counts as failed.
- * Threads:  safe.
+ * Threads:  safe, on threads with at least 32 KiB of stack.
  *
  * MD5 and SHA-1 tell an accident, not an attacker.
  */
@@ -616,19 +616,23 @@ ORVANE_API bool verify_signature(const char *message, const char *signature);
 
 /*
  * Decodes base64 that may be broken into lines: line feeds, carriage returns
- * and spaces are left out. Nothing else is, tabs not either, and what is then
- * no base64 on one line decodes to nothing or to its beginning.
+ * and spaces are left out, and nothing else is, tabs not either. What is then
+ * no base64 on one line decodes to whatever libcrypto makes of it: nothing as a
+ * rule, but stray characters at the ends may do no harm.
  *
  * text:    the base64 text; NULL gives NULL.
  * size:    where to store how many bytes came of it. NULL gives NULL. 0 or less
- *          is stored when none did; nothing is stored where memory cannot be
- *          had, for which a text that an int cannot count stands too.
+ *          is stored when none did, or there was no memory for the decoder;
+ *          nothing is stored where there is none for the text or the bytes, or
+ *          the text has more characters than an int counts.
  * Returns: new block of `*size` bytes, release with free(); NULL when that is
  *          not above 0.
  * Reads:   the text alone; the decoder is the base64 filter of OpenSSL
  *          libcrypto.
  * Writes:  "Cleaned Base64 (N chars): TEXT" with the text that is left to
- *          standard output, unless it returns NULL before it decodes.
+ *          standard output, unless `text` or `size` is NULL or there is no
+ *          memory for the text. Where standard output is a pipe that nobody
+ *          reads, that is SIGPIPE.
  * Threads: safe.
  */
 ORVANE_API unsigned char *base64_decode_clean(const char *text, int *size);
@@ -636,12 +640,15 @@ ORVANE_API unsigned char *base64_decode_clean(const char *text, int *size);
 /*
  * Loads an RSA public key in the PKCS #1 form of PEM ("BEGIN RSA PUBLIC KEY").
  *
- * path:    the file, whose first key of that form counts; NULL is a file that
- *          cannot be opened.
+ * path:    the file, whose first block of that form counts; a broken block ends
+ *          the search. NULL is a file that cannot be opened, and a pipe is
+ *          waited for.
  * Returns: new key (RSA), release with OpenSSL's RSA_free(); NULL when there is
  *          none.
- * Reads:   the file. For a block that says it is encrypted OpenSSL asks for a
- *          password on the terminal.
+ * Reads:   the file. For a block that says it is encrypted, which no public key
+ *          needs to be, OpenSSL asks for a password on the terminal, or where
+ *          there is none on standard error and from standard input, with signal
+ *          handlers of its own meanwhile and for one thread at a time.
  * Errors:  on standard error, one line each: "Error opening public key file:
  *          PATH" and "Error reading public key from file: PATH"; the latter
  *          also for the form that `openssl rsa -pubout` writes ("BEGIN PUBLIC
@@ -666,33 +673,45 @@ ORVANE_API bool compute_sha256(const char *text, unsigned char *digest);
 /*
  * These two work with the one signing key whose public half the library was
  * built with, and put that into the calling user's GnuPG key store (GNUPGHOME,
- * or .gnupg in HOME) each time. They run gpg through GPGME, with the caller's
- * environment; gpg may start its agent, which stays. Both set the locale of the
- * whole process to the environment's, and GPGME makes a process that had not
- * said what SIGPIPE does ignore it. Threads: for one thread at a time, and none
- * beside it that depends on the locale.
+ * or .gnupg in HOME) each time.
+ *
+ * Process: they run gpg through GPGME, with the caller's environment and the
+ *          user's gpg.conf. The descriptors 0 and 1 must not both be closed:
+ *          see redirect_stdio(). gpg may start its agent, which stays. Children
+ *          of gpg's are left to the system's first process, or to a caller that
+ *          took its place.
+ * Waiting: there is no time limit. gpg waits for the locks of the key store,
+ *          and asks the user, on the caller's terminal if there is one, for the
+ *          passphrase of a file that is encrypted.
+ * Changes: the locale of the whole process becomes the environment's. A process
+ *          that had not said what SIGPIPE does ignores it from then on.
+ * Threads: for one thread at a time, and none beside it that depends on the
+ *          locale.
  */
 
 /*
  * Verifies a file that carries its content and its signatures, whole (gpg
- * --sign) or clear-signed, and hands over the content.
+ * --sign) or clear-signed, and hands over the content. An encrypted file that
+ * the user's own keys open is verified as what is in it.
  *
- * path:    the file, which is read into memory; NULL is a file that cannot be
- *          read.
+ * path:    the file, a regular one, which is read into memory, as is all of its
+ *          content, compressed or not; NULL is a file that cannot be read.
  * content: where to store the content, a new block to release with free():
  *          `*length` bytes and no terminator. NULL asks for no content.
  * length:  where to store how many bytes the content has; may be NULL.
  * Returns: ORVANE_OK when the file is intact and every signature in it the
- *          built-in key's. The first signature is judged first:
- *          ORVANE_GPG_KEY_MISSING, ORVANE_GPG_SIGNATURE_RED,
- *          ORVANE_GPG_SIGNATURE_BAD or, as for one that expired,
- *          ORVANE_GPG_SIGNATURE_INVALID where it is not good; then
- *          ORVANE_GPG_OTHER_SIGNER where any is by another key. Whether the key
- *          store trusts the key does not matter. Before these, in this order:
- *          ORVANE_GPG_NO_CONTEXT, ORVANE_GPG_FILE_UNREADABLE,
- *          ORVANE_GPG_NO_OUTPUT, ORVANE_GPG_VERIFY_FAILED (no gpg, say, or no
- *          OpenPGP data in the file), ORVANE_GPG_NO_SIGNATURE. With anything
- *          but ORVANE_OK nothing is stored.
+ *          built-in key's. The first signature is judged first, where it is not
+ *          good: ORVANE_GPG_KEY_MISSING, also for a key store that cannot be
+ *          used; ORVANE_GPG_SIGNATURE_RED, for a file that was altered;
+ *          ORVANE_GPG_SIGNATURE_BAD; ORVANE_GPG_SIGNATURE_INVALID, as for one
+ *          that expired. Then ORVANE_GPG_OTHER_SIGNER where any is by another
+ *          key. Whether the key store trusts the key does not matter to a good
+ *          signature; where it trusts the key fully, one that expired is good.
+ *          Before these, in this order: ORVANE_GPG_NO_CONTEXT,
+ *          ORVANE_GPG_FILE_UNREADABLE, ORVANE_GPG_NO_OUTPUT,
+ *          ORVANE_GPG_VERIFY_FAILED (no gpg, say, or no OpenPGP data in the
+ *          file), ORVANE_GPG_NO_SIGNATURE. With anything but ORVANE_OK nothing
+ *          is stored.
  * Errors:  content of more than 4096 bytes is not handed over: ORVANE_OK, NULL
  *          in `*content`, `*length` untouched. The same without memory, but
  *          with the size in `*length`. Look at `*content`.
@@ -768,7 +787,7 @@ ORVANE_API int base64_decode(const char *text, int length, void *data, unsigned 
  * length:     how many of its characters to convert, as a rule all.
  * url:        where to store the result: 3 bytes for each character and 1 for
  *             the terminator.
- * url_length: where to store its length.
+ * url_length: where to store its length, which must be one that it can count.
  * Returns:    ORVANE_OK; ORVANE_TO_URL_NOTHING, with nothing stored, for a NULL
  *             or a length of 0; ORVANE_URL_CHARACTER, with 0 stored as the
  *             length.

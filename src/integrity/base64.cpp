@@ -14,9 +14,12 @@ namespace orvane {
 
 namespace {
 
-std::size_t encoded_length(int size) noexcept
+// Of this many bytes comes less text than an int counts, which is the most that a memory BIO holds.
+constexpr std::size_t piece_bytes = std::size_t{3} << 28U;
+
+std::size_t encoded_length(std::size_t size) noexcept
 {
-    return (static_cast<std::size_t>(std::max(size, 0)) + 2) / 3 * 4;
+    return (size + 2) / 3 * 4;
 }
 
 // A memory BIO that fills the caller's buffer itself: one that grows, or is copied from, costs more
@@ -27,6 +30,20 @@ bio_chain memory_over(BUF_MEM &room) noexcept
     if (memory)
         ::BIO_set_mem_buf(memory.get(), &room, BIO_NOCLOSE);
     return memory;
+}
+
+// The end of the text, or nullptr when there is no memory.
+char *encode_piece(const unsigned char *data, std::size_t size, char *text) noexcept
+{
+    BUF_MEM room = {0, text, encoded_length(size), 0};
+    const bio_chain chain = one_line_base64(memory_over(room));
+    if (!chain)
+        return nullptr;
+    ::BIO_write(chain.get(), data, static_cast<int>(size));
+    static_cast<void>(BIO_flush(chain.get()));
+    BUF_MEM *written = nullptr;
+    BIO_get_mem_ptr(chain.get(), &written);
+    return text + written->length;
 }
 
 // "=" closes the text, once or twice, or is not there.
@@ -49,21 +66,20 @@ int refusal(std::string_view text) noexcept
 
 } // namespace orvane
 
-// NOLINTNEXTLINE(readability-non-const-parameter): the memory BIO writes to the text.
 extern "C" int base64_encode(const void *data, int size, char *text, unsigned int *length)
 {
     if (data == nullptr || text == nullptr || length == nullptr || size == 0)
         return ORVANE_BASE64_NOTHING_TO_ENCODE;
-    BUF_MEM room = {0, text, orvane::encoded_length(size), 0};
-    const orvane::bio_chain chain = orvane::one_line_base64(orvane::memory_over(room));
-    if (!chain)
-        return ORVANE_BASE64_NOTHING_TO_ENCODE;
-
-    ::BIO_write(chain.get(), data, size);
-    static_cast<void>(BIO_flush(chain.get()));
-    BUF_MEM *written = nullptr;
-    BIO_get_mem_ptr(chain.get(), &written);
-    *length = static_cast<unsigned int>(written->length);
+    const auto *const bytes = static_cast<const unsigned char *>(data);
+    const auto end = static_cast<std::size_t>(std::max(size, 0));
+    char *text_end = text;
+    for (std::size_t at = 0; at < end; at += orvane::piece_bytes) {
+        const std::size_t piece = std::min(end - at, orvane::piece_bytes);
+        text_end = orvane::encode_piece(bytes + at, piece, text_end);
+        if (text_end == nullptr)
+            return ORVANE_BASE64_NOTHING_TO_ENCODE;
+    }
+    *length = static_cast<unsigned int>(text_end - text);
     return ORVANE_OK;
 }
 

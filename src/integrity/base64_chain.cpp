@@ -18,8 +18,7 @@ bio_chain one_line_base64(bio_chain memory) noexcept
 int decode_one_line(const char *text, int length, void *room, int room_bytes) noexcept
 {
     const bio_chain chain = one_line_base64(bio_chain(::BIO_new_mem_buf(text, length)));
-    // Without a chain there is nothing to read, which BIO_read() says itself.
-    return ::BIO_read(chain.get(), room, room_bytes);
+    return chain ? ::BIO_read(chain.get(), room, room_bytes) : -1;
 }
 
 } // namespace orvane

@@ -6,7 +6,8 @@
 namespace orvane {
 
 // The signing key's public half, as the build was given it: one binary OpenPGP transferable public
-// key, and how long it is. In writable data, so that it can be replaced in a built library.
+// key, and how long it is. Deliberate: in writable data of one size, so that the layout of the
+// library is the same with every key, though nothing ever changes it.
 struct signing_key {
     std::uint32_t length;
     unsigned char bytes[1024];

@@ -5,8 +5,9 @@
 
 namespace orvane {
 
-// Leaves the thread's queue of libcrypto errors at the end of its life as it was at the start: a
-// caller that talks TLS would take what stays there for the failure of its own connection.
+// Takes away at the end of its life what came into the thread's queue of libcrypto errors since its
+// start: a caller that talks TLS would take that for the failure of its own connection. What was
+// pushed out of a full queue meanwhile is lost.
 class crypto_errors_guard {
 public:
     crypto_errors_guard() noexcept { ::ERR_set_mark(); }

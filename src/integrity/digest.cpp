@@ -25,8 +25,8 @@ static_assert(sizeof(off_t) == 8, "a file of any size must have a digest");
 // Asking for 1 KiB at a time would cost half as much again as hashing; beyond 16 KiB little is won.
 constexpr std::size_t read_bytes = 16384;
 
-// The low-level calls, because the others look up their algorithm first, which takes a fresh
-// process a hundred times as long as a small file.
+// The low-level calls, because the others look their algorithm up first, for which a fresh process
+// could have hashed many small files.
 template <class Context, auto Init, auto Update, auto Final>
 bool digest_to_end(int fd, unsigned char *digest) noexcept
 {

@@ -20,8 +20,8 @@ constexpr int copied = 1;
 gpg_context new_gpg_context() noexcept
 {
     ::gpgme_check_version(nullptr);
-    // Deliberate: the locale becomes the environment's for the whole process, so that what gpg may
-    // ask or say is in the user's language. Callers know that it changes.
+    // Deliberate: the locale becomes the environment's for the whole process, for the characters of
+    // what gpg may have to ask the user. Callers know that it changes.
     // NOLINTBEGIN(concurrency-mt-unsafe)
     ::setlocale(LC_ALL, "");
     ::gpgme_set_locale(nullptr, LC_CTYPE, ::setlocale(LC_CTYPE, nullptr));

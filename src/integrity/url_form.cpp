@@ -65,7 +65,7 @@ extern "C" int transform_to_url(const char *text, unsigned int length, char *url
         return code;
 
     char *end = url;
-    for (unsigned int at = 0; at < length; ++at) {
+    for (std::size_t at = 0; at < length; ++at) {
         if (const orvane::escape *const known = orvane::escape_of(text[at]))
             end = std::copy(known->escaped.begin(), known->escaped.end(), end);
         else
@@ -86,7 +86,7 @@ extern "C" int transform_from_url(const char *url, unsigned int length, char *te
         return code;
 
     char *end = text;
-    for (unsigned int at = 0; at < length;) {
+    for (std::size_t at = 0; at < length;) {
         if (url[at] != '%') {
             *end++ = url[at++];
             continue;
@@ -95,7 +95,7 @@ extern "C" int transform_from_url(const char *url, unsigned int length, char *te
         if (known == nullptr)
             return ORVANE_URL_ESCAPE;
         *end++ = known->plain;
-        at += static_cast<unsigned int>(known->escaped.size());
+        at += known->escaped.size();
     }
     *end = '\0';
     *text_length = static_cast<unsigned int>(end - text);

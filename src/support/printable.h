@@ -3,7 +3,7 @@
 
 namespace orvane {
 
-// What a trace line says of a text that may be absent.
+// What a line for people says of a text that may be absent.
 inline const char *printable(const char *text) noexcept
 {
     return text != nullptr ? text : "(null)";
