@@ -19,7 +19,7 @@ constexpr std::size_t trace_line_bytes = 1024; // the library keeps no more of a
 bool log_refused = false;
 int kept_standard_error = -1;
 
-void say(std::string_view text)
+void say_outside(std::string_view text)
 {
     [[maybe_unused]] const ssize_t written = ::write(kept_standard_error, text.data(), text.size());
 }
@@ -42,28 +42,49 @@ extern "C" void tell_last_words(int signal)
         std::raise(signal); // comes when this handler is left
         return;
     }
-    say("orvane: ");
-    say(words);
-    say("\n");
+    say_outside("orvane: ");
+    say_outside(words);
+    say_outside("\n");
     ::_exit(1);
 }
 
 } // namespace
 
-quiet_standard_error::quiet_standard_error()
+set_aside::set_aside(std::FILE *stream)
+    : stream_(stream), kept_(::fcntl(::fileno(stream), F_DUPFD_CLOEXEC, STDERR_FILENO + 1))
 {
-    kept_standard_error = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    std::fflush(stream);
     const int aside = ::memfd_create("aside", MFD_CLOEXEC);
-    ::dup2(aside, STDERR_FILENO);
+    ::dup2(aside, ::fileno(stream));
     ::close(aside);
+}
+
+set_aside::~set_aside()
+{
+    std::fflush(stream_);
+    ::dup2(kept_, ::fileno(stream_));
+    ::close(kept_);
+}
+
+std::string set_aside::text() const
+{
+    std::fflush(stream_);
+    const off_t size = ::lseek(::fileno(stream_), 0, SEEK_END);
+    std::string written(size > 0 ? static_cast<std::size_t>(size) : 0, '\0');
+    const ssize_t got = ::pread(::fileno(stream_), written.data(), written.size(), 0);
+    written.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+    return written;
+}
+
+quiet_standard_error::quiet_standard_error() : aside_(stderr)
+{
+    kept_standard_error = aside_.kept();
     std::signal(SIGABRT, tell_last_words);
 }
 
 quiet_standard_error::~quiet_standard_error()
 {
     std::signal(SIGABRT, SIG_DFL);
-    ::dup2(kept_standard_error, STDERR_FILENO);
-    ::close(kept_standard_error);
 }
 
 bool trace_log_refused()

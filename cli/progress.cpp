@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "progress.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+#include <unistd.h>
+
+namespace {
+
+constexpr off_t large = off_t{64} << 20; // takes longer than a person notices
+constexpr std::chrono::milliseconds between_looks(100);
+constexpr int bar_columns = 40;
+
+bool is_same(const struct stat &one, const struct stat &other)
+{
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+off_t position_of_descriptor(const std::string &number)
+{
+    std::ifstream about("/proc/self/fdinfo/" + number);
+    std::string label;
+    off_t position = 0;
+    return about >> label >> position && label == "pos:" ? position : 0;
+}
+
+// How far this process has read the file through whichever descriptor it has open. 0 before that.
+off_t position_in(const struct stat &file)
+{
+    std::error_code error;
+    std::filesystem::directory_iterator descriptors("/proc/self/fd", error);
+    for (; !error && descriptors != std::filesystem::directory_iterator();
+         descriptors.increment(error)) {
+        struct stat open = {};
+        if (::stat(descriptors->path().c_str(), &open) == 0 && is_same(open, file))
+            return position_of_descriptor(descriptors->path().filename());
+    }
+    return 0;
+}
+
+void draw(off_t position, off_t size)
+{
+    const int percent = static_cast<int>(position * 100 / size);
+    const std::string done(static_cast<std::size_t>(percent * bar_columns / 100), '#');
+    std::fprintf(stderr, "\r[%-*s] %3d %%", bar_columns, done.c_str(), percent);
+}
+
+void erase()
+{
+    std::fputs("\r\033[K", stderr);
+}
+
+} // namespace
+
+progress_bar::progress_bar(const std::string &path)
+{
+    struct stat file = {};
+    if (::isatty(STDERR_FILENO) == 0 || ::stat(path.c_str(), &file) != 0 ||
+        !S_ISREG(file.st_mode) || file.st_size < large)
+        return;
+    draw(0, file.st_size);
+    thread_ = std::thread([this, file] { follow(file); });
+}
+
+progress_bar::~progress_bar()
+{
+    if (!thread_.joinable())
+        return;
+    {
+        const std::lock_guard lock(mutex_);
+        has_ended_ = true;
+    }
+    ended_.notify_one();
+    thread_.join();
+    erase();
+}
+
+void progress_bar::follow(const struct stat &file)
+{
+    std::unique_lock lock(mutex_);
+    while (!ended_.wait_for(lock, between_looks, [this] { return has_ended_; }))
+        draw(std::min(position_in(file), file.st_size), file.st_size);
+}

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "words.h"
+
+#include "orvane.h"
+
+const char *in_words(int result)
+{
+    switch (result) {
+    case ORVANE_OK:
+        return "valid";
+    case ORVANE_GPG_VERIFY_FAILED:
+        return "gpg cannot verify it";
+    case ORVANE_GPG_KEY_MISSING:
+        return "the key is not in the key store";
+    case ORVANE_GPG_CLOCK_TOO_EARLY:
+        return "the clock is earlier than the key";
+    case ORVANE_GPG_NO_CONTEXT:
+        return "GPGME cannot be set up";
+    case ORVANE_GPG_TEXT_NOT_TAKEN:
+        return "GPGME does not take the text";
+    case ORVANE_GPG_ENCRYPT_FAILED:
+        return "gpg cannot encrypt it";
+    case ORVANE_GPG_OTHER_SIGNER:
+        return "a signature is by another key";
+    case ORVANE_GPG_FILE_UNREADABLE:
+        return "the file cannot be read";
+    case ORVANE_GPG_SIGNATURE_RED:
+        return "the signature is rated red: the file was altered, or the key is revoked";
+    case ORVANE_GPG_SIGNATURE_BAD:
+        return "the signature is bad";
+    case ORVANE_GPG_SIGNATURE_INVALID:
+        return "the signature is not valid, or expired";
+    case ORVANE_GPG_NO_SIGNATURE:
+        return "there is no signature";
+    case ORVANE_BASE64_LENGTH:
+        return "the length is not a multiple of 4";
+    case ORVANE_BASE64_CHARACTER:
+        return "a character is not of base64";
+    case ORVANE_BASE64_PADDING:
+        return "a \"=\" is out of place";
+    case ORVANE_BASE64_NOTHING_TO_ENCODE:
+        return "there is nothing to encode";
+    case ORVANE_BASE64_NOTHING_TO_DECODE:
+        return "there is nothing to decode";
+    case ORVANE_FROM_URL_NOTHING:
+    case ORVANE_TO_URL_NOTHING:
+        return "there is nothing to convert";
+    case ORVANE_URL_CHARACTER:
+        return "a character is neither of base64 nor \"%\"";
+    case ORVANE_URL_ESCAPE:
+        return "a \"%\" is not followed by 2B, 2F or 3D";
+    case ORVANE_GPG_NO_OUTPUT:
+        return "GPGME has no room for the result";
+    default:
+        return "the library gives a result that is not known";
+    }
+}
