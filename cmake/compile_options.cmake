@@ -11,6 +11,9 @@ target_compile_options(orvane_options INTERFACE
     -Wundef -Wvla $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Wextra-semi>
     $<$<BOOL:${ORVANE_WERROR}>:-Werror>)
 
+# OpenSSL's interface of 1.1: its digests need no look-up, and callers hold RSA objects.
+target_compile_definitions(orvane_options INTERFACE OPENSSL_API_COMPAT=0x10100000L)
+
 # A file of any size and date has a mode, and the clock goes on, on 32-bit machines too.
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     target_compile_definitions(orvane_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)

@@ -16,7 +16,7 @@ format)
     files '.*\.\(c\|h\|cpp\)' include src cli tests bench | xargs -0 clang-format --dry-run -Werror
     ;;
 shell)
-    grep -rlE '^#!/bin/(ba)?sh' scripts tests .ci | xargs shellcheck
+    grep -rlE '^#!/bin/(ba)?sh' scripts cmake tests .ci | xargs shellcheck
     ;;
 tidy)
     files '.*\.cpp' src cli | xargs -0 -P 2 -n 1 clang-tidy -p "$3" --quiet
