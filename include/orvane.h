@@ -676,10 +676,10 @@ ORVANE_API bool compute_sha256(const char *text, unsigned char *digest);
  * or .gnupg in HOME) each time.
  *
  * Process: they run gpg through GPGME, with the caller's environment and the
- *          user's gpg.conf. The descriptors 0 and 1 must not both be closed:
- *          see redirect_stdio(). gpg may start its agent, which stays. Children
- *          of gpg's are left to the system's first process, or to a caller that
- *          took its place.
+ *          user's gpg.conf. /dev/null stands in for standard descriptors that
+ *          are closed. gpg may start its agent, which stays. Children of gpg's
+ *          are left to the system's first process, or to a caller that took its
+ *          place.
  * Waiting: there is no time limit. gpg waits for the locks of the key store,
  *          and asks the user, on the caller's terminal if there is one, for the
  *          passphrase of a file that is encrypted.

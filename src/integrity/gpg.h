@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "integrity/standard_descriptors.h"
 #include "support/handles.h"
 
 #include <cstddef>
@@ -14,6 +15,7 @@ using gpg_data = owned<gpgme_data, ::gpgme_data_release>;
 
 // What one call works with. What is declared first is released last.
 struct gpg_objects {
+    standard_descriptors descriptors;
     gpg_context context;
     gpg_data output;
     gpg_data input;

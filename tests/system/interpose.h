@@ -10,8 +10,14 @@
 #include <cJSON.h>
 #include <dirent.h>
 #include <glib.h>
+#include <gpgme.h>
 #include <ifaddrs.h>
 #include <mntent.h>
+#include <openssl/bio.h>
+#include <openssl/md5.h>
+#include <openssl/pem.h>
+#include <openssl/rsa.h>
+#include <openssl/sha.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 
@@ -146,6 +152,74 @@ private:
     INTERPOSED(blkid_probe, blkid_new_probe_from_filename, (const char *path), (path))             \
     INTERPOSED(int, blkid_probe_is_wholedisk, (blkid_probe probe), (probe))                        \
     INTERPOSED(void, blkid_free_probe, (blkid_probe probe), (probe))                               \
+    INTERPOSED(int, SHA256_Init, (SHA256_CTX * context), (context))                                \
+    INTERPOSED(int, SHA256_Update, (SHA256_CTX * context, const void *data, size_t size),          \
+               (context, data, size))                                                              \
+    INTERPOSED(int, SHA256_Final, (unsigned char *digest, SHA256_CTX *context), (digest, context)) \
+    INTERPOSED(int, SHA1_Init, (SHA_CTX * context), (context))                                     \
+    INTERPOSED(int, SHA1_Update, (SHA_CTX * context, const void *data, size_t size),               \
+               (context, data, size))                                                              \
+    INTERPOSED(int, SHA1_Final, (unsigned char *digest, SHA_CTX *context), (digest, context))      \
+    INTERPOSED(int, MD5_Init, (MD5_CTX * context), (context))                                      \
+    INTERPOSED(int, MD5_Update, (MD5_CTX * context, const void *data, size_t size),                \
+               (context, data, size))                                                              \
+    INTERPOSED(int, MD5_Final, (unsigned char *digest, MD5_CTX *context), (digest, context))       \
+    INTERPOSED(BIO *, BIO_new, (const BIO_METHOD *method), (method))                               \
+    INTERPOSED(BIO *, BIO_new_mem_buf, (const void *data, int size), (data, size))                 \
+    INTERPOSED(void, BIO_set_flags, (BIO * bio, int flags), (bio, flags))                          \
+    INTERPOSED(BIO *, BIO_push, (BIO * bio, BIO * next), (bio, next))                              \
+    INTERPOSED(int, BIO_read, (BIO * bio, void *room, int size), (bio, room, size))                \
+    INTERPOSED(int, BIO_write, (BIO * bio, const void *data, int size), (bio, data, size))         \
+    INTERPOSED(long, BIO_ctrl, (BIO * bio, int command, long number, void *pointer),               \
+               (bio, command, number, pointer))                                                    \
+    INTERPOSED(void, BIO_free_all, (BIO * bio), (bio))                                             \
+    INTERPOSED(int, OPENSSL_init_crypto,                                                           \
+               (uint64_t options, const OPENSSL_INIT_SETTINGS *settings), (options, settings))     \
+    INTERPOSED(RSA *, PEM_read_RSAPublicKey,                                                       \
+               (std::FILE * file, RSA * *key, pem_password_cb * callback, void *data),             \
+               (file, key, callback, data))                                                        \
+    INTERPOSED(int, RSA_verify,                                                                    \
+               (int type, const unsigned char *digest, unsigned int digest_size,                   \
+                const unsigned char *signature, unsigned int signature_size, RSA *key),            \
+               (type, digest, digest_size, signature, signature_size, key))                        \
+    INTERPOSED(void, RSA_free, (RSA * key), (key))                                                 \
+    INTERPOSED(char *, setlocale, (int category, const char *locale), (category, locale))          \
+    INTERPOSED(const char *, gpgme_check_version_internal, (const char *version, size_t offset),   \
+               (version, offset))                                                                  \
+    INTERPOSED(gpgme_error_t, gpgme_set_locale,                                                    \
+               (gpgme_ctx_t context, int category, const char *value), (context, category, value)) \
+    INTERPOSED(gpgme_error_t, gpgme_new, (gpgme_ctx_t * context), (context))                       \
+    INTERPOSED(void, gpgme_release, (gpgme_ctx_t context), (context))                              \
+    INTERPOSED(void, gpgme_set_armor, (gpgme_ctx_t context, int armored), (context, armored))      \
+    INTERPOSED(gpgme_error_t, gpgme_data_new, (gpgme_data_t * data), (data))                       \
+    INTERPOSED(gpgme_error_t, gpgme_data_new_from_mem,                                             \
+               (gpgme_data_t * data, const char *bytes, size_t size, int copy),                    \
+               (data, bytes, size, copy))                                                          \
+    INTERPOSED(gpgme_error_t, gpgme_data_new_from_file,                                            \
+               (gpgme_data_t * data, const char *path, int copy), (data, path, copy))              \
+    INTERPOSED(void, gpgme_data_release, (gpgme_data_t data), (data))                              \
+    INTERPOSED(off_t, gpgme_data_seek, (gpgme_data_t data, off_t offset, int whence),              \
+               (data, offset, whence))                                                             \
+    INTERPOSED(ssize_t, gpgme_data_read, (gpgme_data_t data, void *room, size_t size),             \
+               (data, room, size))                                                                 \
+    INTERPOSED(gpgme_error_t, gpgme_op_import, (gpgme_ctx_t context, gpgme_data_t key),            \
+               (context, key))                                                                     \
+    INTERPOSED(                                                                                    \
+        gpgme_error_t, gpgme_op_verify,                                                            \
+        (gpgme_ctx_t context, gpgme_data_t signature, gpgme_data_t text, gpgme_data_t content),    \
+        (context, signature, text, content))                                                       \
+    INTERPOSED(gpgme_verify_result_t, gpgme_op_verify_result, (gpgme_ctx_t context), (context))    \
+    INTERPOSED(gpgme_error_t, gpgme_get_key,                                                       \
+               (gpgme_ctx_t context, const char *fingerprint, gpgme_key_t *key, int secret),       \
+               (context, fingerprint, key, secret))                                                \
+    INTERPOSED(gpgme_error_t, gpgme_op_encrypt,                                                    \
+               (gpgme_ctx_t context, gpgme_key_t * recipients, gpgme_encrypt_flags_t flags,        \
+                gpgme_data_t text, gpgme_data_t message),                                          \
+               (context, recipients, flags, text, message))                                        \
+    INTERPOSED(gpgme_encrypt_result_t, gpgme_op_encrypt_result, (gpgme_ctx_t context), (context))  \
+    INTERPOSED(unsigned char *, base64_decode_clean, (const char *text, int *size), (text, size))  \
+    INTERPOSED(RSA *, load_public_key, (const char *path), (path))                                 \
+    INTERPOSED(bool, compute_sha256, (const char *text, unsigned char *digest), (text, digest))    \
     INTERPOSED(int, orvane_logger_env_init, (), ())                                                \
     INTERPOSED(int, orvane_is_tracing, (), ())                                                     \
     INTERPOSED(const char *, time_string, (), ())                                                  \

@@ -4,12 +4,21 @@
 
 extern "C" const char *__asan_default_options()
 {
-    return "detect_stack_use_after_return=1";
+    // Memory that cannot be had is a null pointer, as everywhere else.
+    return "detect_stack_use_after_return=1:allocator_may_return_null=1";
+}
+
+// The leaks that are accepted, each by name.
+extern "C" const char *__lsan_default_suppressions()
+{
+    return
+        // Nobody releases the key that a text is encrypted to.
+        "leak:gpgme_get_key\n";
 }
 
 extern "C" const char *__tsan_default_options()
 {
-    return "history_size=4";
+    return "history_size=4:allocator_may_return_null=1";
 }
 
 // The races that are accepted, each by name.

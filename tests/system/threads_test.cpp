@@ -3,6 +3,7 @@
 #include "glib_owners.h"
 #include "interpose.h"
 #include "orvane.h"
+#include "rsa_samples.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -19,6 +20,7 @@
 #include <vector>
 
 #include <glib.h>
+#include <openssl/rsa.h>
 #include <unistd.h>
 
 namespace {
@@ -197,6 +199,7 @@ protected:
                        "'-s system-uuid') echo 4c4c4544-0043-3010-8052-b4c04f564231 ;;\n"
                        "*) printf '\\tVersion: V2 x\\n\\tSerial Number: SN1\\n' ;;\n"
                        "esac");
+        machine.file("/etc/orvane/public.pem", public_key_2048);
         furnish_disk();
     }
 
@@ -236,6 +239,61 @@ std::string manufacturer_class()
 {
     const owned_key_file patterns(generate_machine_whitelist());
     return machineTypeToString(maching_machine_type(patterns.get(), false));
+}
+
+std::string truth(bool value)
+{
+    return value ? "true" : "false";
+}
+
+std::string decoded_line()
+{
+    int size = 0;
+    unsigned char *const data = base64_decode_clean("TW\nFu", &size);
+    std::string text(data, data + size);
+    std::free(data);
+    return text;
+}
+
+std::string key_bits()
+{
+    RSA *const key = load_public_key("/etc/orvane/public.pem");
+    const int bits = key == nullptr ? 0 : RSA_bits(key);
+    RSA_free(key);
+    return std::to_string(bits);
+}
+
+std::string first_byte_of_a_digest()
+{
+    unsigned char digest[32];
+    return compute_sha256("abc", digest) ? std::to_string(digest[0]) : "(none)";
+}
+
+std::string encoded()
+{
+    char text[9] = {};
+    unsigned int length = 0;
+    base64_encode("Many", 4, text, &length);
+    return {text, length};
+}
+
+std::string decoded()
+{
+    char data[9] = {};
+    unsigned int size = 0;
+    base64_decode("TWFueQ==", 8, data, &size);
+    return {data, size};
+}
+
+std::string to_url_and_back()
+{
+    char url[16] = {};
+    char text[16] = {};
+    unsigned int length = 0;
+    transform_to_url("T+F=", 4, url, &length);
+    std::string both(url, length);
+    transform_from_url(url, length, text, &length);
+    return both.append(text, length);
 }
 
 } // namespace
@@ -296,3 +354,22 @@ INSTANTIATE_TEST_SUITE_P(
         query{"physical_volume",
               [] { return text_or_none(harddisk_id_lvm("/dev/mapper/vg0-root")); }, "FAST_S2", 3},
         query{"lsblk", [] { return text_or_none(get_lsblk_output()); }, "lvm\n", 5}));
+
+INSTANTIATE_TEST_SUITE_P(
+    checking_and_encoding, asked_by_many_threads,
+    testing::Values(
+        query{"signature", [] { return truth(verify_signature(sample_text, signature_2048)); },
+              "true", 5},
+        query{"signature_of_another_text",
+              [] { return truth(verify_signature("another text", signature_2048)); }, "false", 5},
+        query{"base64_on_lines", decoded_line, "Man", 5}, query{"public_key", key_bits, "2048", 20},
+        query{"digest_of_a_text", first_byte_of_a_digest, "186", 100},
+        query{"digest_of_a_file",
+              [] {
+                  return std::to_string(file_check_sha256(
+                      "/sys/class/dmi/id/sys_vendor",
+                      "5668a49bc238d7bdfc640f43beee7ac38551dca2dd54492c720acc132c5425f3"));
+              },
+              "1", 50},
+        query{"encoding", encoded, "TWFueQ==", 100}, query{"decoding", decoded, "Many", 100},
+        query{"query_of_a_url", to_url_and_back, "T%2BF%3DT+F=", 100}));
