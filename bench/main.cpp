@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "machine.h"
 #include "ratio_reporter.h"
+#include "rsa_samples.h"
 
 #include <cstdio>
 #include <string>
@@ -56,6 +57,7 @@ int main(int argc, char **argv)
                  "4c4c4544-0042-3510-8052-b4c04f4d3132\n", 0400);
     add_root_disk(machine);
     add_network_cards(machine);
+    machine.file("/etc/orvane/public.pem", public_key_2048);
     // Both sides append to a log that is there.
     machine.directory("/var/log/orvane");
 
@@ -69,6 +71,26 @@ int main(int argc, char **argv)
         {"readlink_runs/1", "network_identity_query/1"},
         {"readlink_runs/10", "network_identity_query/10"},
         {"readlink_runs/100", "network_identity_query/100"},
+        {"sha256_large", "openssl_sha256"},
+        {"sha256_large", "sha256sum"},
+        {"sha1_large", "openssl_sha1"},
+        {"md5_large", "openssl_md5"},
+        {"sha256_small", "open_read_sha256_close"},
+        {"sha1_small", "open_read_sha1_close"},
+        // The share of making and releasing the chain.
+        {"encoding_chain", "encode_block/1024"},
+        {"encode/1024", "encode_block/1024"},
+        {"encode/4096", "encode_block/4096"},
+        {"encode/65536", "encode_block/65536"},
+        {"encode/1048576", "encode_block/1048576"},
+        {"encode/67108864", "encode_block/67108864"},
+        {"decode/16", "decoding_chain/16"},
+        {"decode/1024", "decoding_chain/1024"},
+        {"decode/65536", "decoding_chain/65536"},
+        {"decode/1048576", "decoding_chain/1048576"},
+        {"decode/67108864", "decoding_chain/67108864"},
+        {"rsa_verify", "load_and_verify"},
+        {"gpg_verification", "gpg_command"},
     });
     benchmark::RunSpecifiedBenchmarks(&reporter);
     return 0;
