@@ -105,9 +105,13 @@ int check_file(const request &wanted)
 std::vector<sum> sums_in(const std::string &list)
 {
     std::vector<sum> sums;
-    std::istringstream lines(content_of(list));
+    std::istringstream lines(text_in(list));
     int number = 1;
     for (std::string line; std::getline(lines, line); ++number) {
+        if (line.ends_with('\r'))
+            line.pop_back();
+        if (line.empty())
+            continue;
         const auto entry = parse_sum(line);
         if (!entry || algorithm_of(entry->digest) == nullptr)
             throw std::runtime_error(list + ": line " + std::to_string(number) +
@@ -125,19 +129,19 @@ int check_list(const std::vector<sum> &sums)
     std::size_t unreadable = 0;
     for (const sum &entry : sums) {
         if (matches(*algorithm_of(entry.digest), entry.file, entry.digest)) {
-            say(entry.file + ": OK");
+            say(entry.name + ": OK");
         } else if (const std::string reason = reason_unreadable(entry.file); reason.empty()) {
             ++different;
-            say(entry.file + ": FAILED");
+            say(entry.name + ": FAILED");
         } else {
             ++unreadable;
-            say(entry.file + ": FAILED: " + reason);
+            say(entry.name + ": FAILED: " + reason);
         }
     }
     if (different + unreadable == 0)
         return done;
-    complain("of " + std::to_string(sums.size()) + " files " + std::to_string(different) +
-             " differ and " + std::to_string(unreadable) + " cannot be read");
+    complain("files checked: " + std::to_string(sums.size()) + ", different: " +
+             std::to_string(different) + ", unreadable: " + std::to_string(unreadable));
     return failed;
 }
 

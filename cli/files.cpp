@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
+#include <system_error>
 
 #include <glib.h>
 
@@ -42,42 +43,61 @@ void fill(const std::string &path, const std::string &bytes)
         fail(path);
 }
 
-// Writes a new file beside the old one and moves it there. A link stays one.
-void replace(const std::string &path, const std::string &bytes)
+// Writes a new file with the mode of the old one beside it and moves it there. A link stays one.
+void replace(const std::string &path, const std::string &bytes, std::filesystem::perms mode)
 {
     GError *error = nullptr;
-    constexpr int as_the_umask_says = 0666;
     const std::string target = std::filesystem::weakly_canonical(path).string();
     if (g_file_set_contents_full(target.c_str(), bytes.data(), static_cast<gssize>(bytes.size()),
-                                 G_FILE_SET_CONTENTS_CONSISTENT, as_the_umask_says, &error) != 0)
+                                 G_FILE_SET_CONTENTS_CONSISTENT, static_cast<int>(mode),
+                                 &error) != 0)
         return;
-    const std::string reason = error->message;
+    // GLib names the new file; the reason stands at the end.
+    const std::string message = error->message;
     g_error_free(error);
-    throw std::runtime_error(reason);
+    const std::size_t reason = message.rfind(": ");
+    throw std::runtime_error(path + (reason != std::string::npos ? message.substr(reason) : ""));
+}
+
+std::string as_text(std::string content, const std::string &name)
+{
+    if (content.find('\0') != std::string::npos)
+        throw std::runtime_error(name + ": a zero byte is not of a text");
+    return content;
 }
 
 } // namespace
-
-std::string content_of(const std::string &path)
-{
-    const owned_stream file(std::fopen(path.c_str(), "r"));
-    if (!file)
-        fail(path);
-    return rest_of(file.get(), path);
-}
 
 std::string standard_input()
 {
     return rest_of(stdin, "standard input");
 }
 
+std::string text_in(const std::string &path)
+{
+    const owned_stream file(std::fopen(path.c_str(), "r"));
+    if (!file)
+        fail(path);
+    return as_text(rest_of(file.get(), path), path);
+}
+
+std::string text_on_standard_input()
+{
+    return as_text(standard_input(), "standard input");
+}
+
 void write_to(const std::string &path, const std::string &bytes)
 {
     namespace fs = std::filesystem;
+    constexpr auto as_the_umask_says = static_cast<fs::perms>(0666);
+    std::error_code unknown;
+    const fs::file_status target = fs::status(path, unknown);
     if (path == "-")
         std::fwrite(bytes.data(), 1, bytes.size(), stdout); // looked after at the end
-    else if (!fs::exists(path) || fs::is_regular_file(path))
-        replace(path, bytes);
+    else if (fs::is_regular_file(target))
+        replace(path, bytes, target.permissions());
+    else if (target.type() == fs::file_type::not_found && !fs::is_symlink(path))
+        replace(path, bytes, as_the_umask_says);
     else
-        fill(path, bytes); // a device, a pipe: nothing to keep, and not to be replaced by a file
+        fill(path, bytes); // a device, a pipe, a link to nothing: no content to keep
 }

@@ -3,9 +3,13 @@
 
 #include <string>
 
-// Everything in a file, or on standard input. Both throw where it cannot be read.
-std::string content_of(const std::string &path);
+// Everything on standard input. Throws where it cannot be read.
 std::string standard_input();
+
+// The same of what must be a text, in a file or on standard input. Throws also for a zero byte: the
+// library would look at what stands before it, and say what holds for that alone.
+std::string text_in(const std::string &path);
+std::string text_on_standard_input();
 
 // Puts the bytes on standard output where the path is "-". Otherwise into the file, which holds
 // them all or what it held before. Throws where that fails.

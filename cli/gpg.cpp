@@ -54,9 +54,7 @@ int verify(const request &wanted)
 
 int encrypt(const request &wanted)
 {
-    const std::string text = standard_input();
-    if (text.find('\0') != std::string::npos)
-        throw std::runtime_error("standard input: a zero byte is not of a text");
+    const std::string text = text_on_standard_input();
     char *room = nullptr;
     unsigned int length = 0;
     const int result = gpg_encrypt(text.c_str(), &room, &length);
@@ -77,14 +75,23 @@ void add_gpg_commands(CLI::App &app, action &chosen)
     CLI::App *const gpg = app.add_subcommand("gpg", "Verify or encrypt with the built-in GPG key");
     gpg->require_subcommand(1);
 
+    const auto is_named = [](const std::string &path) {
+        return path.empty() ? "a file needs a name" : "";
+    };
+
     CLI::App *const verifying =
         gpg->add_subcommand("verify", "Verify a file that carries its content and signatures");
     verifying->add_option("FILE", wanted->file, "The signed file")->required();
-    verifying->add_option("--output", wanted->output, "Where to write its content (- for here)");
+    verifying
+        ->add_option("--output", wanted->output,
+                     "Where to write its content (- is standard output)")
+        ->check(is_named, "");
     verifying->callback([wanted, &chosen] { chosen = [wanted] { return verify(*wanted); }; });
 
     CLI::App *const encrypting =
         gpg->add_subcommand("encrypt", "Encrypt the text on standard input");
-    encrypting->add_option("--output", wanted->output, "Where to write the message");
+    encrypting
+        ->add_option("--output", wanted->output, "Where to write the message (standard output)")
+        ->check(is_named, "");
     encrypting->callback([wanted, &chosen] { chosen = [wanted] { return encrypt(*wanted); }; });
 }

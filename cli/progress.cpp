@@ -29,18 +29,19 @@ off_t position_of_descriptor(const std::string &number)
     return about >> label >> position && label == "pos:" ? position : 0;
 }
 
-// How far this process has read the file through whichever descriptor it has open. 0 before that.
+// How far this process has read the file through whichever descriptor has come farthest.
 off_t position_in(const struct stat &file)
 {
+    off_t position = 0;
     std::error_code error;
     std::filesystem::directory_iterator descriptors("/proc/self/fd", error);
     for (; !error && descriptors != std::filesystem::directory_iterator();
          descriptors.increment(error)) {
         struct stat open = {};
         if (::stat(descriptors->path().c_str(), &open) == 0 && is_same(open, file))
-            return position_of_descriptor(descriptors->path().filename());
+            position = std::max(position, position_of_descriptor(descriptors->path().filename()));
     }
-    return 0;
+    return position;
 }
 
 void draw(off_t position, off_t size)

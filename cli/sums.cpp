@@ -41,5 +41,5 @@ std::optional<sum> parse_sum(const std::string &line)
     const std::optional<std::string> file = is_escaped ? unescaped(name) : name;
     if (!file)
         return std::nullopt;
-    return sum{line.substr(start, end - start), *file};
+    return sum{line.substr(start, end - start), *file, (is_escaped ? "\\" : "") + name};
 }

@@ -8,6 +8,7 @@
 struct sum {
     std::string digest;
     std::string file;
+    std::string name; // of the file, as the line writes it
 };
 
 // The line as a sum, or nothing where it is none.

@@ -17,7 +17,7 @@ function(refuse_signing_key file reason)
         ${ARGN} "\ndocs/keys.md tells how to make a key.")
 endfunction()
 
-# Runs gpg on the file with a key store that lasts for this one call.
+# Runs gpg on the file with a key store that lasts for this one call. The status is ANSWER_status.
 function(ask_gpg file answer)
     set(home "${PROJECT_BINARY_DIR}/CMakeFiles/signing_key")
     file(REMOVE_RECURSE "${home}")
@@ -30,10 +30,9 @@ function(ask_gpg file answer)
     file(REMOVE_RECURSE "${home}")
     if(NOT status MATCHES "^[0-9]+$")
         message(FATAL_ERROR "${GPG_PROGRAM}, which reads the signing key, does not run: ${status}")
-    elseif(NOT status EQUAL 0)
-        set(output "")
     endif()
     set(${answer} "${output}" PARENT_SCOPE)
+    set(${answer}_status ${status} PARENT_SCOPE)
 endfunction()
 
 # Sets fingerprint and creation_time to what gpg finds in the file.
@@ -57,7 +56,7 @@ function(read_signing_key file)
     if(keys MATCHES "(^|\n)sec:")
         refuse_signing_key("${file}" "holds a private key"
             "Export the public half alone:\n  gpg --export FINGERPRINT >FILE")
-    elseif(count EQUAL 0)
+    elseif(count EQUAL 0 OR NOT listing_status EQUAL 0)
         refuse_signing_key("${file}" "is no OpenPGP key" "${export_it}")
     elseif(count GREATER 1)
         refuse_signing_key("${file}" "holds ${count} keys"
@@ -80,7 +79,8 @@ function(read_signing_key file)
             "3072 bits with one short user ID and no signature of others fit:\n"
             "  gpg --export-options export-minimal --export FINGERPRINT >FILE")
     endif()
-    # As the library will.
+    # As the library will. Not by the status: in a folder with a long path gpg misses its agent, which
+    # it does not need for this.
     ask_gpg("${file}" imported --status-fd 1 --import)
     string(REPEAT "[0-9A-F]" 40 digits)
     if(NOT imported MATCHES "IMPORT_OK [0-9]+ (${digits})\n")

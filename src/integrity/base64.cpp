@@ -47,19 +47,21 @@ char *encode_piece(const unsigned char *data, std::size_t size, char *text) noex
 }
 
 // "=" closes the text, once or twice, or is not there.
-bool has_pads_at_end_alone(std::string_view text) noexcept
+std::string_view without_pads(std::string_view text) noexcept
 {
-    const std::size_t pad = text.find('=');
-    return pad == std::string_view::npos || (text.size() - pad <= 2 && text.back() == '=');
+    for (int pads = 0; pads < 2 && !text.empty() && text.back() == '='; ++pads)
+        text.remove_suffix(1);
+    return text;
 }
 
 int refusal(std::string_view text) noexcept
 {
     if (text.size() % 4 != 0)
         return ORVANE_BASE64_LENGTH;
-    if (!std::all_of(text.begin(), text.end(), is_base64))
-        return ORVANE_BASE64_CHARACTER;
-    return has_pads_at_end_alone(text) ? ORVANE_OK : ORVANE_BASE64_PADDING;
+    if (is_unpadded_base64(without_pads(text)))
+        return ORVANE_OK;
+    return std::all_of(text.begin(), text.end(), is_base64) ? ORVANE_BASE64_PADDING
+                                                            : ORVANE_BASE64_CHARACTER;
 }
 
 } // namespace

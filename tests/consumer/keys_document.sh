@@ -7,6 +7,7 @@ document=$1 SOURCE=$2 work=$3/keys_document
 export SOURCE
 rm -rf "$work"
 mkdir -p "$work/bin"
+# shellcheck disable=SC2016 # the quotes are the document's
 sed -n '/^```sh$/,/^```$/{/^```/d;p}' "$document" >"$work/commands.sh"
 [ "$(wc -l <"$work/commands.sh")" -gt 15 ] || { echo "no commands in $document"; exit 1; }
 

@@ -1,36 +1,20 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "fixture.h"
+#include "command_machine.h"
 
 #include "orvane.h"
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
 namespace {
 
-using result = constructed_machine::program_result;
+using result = outcome;
 
 constexpr uid_t ordinary_user = 65534;
 constexpr char trace_log[] = "/var/log/orvane/liborvane.log";
 
-// The installed command on a constructed machine, at a prefix that every user can reach.
-class orvane_command : public on_machine {
+class orvane_command : public command_machine {
 protected:
-    void furnish() override { machine.show(STAGE, "/opt/orvane"); }
-
-    [[nodiscard]] result orvane(std::vector<std::string> arguments, uid_t user = 0) const
-    {
-        arguments.insert(arguments.begin(), "/opt/orvane/bin/orvane");
-        return machine.run(arguments, user);
-    }
-
-    // The same with arguments and redirections as a shell takes them.
-    [[nodiscard]] result orvane_by_shell(const std::string &words) const
-    {
-        return machine.run({"/bin/sh", "-c", "exec /opt/orvane/bin/orvane " + words});
-    }
-
     void describe_machine()
     {
         machine.file("/proc/mounts", "/dev/nvme0n1p2 / ext4 rw 0 0\n");
@@ -49,11 +33,6 @@ protected:
 
     void describe_education_system() { machine.file("/etc/os-release", "VARIANT=EDU\n"); }
 };
-
-bool is_one_line(const std::string &text)
-{
-    return std::count(text.begin(), text.end(), '\n') == 1 && text.ends_with('\n');
-}
 
 } // namespace
 
