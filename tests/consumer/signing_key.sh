@@ -20,7 +20,8 @@ fi
 
 cd /tmp/work
 source='the source'
-build='the build'
+# Longer than the path of an agent's socket may be.
+build='the build in a folder with a path so long that gpg cannot reach an agent that has its socket in it'
 cmake=$(command -v cmake)
 mkdir home store
 chmod 700 home store
