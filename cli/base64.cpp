@@ -36,6 +36,8 @@ std::string as_text(std::string line)
 {
     if (line.ends_with('\n'))
         line.pop_back();
+    if (line.ends_with('\r'))
+        line.pop_back();
     return line;
 }
 
@@ -61,6 +63,8 @@ template <url_transform Transform> int transform(const std::string &line, std::s
     const std::string text = as_text(line);
     if (text.find('\0') != std::string::npos)
         return ORVANE_URL_CHARACTER;
+    if (text.size() > std::numeric_limits<unsigned int>::max() / 3)
+        throw std::runtime_error("standard input: more than the library takes at once");
     unsigned int length = 0;
     converted.resize(3 * text.size() + 1);
     const int result =
@@ -81,7 +85,7 @@ int run(const conversion &wanted)
 {
     const std::string from = standard_input();
     if (from.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
-        throw std::runtime_error("standard input: more than the library takes at once (2 GiB)");
+        throw std::runtime_error("standard input: more than the library takes at once");
     std::string to;
     const int result = wanted.convert(from, to);
     if (result != ORVANE_OK) {

@@ -98,7 +98,9 @@ int check_file(const request &wanted)
     }
     const std::string reason = reason_unreadable(wanted.file);
     complain(wanted.file + ": " +
-             (reason.empty() ? std::string("the ") + with.name + " digest differs" : reason));
+             (reason.empty() ? std::string("the ") + with.name +
+                                   " digest differs, or the file cannot be read to its end"
+                             : reason));
     return failed;
 }
 
@@ -110,12 +112,12 @@ std::vector<sum> sums_in(const std::string &list)
     for (std::string line; std::getline(lines, line); ++number) {
         if (line.ends_with('\r'))
             line.pop_back();
-        if (line.empty())
+        if (line.empty() || line.starts_with('#'))
             continue;
         const auto entry = parse_sum(line);
         if (!entry || algorithm_of(entry->digest) == nullptr)
             throw std::runtime_error(list + ": line " + std::to_string(number) +
-                                     " is not one of sha256sum, sha1sum or md5sum");
+                                     " is not one of sha256sum, sha1sum or md5sum without --tag");
         sums.push_back(*entry);
     }
     if (sums.empty())

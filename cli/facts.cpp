@@ -1,19 +1,16 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "facts.h"
 
+#include "owned_text.h"
+
 #include "orvane.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 
 #include <glib.h>
 
 namespace {
-
-struct free_text {
-    void operator()(char *text) const noexcept { std::free(text); }
-};
 
 answer serial()
 {
@@ -69,7 +66,7 @@ constexpr fact facts[] = {
 
 answer taken(char *text)
 {
-    const std::unique_ptr<char, free_text> owner(text);
+    const owned_text owner(text);
     return text != nullptr ? answer(std::string(text)) : answer();
 }
 

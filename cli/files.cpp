@@ -8,11 +8,15 @@
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
-#include <system_error>
 
 #include <glib.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
+
+constexpr mode_t all_mode_bits = 07777;
+constexpr int as_the_umask_says = 0666;
 
 [[noreturn]] void fail(const std::string &what)
 {
@@ -43,20 +47,34 @@ void fill(const std::string &path, const std::string &bytes)
         fail(path);
 }
 
-// Writes a new file with the mode of the old one beside it and moves it there. A link stays one.
-void replace(const std::string &path, const std::string &bytes, std::filesystem::perms mode)
+// Writes a new file beside the old one and moves it there. A link stays one.
+void replace(const std::string &path, const std::string &bytes, int mode)
 {
     GError *error = nullptr;
     const std::string target = std::filesystem::weakly_canonical(path).string();
     if (g_file_set_contents_full(target.c_str(), bytes.data(), static_cast<gssize>(bytes.size()),
-                                 G_FILE_SET_CONTENTS_CONSISTENT, static_cast<int>(mode),
-                                 &error) != 0)
+                                 G_FILE_SET_CONTENTS_CONSISTENT, mode, &error) != 0)
         return;
     // GLib names the new file; the reason stands at the end.
     const std::string message = error->message;
     g_error_free(error);
     const std::size_t reason = message.rfind(": ");
     throw std::runtime_error(path + (reason != std::string::npos ? message.substr(reason) : ""));
+}
+
+// Gives a new file what the old one had: its mode, which the umask may have cut, and its owner,
+// where this user may.
+void inherit(const std::string &path, const struct stat &old)
+{
+    [[maybe_unused]] const int owned = ::chown(path.c_str(), old.st_uid, old.st_gid);
+    ::chmod(path.c_str(), old.st_mode & all_mode_bits);
+}
+
+bool is_standard_output(const struct stat &file)
+{
+    struct stat output = {};
+    return ::fstat(STDOUT_FILENO, &output) == 0 && output.st_dev == file.st_dev &&
+           output.st_ino == file.st_ino;
 }
 
 std::string as_text(std::string content, const std::string &name)
@@ -88,16 +106,16 @@ std::string text_on_standard_input()
 
 void write_to(const std::string &path, const std::string &bytes)
 {
-    namespace fs = std::filesystem;
-    constexpr auto as_the_umask_says = static_cast<fs::perms>(0666);
-    std::error_code unknown;
-    const fs::file_status target = fs::status(path, unknown);
-    if (path == "-")
+    struct stat old = {};
+    const bool exists = ::stat(path.c_str(), &old) == 0;
+    if (path == "-" || (exists && is_standard_output(old))) {
         std::fwrite(bytes.data(), 1, bytes.size(), stdout); // looked after at the end
-    else if (fs::is_regular_file(target))
-        replace(path, bytes, target.permissions());
-    else if (target.type() == fs::file_type::not_found && !fs::is_symlink(path))
+    } else if (exists && S_ISREG(old.st_mode)) {
+        replace(path, bytes, static_cast<int>(old.st_mode & all_mode_bits));
+        inherit(path, old);
+    } else if (!exists && !std::filesystem::is_symlink(path)) {
         replace(path, bytes, as_the_umask_says);
-    else
+    } else {
         fill(path, bytes); // a device, a pipe, a link to nothing: no content to keep
+    }
 }

@@ -11,6 +11,6 @@ std::string standard_input();
 std::string text_in(const std::string &path);
 std::string text_on_standard_input();
 
-// Puts the bytes on standard output where the path is "-". Otherwise into the file, which holds
-// them all or what it held before. Throws where that fails.
+// Puts the bytes on standard output where the path is "-" or leads there. Otherwise into the file,
+// which holds them all or what it held before. Throws where that fails.
 void write_to(const std::string &path, const std::string &bytes);

@@ -3,22 +3,17 @@
 // orvane gpg: files signed with the built-in key, and texts encrypted to it.
 #include "command.h"
 #include "files.h"
+#include "owned_text.h"
 #include "say.h"
 #include "words.h"
 
 #include "orvane.h"
 
-#include <cstdlib>
 #include <memory>
 #include <stdexcept>
 #include <string>
 
 namespace {
-
-struct free_text {
-    void operator()(char *text) const noexcept { std::free(text); }
-};
-using owned_text = std::unique_ptr<char, free_text>;
 
 struct request {
     std::string file;
@@ -44,8 +39,7 @@ int verify(const request &wanted)
         return done;
     }
     if (!content) {
-        complain(wanted.file + ": valid, but the content has more than the 4096 bytes that are "
-                               "handed over");
+        complain(wanted.file + ": valid, but content of more than 4096 bytes is not handed over");
         return failed;
     }
     write_to(wanted.output, std::string(content.get(), length));

@@ -65,7 +65,11 @@ progress_bar::progress_bar(const std::string &path)
         !S_ISREG(file.st_mode) || file.st_size < large)
         return;
     draw(0, file.st_size);
-    thread_ = std::thread([this, file] { follow(file); });
+    try {
+        thread_ = std::thread([this, file] { follow(file); });
+    } catch (const std::system_error &) { // no more threads: no bar
+        erase();
+    }
 }
 
 progress_bar::~progress_bar()
@@ -81,9 +85,10 @@ progress_bar::~progress_bar()
     erase();
 }
 
-void progress_bar::follow(const struct stat &file)
-{
+void progress_bar::follow(const struct stat &file) noexcept
+try {
     std::unique_lock lock(mutex_);
     while (!ended_.wait_for(lock, between_looks, [this] { return has_ended_; }))
         draw(std::min(position_in(file), file.st_size), file.st_size);
+} catch (const std::exception &) { // no memory: the bar stays where it is
 }

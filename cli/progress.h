@@ -18,7 +18,7 @@ public:
     ~progress_bar();
 
 private:
-    void follow(const struct stat &file);
+    void follow(const struct stat &file) noexcept;
 
     std::mutex mutex_;
     std::condition_variable ended_;

@@ -3,9 +3,12 @@
 
 #include "orvane.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
+#include <stdexcept>
 #include <string_view>
 
 #include <dlfcn.h>
@@ -55,7 +58,8 @@ set_aside::set_aside(std::FILE *stream)
 {
     std::fflush(stream);
     const int aside = ::memfd_create("aside", MFD_CLOEXEC);
-    ::dup2(aside, ::fileno(stream));
+    if (kept_ < 0 || aside < 0 || ::dup2(aside, ::fileno(stream)) < 0)
+        throw std::runtime_error(std::string("a file in memory: ") + std::strerror(errno));
     ::close(aside);
 }
 

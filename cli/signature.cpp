@@ -21,7 +21,11 @@ struct request {
 // The first of the lines in which the library says what was wrong.
 std::string reason_in(const std::string &lines)
 {
-    return lines.empty() ? "it does not match the text" : lines.substr(0, lines.find('\n'));
+    if (lines.empty())
+        return "it does not match the text";
+    const std::string reason = lines.substr(0, lines.find('\n'));
+    // The library's own spelling is for logs.
+    return reason == "Failed to decode base64 si11gnature" ? "it is not base64" : reason;
 }
 
 int verify(const request &wanted)

@@ -25,11 +25,11 @@ const char *in_words(int result)
     case ORVANE_GPG_FILE_UNREADABLE:
         return "the file cannot be read";
     case ORVANE_GPG_SIGNATURE_RED:
-        return "the signature is rated red: the file was altered, or the key is revoked";
+        return "the file was altered";
     case ORVANE_GPG_SIGNATURE_BAD:
         return "the signature is bad";
     case ORVANE_GPG_SIGNATURE_INVALID:
-        return "the signature is not valid, or expired";
+        return "the signature is not valid or expired, or its key expired or was revoked";
     case ORVANE_GPG_NO_SIGNATURE:
         return "there is no signature";
     case ORVANE_BASE64_LENGTH:

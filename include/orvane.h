@@ -704,18 +704,20 @@ ORVANE_API bool compute_sha256(const char *text, unsigned char *digest);
  *          good: ORVANE_GPG_KEY_MISSING, also for a key store that cannot be
  *          used; ORVANE_GPG_SIGNATURE_RED, for a file that was altered;
  *          ORVANE_GPG_SIGNATURE_BAD; ORVANE_GPG_SIGNATURE_INVALID, as for one
- *          that expired. Then ORVANE_GPG_OTHER_SIGNER where any is by another
- *          key. Whether the key store trusts the key does not matter to a good
- *          signature; where it trusts the key fully, one that expired is good.
- *          Before these, in this order: ORVANE_GPG_NO_CONTEXT,
- *          ORVANE_GPG_FILE_UNREADABLE, ORVANE_GPG_NO_OUTPUT,
- *          ORVANE_GPG_VERIFY_FAILED (no gpg, say, or no OpenPGP data in the
- *          file), ORVANE_GPG_NO_SIGNATURE. With anything but ORVANE_OK nothing
- *          is stored.
- * Errors:  content of more than 4096 bytes is not handed over: ORVANE_OK, NULL
- *          in `*content`, `*length` untouched. The same without memory, but
- *          with the size in `*length`. Look at `*content`.
- * Reads:   the file and the key store, by gpg.
+ *          that expired, or whose key expired or was revoked. Then
+ *          ORVANE_GPG_OTHER_SIGNER where any is by another key. Whether the key
+ *          store trusts the key does not matter to a good signature; where it
+ *          trusts the key fully, one that expired is good. Before these, in
+ *          this order: ORVANE_GPG_NO_CONTEXT, ORVANE_GPG_FILE_UNREADABLE,
+ *          ORVANE_GPG_NO_OUTPUT, ORVANE_GPG_VERIFY_FAILED (no gpg, say, or no
+ *          OpenPGP data in the file), ORVANE_GPG_NO_SIGNATURE. With anything
+ *          but ORVANE_OK nothing is stored.
+ * Errors:  content of more than 4096 bytes, or of a size that GPGME cannot
+ *          tell, is not handed over: ORVANE_OK, NULL in `*content`, `*length`
+ *          untouched. Nor is content without memory for it, or that cannot be
+ *          read: NULL, with the size in `*length`, or 0 where it ends early.
+ *          Look at `*content`.
+ * Reads:   the file, with the caller's rights; the key store, by gpg.
  */
 ORVANE_API int gpg_verify(const char *path, char **content, unsigned int *length);
 
@@ -736,8 +738,9 @@ ORVANE_API int gpg_verify(const char *path, char **content, unsigned int *length
  *          ORVANE_GPG_ENCRYPT_FAILED; ORVANE_GPG_KEY_MISSING where gpg refuses
  *          the key. With anything but ORVANE_OK nothing is stored.
  * Errors:  a message that cannot be handed over, for want of memory, is NULL
- *          with ORVANE_OK. Look at `*message`. Each call keeps a few hundred
- *          bytes for good.
+ *          with ORVANE_OK; `*length` is its size then, 0 where it ends early,
+ *          and untouched where it has none. Look at `*message`. Each call keeps
+ *          a few hundred bytes for good.
  * Reads:   the key store, by gpg, and the clock.
  */
 ORVANE_API int gpg_encrypt(const char *text, char **message, unsigned int *length);
@@ -747,7 +750,8 @@ ORVANE_API int gpg_encrypt(const char *text, char **message, unsigned int *lengt
 /*
  * Base64 on one line with pads, and the same for the query of a URL, where "+",
  * "/" and "=" are written "%2B", "%2F" and "%3D". The caller's buffers are
- * trusted to have the sizes that the entries name, and must not overlap.
+ * trusted to have the sizes that the entries name, and must not overlap. Base64
+ * is coded by the base64 filter of OpenSSL libcrypto; nothing else is read.
  * Threads: safe.
  */
 
@@ -759,8 +763,8 @@ ORVANE_API int gpg_encrypt(const char *text, char **message, unsigned int *lengt
  * text:    where to store the text: 4 bytes for every 3 of `data` or part of
  *          them. No terminator is added.
  * length:  where to store the text's length.
- * Returns: ORVANE_OK; ORVANE_BASE64_NOTHING_TO_ENCODE, with nothing stored, for
- *          a NULL, a size of 0, or want of memory.
+ * Returns: ORVANE_OK; ORVANE_BASE64_NOTHING_TO_ENCODE, with no length stored,
+ *          for a NULL, a size of 0, or want of memory.
  */
 ORVANE_API int base64_encode(const void *data, int size, char *text, unsigned int *length);
 

@@ -24,6 +24,11 @@ echo "$segments" | grep -q 'GNU_STACK.* RW ' || complain "executable stack"
 undefined=$(nm -D --undefined-only "$library")
 echo "$undefined" | grep -q '__stack_chk_fail' || complain "no stack protector"
 echo "$undefined" | grep -q '__vsnprintf_chk' || complain "not fortified"
+# Nobody releases the key that a text is encrypted to.
+echo "$undefined" | grep -q 'gpgme_key_' && complain "releases a key"
+# A length of 4 bytes and room for 1024, to be written.
+nm --defined-only --print-size "$library" | grep -Eq ' 0*404 d .*builtin_key' ||
+    complain "no built-in key of a fixed size in writable data"
 if [ "$(uname -m)" = x86_64 ]; then
     # Indirect branches land on endbr64 alone.
     objdump -d --disassemble=orvane_trace "$library" | grep -q endbr64 || complain "no CET"

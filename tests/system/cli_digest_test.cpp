@@ -49,17 +49,20 @@ const known_digest digests[] = {
      sha256_of_abc,
      "BA7816BF8F01CFEA414140DE5DAE2223B00361A396177A9CB410FF61F20015AD",
      "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ac",
-     "orvane: /srv/abc: the sha256 digest differs\n"},
+     "orvane: /srv/abc: the sha256 digest differs, or the file cannot "
+     "be read to its end\n"},
     {{"sha1"},
      "a9993e364706816aba3e25717850c26c9cd0d89d",
      "A9993E364706816ABA3E25717850C26C9CD0D89D",
      "a9993e364706816aba3e25717850c26c9cd0d89c",
-     "orvane: /srv/abc: the sha1 digest differs\n"},
+     "orvane: /srv/abc: the sha1 digest differs, or the file cannot "
+     "be read to its end\n"},
     {{"md5"},
      "900150983cd24fb0d6963f7d28e17f72",
      "900150983CD24FB0D6963F7D28E17F72",
      "900150983cd24fb0d6963f7d28e17f73",
-     "orvane: /srv/abc: the md5 digest differs\n"},
+     "orvane: /srv/abc: the md5 digest differs, or the file cannot "
+     "be read to its end\n"},
 };
 
 } // namespace
@@ -178,7 +181,8 @@ TEST_F(digest_command, reads_a_named_pipe_once)
 TEST_F(digest_command, reads_a_named_pipe_once_though_the_digest_differs)
 {
     EXPECT_EQ(piped(sha256_of_nothing),
-              complained("orvane: /srv/pipe: the sha256 digest differs\n"));
+              complained("orvane: /srv/pipe: the sha256 digest differs, or the file cannot "
+                         "be read to its end\n"));
 }
 
 TEST_F(digest_command, reads_standard_input_by_its_device)

@@ -47,9 +47,30 @@ TEST_F(command_output, takes_the_place_of_what_a_file_held)
 
 TEST_F(command_output, leaves_a_file_its_mode)
 {
-    machine.file("/srv/private", "before", 0600);
-    EXPECT_EQ(written_to("/srv/private"), printed(""));
-    EXPECT_EQ(permissions("/srv/private"), 0600U);
+    for (const mode_t mode : {0600U, 0666U}) {
+        machine.file("/srv/output", "before", mode);
+        EXPECT_EQ(written_to("/srv/output"), printed(""));
+        EXPECT_EQ(permissions("/srv/output"), mode);
+    }
+}
+
+TEST_F(command_output, leaves_a_file_its_owner)
+{
+    machine.file("/srv/output", "before");
+    ASSERT_EQ(::chown("/srv/output", other_user::nobody, 1), 0);
+    EXPECT_EQ(written_to("/srv/output"), printed(""));
+    struct stat status = {};
+    ASSERT_EQ(::stat("/srv/output", &status), 0);
+    EXPECT_EQ(status.st_uid, other_user::nobody);
+    EXPECT_EQ(status.st_gid, 1U);
+}
+
+TEST_F(command_output, goes_behind_what_standard_output_holds_where_it_names_that)
+{
+    machine.file("/srv/log", "before\n");
+    EXPECT_EQ(shell("orvane gpg verify " + signed_file() + " --output /srv/log >>/srv/log"),
+              printed(""));
+    EXPECT_EQ(machine.content("/srv/log"), "before\nhello\n");
 }
 
 TEST_F(command_output, has_a_new_file_readable_as_the_umask_says)
