@@ -22,7 +22,8 @@ protected:
     [[nodiscard]] outcome encrypted(const std::string &text)
     {
         machine.file("/srv/text", text);
-        return orvane_by_shell("gpg encrypt </srv/text");
+        // Without the leak sanitizer, to which the key that nobody releases is a leak.
+        return shell("exec orvane gpg encrypt </srv/text");
     }
 };
 
