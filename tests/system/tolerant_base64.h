@@ -9,7 +9,7 @@
 #include <string>
 
 // What came of a text.
-struct decoding {
+struct tolerant_decoding {
     std::optional<std::string> data; // where there is a buffer
     int size = untouched;
     std::string output;
@@ -19,9 +19,9 @@ struct decoding {
 
 class tolerant_base64 : public on_machine {
 protected:
-    static decoding decode(const char *text)
+    static tolerant_decoding decode(const char *text)
     {
-        decoding found;
+        tolerant_decoding found;
         found.output = standard_output_of([&found, text] {
             unsigned char *const data = base64_decode_clean(text, &found.size);
             if (data != nullptr)
@@ -31,16 +31,16 @@ protected:
         return found;
     }
 
-    static void expect_untouched(const decoding &found, const std::string &output)
+    static void expect_untouched(const tolerant_decoding &found, const std::string &output)
     {
         EXPECT_EQ(found.data, std::nullopt);
-        EXPECT_EQ(found.size, decoding::untouched);
+        EXPECT_EQ(found.size, tolerant_decoding::untouched);
         EXPECT_TRUE(found.output == output); // it may be long
     }
 
     static void expect_nothing_of(const char *text, const std::string &output)
     {
-        const decoding found = decode(text);
+        const tolerant_decoding found = decode(text);
         EXPECT_EQ(found.data, std::nullopt);
         EXPECT_LE(found.size, 0);
         EXPECT_EQ(found.output, output);

@@ -79,9 +79,9 @@ constexpr std::size_t megabytes_48 = 48UL << 20U;
 
 class base64_with_scarce_memory : public tolerant_base64 {
 protected:
-    [[nodiscard]] decoding decode_within(std::size_t memory) const
+    [[nodiscard]] tolerant_decoding decode_within(std::size_t memory) const
     {
-        decoding found;
+        tolerant_decoding found;
         found.output = standard_output_of([this, &found, memory] {
             const scarce_memory scarce(machine, memory);
             EXPECT_EQ(base64_decode_clean(text.c_str(), &found.size), nullptr);
