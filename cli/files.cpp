@@ -15,7 +15,8 @@
 
 namespace {
 
-constexpr mode_t all_mode_bits = 07777;
+// Without set-user-ID and its like, which new content must not come by.
+constexpr mode_t permission_bits = 0777;
 constexpr int as_the_umask_says = 0666;
 
 [[noreturn]] void fail(const std::string &what)
@@ -67,7 +68,7 @@ void replace(const std::string &path, const std::string &bytes, int mode)
 void inherit(const std::string &path, const struct stat &old)
 {
     [[maybe_unused]] const int owned = ::chown(path.c_str(), old.st_uid, old.st_gid);
-    ::chmod(path.c_str(), old.st_mode & all_mode_bits);
+    ::chmod(path.c_str(), old.st_mode & permission_bits);
 }
 
 bool is_standard_output(const struct stat &file)
@@ -111,7 +112,7 @@ void write_to(const std::string &path, const std::string &bytes)
     if (path == "-" || (exists && is_standard_output(old))) {
         std::fwrite(bytes.data(), 1, bytes.size(), stdout); // looked after at the end
     } else if (exists && S_ISREG(old.st_mode)) {
-        replace(path, bytes, static_cast<int>(old.st_mode & all_mode_bits));
+        replace(path, bytes, static_cast<int>(old.st_mode & permission_bits));
         inherit(path, old);
     } else if (!exists && !std::filesystem::is_symlink(path)) {
         replace(path, bytes, as_the_umask_says);

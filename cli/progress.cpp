@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr off_t large = off_t{64} << 20; // takes longer than a person notices
+constexpr off_t large = off_t{64} << 20; // less is read before a person looks
 constexpr std::chrono::milliseconds between_looks(100);
 constexpr int bar_columns = 40;
 
