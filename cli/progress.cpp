@@ -86,9 +86,12 @@ progress_bar::~progress_bar()
 }
 
 void progress_bar::follow(const struct stat &file) noexcept
-try {
-    std::unique_lock lock(mutex_);
-    while (!ended_.wait_for(lock, between_looks, [this] { return has_ended_; }))
-        draw(std::min(position_in(file), file.st_size), file.st_size);
-} catch (const std::exception &) { // no memory: the bar stays where it is
+{
+    try {
+        std::unique_lock lock(mutex_);
+        while (!ended_.wait_for(lock, between_looks, [this] { return has_ended_; }))
+            draw(std::min(position_in(file), file.st_size), file.st_size);
+    } catch (const std::exception &) { // no memory: the bar stays where it is
+        return;
+    }
 }
