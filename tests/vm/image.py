@@ -1,0 +1,241 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+"""The kernel and the root of the virtual machines, both Debian's own.
+
+Packages are downloaded and unpacked below the cache folder; nothing is installed on this computer
+and no rights are needed.
+"""
+
+import hashlib
+import lzma
+import os
+import re
+import shutil
+import subprocess
+from pathlib import Path
+
+GUEST = Path(__file__).parent / "guest"
+
+# Whatever a test calls by its usual path is the packages' own; busybox is for the test's scaffold.
+PACKAGES = (
+    "busybox-static coreutils cryptsetup-bin dash dmidecode dmsetup e2fsprogs grep kmod lvm2 mawk "
+    "mdadm smartmontools udev util-linux "
+    "libblkid1 libcjson1 libglib2.0-0 libgpgme11 libssl3"
+).split()
+PROGRAMS = (
+    "bin/busybox bin/cat bin/dash bin/grep bin/kmod bin/lsblk bin/readlink bin/udevadm "
+    "bin/mawk sbin/cryptsetup sbin/dmidecode sbin/dmsetup sbin/lvm sbin/mdadm sbin/mke2fs "
+    "sbin/smartctl lib/udev/ata_id lib/udev/dmi_memory_id lib/udev/scsi_id"
+).split()
+LIBRARIES = "libblkid.so.1 libcjson.so.1 libcrypto.so.3 libglib-2.0.so.0 libgpgme.so.11".split()
+FOLDERS = ("lib/udev/rules.d", "lib/systemd/network")
+LINKS = {
+    "bin/sh": "dash",
+    "bin/awk": "mawk",
+    "lib/systemd/systemd-udevd": "../../bin/udevadm",
+    **{f"sbin/{tool}": "../bin/kmod" for tool in ("depmod", "insmod", "modprobe", "rmmod")},
+    **{
+        f"sbin/{tool}": "lvm"
+        for tool in ("lvchange", "lvcreate", "lvdisplay", "pvcreate", "pvdisplay", "vgchange",
+                     "vgcreate", "vgmknodes")
+    },
+}
+MODULES = (
+    "ahci e1000 e1000e sd_mod nvme virtio_pci virtio_blk virtio_scsi virtio_net usb_storage uas "
+    "xhci_pci cdc_ether rndis_host sdhci_pci mmc_block dm_mod dm_crypt raid1 ext4 overlay "
+    "bonding dummy aes_generic xts ecb sha256_generic crc32c_generic"
+).split()
+
+
+class ImageError(Exception):
+    """The image cannot be made; the text says why and what to do."""
+
+
+def run(command, **options):
+    try:
+        return subprocess.run(
+            command, check=True, text=True, capture_output=True, **options
+        ).stdout
+    except FileNotFoundError as error:
+        raise ImageError(
+            f"'{command[0]}' is missing: install it, as scripts/setup test does"
+        ) from error
+    except subprocess.CalledProcessError as error:
+        raise ImageError(f"{' '.join(map(str, command))}:\n{error.stderr}") from error
+
+
+class Packages:
+    """Debian's packages, fetched with a package state of our own."""
+
+    def __init__(self, folder):
+        self.folder = folder
+        for name in ("state/lists/partial", "cache/archives/partial", "downloads"):
+            (folder / name).mkdir(parents=True, exist_ok=True)
+        (folder / "status").touch()  # as if nothing were installed
+        self.options = [
+            "-qq",
+            *("-o", f"Dir::State={folder}/state"),
+            *("-o", f"Dir::State::status={folder}/status"),
+            *("-o", f"Dir::Cache={folder}/cache"),
+            *("-o", "Debug::NoLocking=1"),
+            *("-o", "APT::Install-Recommends=0"),
+            *("-o", "APT::Sandbox::User="),
+        ]
+
+    def apt(self, tool, *arguments):
+        return run([tool, *self.options, *arguments], cwd=self.folder / "downloads")
+
+    def fetch(self):
+        self.apt("apt-get", "update")
+        self.apt("apt-get", "--yes", "--download-only", "install", *PACKAGES)
+        newest = self.apt("apt-cache", "show", "linux-image-amd64")
+        self.apt("apt-get", "download", re.search(r"^Depends: (\S+)", newest, re.M).group(1))
+        return [
+            *(self.folder / "cache/archives").glob("*.deb"),
+            *(self.folder / "downloads").glob("*.deb"),
+        ]
+
+
+def unpack(packages, root):
+    """Unpacks the packages into a root whose /bin, /lib and /sbin are links into /usr."""
+    for name in ("bin", "lib", "lib64", "sbin"):
+        (root / "usr" / name).mkdir(parents=True)
+        (root / name).symlink_to(f"usr/{name}")
+    for package in packages:
+        # dpkg -x would put folders in the place of the links.
+        data = subprocess.Popen(["dpkg", "--fsys-tarfile", package], stdout=subprocess.PIPE)
+        run(["tar", "-x", "--keep-directory-symlink", "-C", root], stdin=data.stdout)
+        data.stdout.close()
+        if data.wait() != 0:
+            raise ImageError(f"{package} cannot be unpacked")
+
+
+def unpacked_kernel(compressed):
+    """The ELF file inside a kernel image: booting it spares the emulated machine the unpacking."""
+    start = compressed.find(b"\xfd7zXZ\x00")
+    if start < 0:
+        raise ImageError("the kernel image is not compressed with xz")
+    return lzma.LZMADecompressor().decompress(compressed[start:])
+
+
+def library_folders(root):
+    return [root / "usr/lib/x86_64-linux-gnu", root / "usr/lib", root / "usr/lib64"]
+
+
+def library(root, name):
+    for folder in library_folders(root):
+        if (folder / name).exists():
+            return folder / name
+    raise ImageError(f"no package holds {name}")
+
+
+def needed_libraries(program):
+    return re.findall(r"\(NEEDED\).*\[(.*)\]", run(["readelf", "-d", program]))
+
+
+def with_libraries(root, programs):
+    """The programs with every library that they or their libraries need."""
+    found = list(programs)
+    for program in found:  # which grows
+        for name in needed_libraries(program):
+            path = library(root, name)
+            if path not in found:
+                found.append(path)
+    return found
+
+
+def module_files(root, version):
+    """The modules with those that they depend on, and the tables that modprobe and udev read."""
+    folder = root / "usr/lib/modules" / version
+    run(["depmod", "-b", root, version])
+    dependencies = {}
+    for line in (folder / "modules.dep").read_text().splitlines():
+        path, needed = line.split(":")
+        name = Path(path).name.split(".")[0].replace("-", "_")
+        dependencies[name] = [path, *needed.split()]
+    wanted = {path for name in MODULES for path in dependencies.get(name, [])}
+    tables = [path.name for path in folder.glob("modules.*")]
+    return [folder / path for path in sorted(wanted) + tables]
+
+
+def copy(source, root, target):
+    place = target / source.relative_to(root)
+    place.parent.mkdir(parents=True, exist_ok=True)
+    shutil.copy2(source, place)
+
+
+def base_tree(root, tree, version):
+    """The part of the root that the machines need, which is less than a tenth."""
+    shutil.rmtree(tree, ignore_errors=True)
+    for name in ("bin", "lib", "lib64", "sbin"):
+        (tree / "usr" / name).mkdir(parents=True)
+        (tree / name).symlink_to(f"usr/{name}")
+    programs = [root / "usr" / name for name in PROGRAMS]
+    libraries = [library(root, name) for name in LIBRARIES]
+    for path in with_libraries(root, programs + libraries) + module_files(root, version):
+        copy(path, root, tree)
+    copy(library(root, "ld-linux-x86-64.so.2"), root, tree)
+    # The linker's own name for itself, which programs carry.
+    loader = tree / "usr/lib64/ld-linux-x86-64.so.2"
+    if not loader.exists():
+        loader.symlink_to("../lib/x86_64-linux-gnu/ld-linux-x86-64.so.2")
+    for name in FOLDERS:
+        shutil.copytree(root / "usr" / name, tree / "usr" / name)
+    for name, goal in LINKS.items():
+        place = tree / "usr" / name
+        place.parent.mkdir(parents=True, exist_ok=True)
+        place.symlink_to(goal)
+    shutil.copytree(GUEST / "etc", tree / "etc")
+    shutil.copy2(GUEST / "init", tree / "init")
+
+
+def archive(tree, path):
+    """Packs a tree as the kernel unpacks it: a cpio archive, owned by root."""
+    names = [
+        os.path.relpath(os.path.join(folder, name), tree)
+        for folder, folders, files in os.walk(tree)
+        for name in sorted(folders) + sorted(files)
+    ]
+    with open(path, "wb") as output:
+        subprocess.run(
+            ["cpio", "--quiet", "-o", "-0", "-H", "newc", "-R", "0:0"],
+            input=b"\0".join(os.fsencode(name) for name in names),
+            cwd=tree, stdout=output, check=True,
+        )
+
+
+class Image:
+    """The files that every machine boots from."""
+
+    def __init__(self, cache):
+        self.cache = Path(cache).resolve()
+        self.kernel = self.cache / "vmlinux"
+        self.base = self.cache / "base.cpio"
+
+    def fingerprint(self):
+        digest = hashlib.sha256(Path(__file__).read_bytes())
+        for path in sorted(GUEST.rglob("*")):
+            if path.is_file():
+                digest.update(path.read_bytes())
+        return digest.hexdigest()
+
+    def is_made(self):
+        stamp = self.cache / "fingerprint"
+        return stamp.exists() and stamp.read_text() == self.fingerprint()
+
+    def make(self):
+        """Makes what is missing or older than what it is made from."""
+        if self.is_made():
+            return
+        root = self.cache / "root"
+        unpacked = self.cache / "unpacked"
+        if not unpacked.exists() or unpacked.read_text() != " ".join(PACKAGES):
+            shutil.rmtree(self.cache, ignore_errors=True)
+            unpack(Packages(self.cache / "packages").fetch(), root)
+            shutil.rmtree(self.cache / "packages")
+            unpacked.write_text(" ".join(PACKAGES))
+        compressed = next((root / "boot").glob("vmlinuz-*"))
+        self.kernel.write_bytes(unpacked_kernel(compressed.read_bytes()))
+        version = compressed.name.removeprefix("vmlinuz-")
+        base_tree(root, self.cache / "tree", version)
+        archive(self.cache / "tree", self.base)
+        (self.cache / "fingerprint").write_text(self.fingerprint())
