@@ -1,6 +1,6 @@
 #!/bin/sh
 # Runs one of the source checkers over the project.
-# Usage: sources.sh format|shell|tidy|cppcheck SOURCE-DIR BUILD-DIR
+# Usage: sources.sh format|shell|python|tidy|cppcheck SOURCE-DIR BUILD-DIR
 set -eu
 
 cd "$2"
@@ -17,6 +17,12 @@ format)
     ;;
 shell)
     grep -rlE '^#!/bin/(ba)?sh' scripts cmake tests .ci | xargs shellcheck
+    ;;
+python)
+    {
+        find scripts tests -name '*.py'
+        grep -rl '^#!/usr/bin/python3' scripts tests
+    } | xargs sh -c 'black --quiet --check --line-length 100 "$@" && pyflakes3 "$@"' sh
     ;;
 tidy)
     files '.*\.cpp' src cli | xargs -0 -P 2 -n 1 clang-tidy -p "$3" --quiet

@@ -5,6 +5,7 @@ Packages are downloaded and unpacked below the cache folder; nothing is installe
 and no rights are needed.
 """
 
+import fcntl
 import hashlib
 import lzma
 import os
@@ -28,16 +29,16 @@ PROGRAMS = (
 ).split()
 LIBRARIES = "libblkid.so.1 libcjson.so.1 libcrypto.so.3 libglib-2.0.so.0 libgpgme.so.11".split()
 FOLDERS = ("lib/udev/rules.d", "lib/systemd/network")
+KMOD_NAMES = "depmod insmod modprobe rmmod".split()
+LVM_NAMES = (
+    "lvchange lvcreate lvdisplay lvs pvcreate pvdisplay pvs vgchange vgcreate vgmknodes vgs"
+).split()
 LINKS = {
     "bin/sh": "dash",
     "bin/awk": "mawk",
     "lib/systemd/systemd-udevd": "../../bin/udevadm",
-    **{f"sbin/{tool}": "../bin/kmod" for tool in ("depmod", "insmod", "modprobe", "rmmod")},
-    **{
-        f"sbin/{tool}": "lvm"
-        for tool in ("lvchange", "lvcreate", "lvdisplay", "pvcreate", "pvdisplay", "vgchange",
-                     "vgcreate", "vgmknodes")
-    },
+    **{f"sbin/{name}": "../bin/kmod" for name in KMOD_NAMES},
+    **{f"sbin/{name}": "lvm" for name in LVM_NAMES},
 }
 MODULES = (
     "ahci e1000 e1000e sd_mod nvme virtio_pci virtio_blk virtio_scsi virtio_net usb_storage uas "
@@ -52,15 +53,21 @@ class ImageError(Exception):
 
 def run(command, **options):
     try:
-        return subprocess.run(
-            command, check=True, text=True, capture_output=True, **options
-        ).stdout
+        return subprocess.run(command, check=True, text=True, capture_output=True, **options).stdout
     except FileNotFoundError as error:
         raise ImageError(
             f"'{command[0]}' is missing: install it, as scripts/setup test does"
         ) from error
     except subprocess.CalledProcessError as error:
         raise ImageError(f"{' '.join(map(str, command))}:\n{error.stderr}") from error
+
+
+def fingerprint(*paths):
+    """A name for the contents of files."""
+    digest = hashlib.sha256()
+    for path in sorted(paths):
+        digest.update(path.read_bytes())
+    return digest.hexdigest()[:16]
 
 
 class Packages:
@@ -71,15 +78,15 @@ class Packages:
         for name in ("state/lists/partial", "cache/archives/partial", "downloads"):
             (folder / name).mkdir(parents=True, exist_ok=True)
         (folder / "status").touch()  # as if nothing were installed
-        self.options = [
-            "-qq",
-            *("-o", f"Dir::State={folder}/state"),
-            *("-o", f"Dir::State::status={folder}/status"),
-            *("-o", f"Dir::Cache={folder}/cache"),
-            *("-o", "Debug::NoLocking=1"),
-            *("-o", "APT::Install-Recommends=0"),
-            *("-o", "APT::Sandbox::User="),
-        ]
+        settings = (
+            f"Dir::State={folder}/state",
+            f"Dir::State::status={folder}/status",
+            f"Dir::Cache={folder}/cache",
+            "Debug::NoLocking=1",
+            "APT::Install-Recommends=0",
+            "APT::Sandbox::User=",
+        )
+        self.options = ["-qq", *(word for setting in settings for word in ("-o", setting))]
 
     def apt(self, tool, *arguments):
         return run([tool, *self.options, *arguments], cwd=self.folder / "downloads")
@@ -117,14 +124,10 @@ def unpacked_kernel(compressed):
     return lzma.LZMADecompressor().decompress(compressed[start:])
 
 
-def library_folders(root):
-    return [root / "usr/lib/x86_64-linux-gnu", root / "usr/lib", root / "usr/lib64"]
-
-
 def library(root, name):
-    for folder in library_folders(root):
-        if (folder / name).exists():
-            return folder / name
+    for folder in ("usr/lib/x86_64-linux-gnu", "usr/lib"):
+        if (root / folder / name).exists():
+            return root / folder / name
     raise ImageError(f"no package holds {name}")
 
 
@@ -176,8 +179,7 @@ def base_tree(root, tree, version):
     copy(library(root, "ld-linux-x86-64.so.2"), root, tree)
     # The linker's own name for itself, which programs carry.
     loader = tree / "usr/lib64/ld-linux-x86-64.so.2"
-    if not loader.exists():
-        loader.symlink_to("../lib/x86_64-linux-gnu/ld-linux-x86-64.so.2")
+    loader.symlink_to("../lib/x86_64-linux-gnu/ld-linux-x86-64.so.2")
     for name in FOLDERS:
         shutil.copytree(root / "usr" / name, tree / "usr" / name)
     for name, goal in LINKS.items():
@@ -196,11 +198,9 @@ def archive(tree, path):
         for name in sorted(folders) + sorted(files)
     ]
     with open(path, "wb") as output:
-        subprocess.run(
-            ["cpio", "--quiet", "-o", "-0", "-H", "newc", "-R", "0:0"],
-            input=b"\0".join(os.fsencode(name) for name in names),
-            cwd=tree, stdout=output, check=True,
-        )
+        command = "cpio --quiet -o -0 -H newc -R 0:0".split()
+        listed = b"\0".join(os.fsencode(name) for name in names)
+        subprocess.run(command, input=listed, cwd=tree, stdout=output, check=True)
 
 
 class Image:
@@ -212,20 +212,21 @@ class Image:
         self.base = self.cache / "base.cpio"
 
     def fingerprint(self):
-        digest = hashlib.sha256(Path(__file__).read_bytes())
-        for path in sorted(GUEST.rglob("*")):
-            if path.is_file():
-                digest.update(path.read_bytes())
-        return digest.hexdigest()
+        return fingerprint(Path(__file__), *(path for path in GUEST.rglob("*") if path.is_file()))
 
     def is_made(self):
         stamp = self.cache / "fingerprint"
         return stamp.exists() and stamp.read_text() == self.fingerprint()
 
     def make(self):
-        """Makes what is missing or older than what it is made from."""
-        if self.is_made():
-            return
+        """Makes what is missing or older than what it is made from, once for runs side by side."""
+        self.cache.mkdir(parents=True, exist_ok=True)
+        with open(self.cache.with_suffix(".lock"), "w") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            if not self.is_made():
+                self.make_anew()
+
+    def make_anew(self):
         root = self.cache / "root"
         unpacked = self.cache / "unpacked"
         if not unpacked.exists() or unpacked.read_text() != " ".join(PACKAGES):

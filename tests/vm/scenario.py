@@ -67,11 +67,7 @@ class Scenario:
 
     def words(self, keyword):
         """What stands behind each occurrence of a keyword in the hardware section."""
-        return [
-            line.split()[1:]
-            for line in self.lines("hardware")
-            if line.split()[0] == keyword
-        ]
+        return [line.split()[1:] for line in self.lines("hardware") if line.split()[0] == keyword]
 
     def answers(self):
         result = []
@@ -98,20 +94,22 @@ def parse(name, text):
     return Scenario(name, " ".join(head.split()), sections)
 
 
-def names():
-    return sorted(path.name for path in (FOLDER / "scenarios").iterdir())
+def paths(folder, wanted=()):
+    """The files of the scenarios that are wanted by name, or of all."""
+    names = sorted(path.name for path in folder.iterdir())
+    for name in wanted:
+        if name not in names:
+            raise ScenarioError(f"no scenario is named '{name}': they are {', '.join(names)}")
+    return [folder / name for name in wanted or names]
 
 
-def load(name):
-    path = FOLDER / "scenarios" / name
-    if not path.exists():
-        raise ScenarioError(f"no scenario is named '{name}': they are {', '.join(names())}")
-    return parse(name, path.read_text())
+def load(path):
+    return parse(path.name, path.read_text())
 
 
 def usual():
     """The machine that every scenario starts from."""
-    return parse("usual", (FOLDER / "usual").read_text())
+    return load(FOLDER / "usual")
 
 
 def expected_answers(scenario):

@@ -187,8 +187,8 @@ void print_trace(pid_t asked)
     std::ifstream log(trace_log);
     for (std::string line; std::getline(log, line);) {
         std::smatch match;
-        const bool has_prefix = std::regex_search(line, match, prefix,
-                                                  std::regex_constants::match_continuous);
+        const bool has_prefix =
+            std::regex_search(line, match, prefix, std::regex_constants::match_continuous);
         std::cout << "    " << (has_prefix ? match.suffix().str() : "no trace: " + line) << '\n';
     }
     std::remove(trace_log);
