@@ -149,7 +149,7 @@ def with_libraries(root, programs):
 def module_files(root, version):
     """The modules with those that they depend on, and the tables that modprobe and udev read."""
     folder = root / "usr/lib/modules" / version
-    run(["depmod", "-b", root, version])
+    run(["/usr/sbin/depmod", "-b", root, version])
     dependencies = {}
     for line in (folder / "modules.dep").read_text().splitlines():
         path, needed = line.split(":")
