@@ -55,9 +55,7 @@ def run(command, **options):
     try:
         return subprocess.run(command, check=True, text=True, capture_output=True, **options).stdout
     except FileNotFoundError as error:
-        raise ImageError(
-            f"'{command[0]}' is missing: install it, as scripts/setup test does"
-        ) from error
+        raise ImageError(f"'{command[0]}' is missing: install it with scripts/setup vm") from error
     except subprocess.CalledProcessError as error:
         raise ImageError(f"{' '.join(map(str, command))}:\n{error.stderr}") from error
 
