@@ -100,7 +100,7 @@ def paths(folder, wanted=()):
     for name in wanted:
         if name not in names:
             raise ScenarioError(f"no scenario is named '{name}': they are {', '.join(names)}")
-    return [folder / name for name in wanted or names]
+    return [folder / name for name in dict.fromkeys(wanted) or names]
 
 
 def load(path):
@@ -112,8 +112,30 @@ def usual():
     return load(FOLDER / "usual")
 
 
+DEVICE_ON_ROOT = r"""sed -n 's,^\(/dev/[^ ]*\) / .*,\1,p' /proc/mounts"""
+
+
+def layers_as_drawn(scenario):
+    """A command that fails where the kernel's layers below "/" are not the picture's: none where
+    the picture, if any, has no device on "/"."""
+    below = {}
+    for line in scenario.lines("picture"):
+        name, _, text = line.partition(": ")
+        below[name] = [lower for lower in text.partition(" on ")[2].split(", ") if lower]
+    found = list(below.get("/", []))
+    for name in found:  # which grows
+        found += below[name]
+    if not found:
+        return []
+    names = " ".join(sorted(set(found)))
+    command = f'lsblk -nsro NAME "$({DEVICE_ON_ROOT})" | sort -u | xargs'
+    line = f'$ test "$({command})" = "{names}"'
+    return [Answer(line, [line])]
+
+
 def expected_answers(scenario):
-    """The usual answers that the scenario does not give, and then its own."""
+    """The usual answers that the scenario does not give, and then its own behind its picture."""
     own = scenario.answers()
     answered = {answer.question for answer in own}
-    return [answer for answer in usual().answers() if answer.question not in answered] + own
+    others = [answer for answer in usual().answers() if answer.question not in answered]
+    return others + layers_as_drawn(scenario) + own
