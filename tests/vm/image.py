@@ -236,5 +236,7 @@ class Image:
         self.kernel.write_bytes(unpacked_kernel(compressed.read_bytes()))
         version = compressed.name.removeprefix("vmlinuz-")
         base_tree(root, self.cache / "tree", version)
-        archive(self.cache / "tree", self.base)
+        # A machine that starts meanwhile has the old one, whole.
+        archive(self.cache / "tree", self.cache / "new.cpio")
+        (self.cache / "new.cpio").rename(self.base)
         (self.cache / "fingerprint").write_text(self.fingerprint())
