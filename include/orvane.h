@@ -17,7 +17,8 @@
  *   Bounds      Lines and formatted texts have fixed bounds; what is longer is
  *               cut, never refused and never overrun.
  *   Tools       run through /bin/sh with the caller's environment, working
- *               directory and standard error. Their exit status is not read.
+ *               directory and standard error, where they may complain, as LVM's do
+ *               of a device that is no volume. Their exit status is not read.
  *   Trace log   Where it cannot be opened, as by a user other than root, each line
  *               that an entry writes to it becomes a complaint on standard error:
  *               see orvane_trace().
@@ -102,7 +103,8 @@ enum orvane_result {
  *          harddisk_id_lvm(): each entry names its files and tools, and which of
  *          them root alone may ask. Asked afresh on every call.
  * Writes:  a few lines to the trace log.
- * Errors:  those of root_device() and harddisk_id().
+ * Errors:  those of root_device() and harddisk_id(), and the tools' complaints on
+ *          standard error.
  * Threads: safe, with the reservations of harddisk_id().
  */
 ORVANE_API char *orvane_get_harddisk_id(void);
@@ -155,8 +157,8 @@ ORVANE_API char *command_line_get_root_device_name(const char *filename);
  *           - A mapped device that stands on one device alone: that device's node,
  *             such as "/dev/sda", where it is a whole disk; otherwise as for that
  *             device where it is NVMe. Any other mapped device is asked as if it
- *             were an ATA disk, and so is one that is given by its own node,
- *             /dev/dm-N.
+ *             were an ATA disk, and so is one that is given by another name:
+ *             its own node, /dev/dm-N, or a link such as /dev/GROUP/VOLUME.
  * Reads:    for ATA the HDIO_GET_IDENTITY request on the node itself (root); for
  *           NVMe /sys/block/DISK/device/model and .../serial, DISK being the
  *           first name in /sys/block that begins the device's; for mapped devices
@@ -314,7 +316,8 @@ ORVANE_API char *system_uuid(void);
  *          '/sys/class/net/NAME/device' for whether it sits on the USB bus; and
  *          the requests SIOCGIFHWADDR and SIOCETHTOOL (ETHTOOL_GPERMADDR). Behind
  *          them the slaves in the files of /proc/net/bonding/, by their "Slave
- *          Interface:" and "Permanent HW addr:".
+ *          Interface:" and "Permanent HW addr:", which is the address that the
+ *          card had when it joined the bond.
  *          The walk ends, and what follows does not count, at the first interface
  *          that has no current hardware address, that sits on the USB bus (the
  *          last component of its device's path begins one of the names in that

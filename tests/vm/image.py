@@ -43,7 +43,7 @@ LINKS = {
 MODULES = (
     "ahci e1000 e1000e sd_mod nvme virtio_pci virtio_blk virtio_scsi virtio_net usb_storage uas "
     "xhci_pci cdc_ether rndis_host sdhci_pci mmc_block dm_mod dm_crypt raid1 ext4 overlay "
-    "bonding dummy aes_generic xts ecb sha256_generic crc32c_generic"
+    "bonding dummy macvlan veth 8021q aes_generic xts ecb sha256_generic crc32c_generic"
 ).split()
 
 
