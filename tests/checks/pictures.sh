@@ -5,6 +5,9 @@ set -eu
 
 rm -rf "$2/layouts"
 "$1/scripts/pictures" "$2/layouts"
+drawn=0
 for scenario in $(cd "$1/tests/vm/scenarios" && grep -l '^\[picture\]' ./*); do
     grep -q '</svg>' "$2/layouts/$scenario.svg"
+    drawn=$((drawn + 1))
 done
+[ $drawn -gt 0 ]

@@ -5,14 +5,12 @@ Packages are downloaded and unpacked below the cache folder; nothing is installe
 and no rights are needed.
 """
 
-import fcntl
-import hashlib
 import lzma
-import os
 import re
 import shutil
-import subprocess
 from pathlib import Path
+
+from tools import ToolError, archive, fingerprint, locked, run
 
 GUEST = Path(__file__).parent / "guest"
 
@@ -29,43 +27,20 @@ PROGRAMS = (
 ).split()
 LIBRARIES = "libblkid.so.1 libcjson.so.1 libcrypto.so.3 libglib-2.0.so.0 libgpgme.so.11".split()
 FOLDERS = ("lib/udev/rules.d", "lib/systemd/network")
-KMOD_NAMES = "depmod insmod modprobe rmmod".split()
-LVM_NAMES = (
-    "lvchange lvcreate lvdisplay lvs pvcreate pvdisplay pvs vgchange vgcreate vgmknodes vgs"
-).split()
 LINKS = {
     "bin/sh": "dash",
     "bin/awk": "mawk",
     "lib/systemd/systemd-udevd": "../../bin/udevadm",
-    **{f"sbin/{name}": "../bin/kmod" for name in KMOD_NAMES},
-    **{f"sbin/{name}": "lvm" for name in LVM_NAMES},
+    "sbin/modprobe": "../bin/kmod",
+    "sbin/lvdisplay": "lvm",
+    "sbin/pvdisplay": "lvm",
 }
+GUEST_FILES = {"init": 0o755, "etc/group": 0o644, "etc/passwd": 0o644, "usr/bin/layers": 0o755}
 MODULES = (
-    "ahci e1000 e1000e sd_mod nvme virtio_pci virtio_blk virtio_scsi virtio_net usb_storage uas "
-    "xhci_pci cdc_ether rndis_host sdhci_pci mmc_block dm_mod dm_crypt raid1 ext4 overlay "
-    "bonding dummy macvlan veth 8021q aes_generic xts ecb sha256_generic crc32c_generic"
+    "ahci e1000 e1000e sd_mod nvme virtio_pci virtio_blk virtio_scsi virtio_net usb_storage "
+    "xhci_pci cdc_ether sdhci_pci mmc_block dm_mod dm_crypt raid1 ext4 overlay "
+    "bonding dummy ip6_gre macvlan veth 8021q aes_generic xts ecb sha256_generic crc32c_generic"
 ).split()
-
-
-class ImageError(Exception):
-    """The image cannot be made; the text says why and what to do."""
-
-
-def run(command, **options):
-    try:
-        return subprocess.run(command, check=True, text=True, capture_output=True, **options).stdout
-    except FileNotFoundError as error:
-        raise ImageError(f"'{command[0]}' is missing: install it with scripts/setup vm") from error
-    except subprocess.CalledProcessError as error:
-        raise ImageError(f"{' '.join(map(str, command))}:\n{error.stderr}") from error
-
-
-def fingerprint(*paths):
-    """A name for the contents of files."""
-    digest = hashlib.sha256()
-    for path in sorted(paths):
-        digest.update(path.read_bytes())
-    return digest.hexdigest()[:16]
 
 
 class Packages:
@@ -92,8 +67,11 @@ class Packages:
     def fetch(self):
         self.apt("apt-get", "update")
         self.apt("apt-get", "--yes", "--download-only", "install", *PACKAGES)
-        newest = self.apt("apt-cache", "show", "linux-image-amd64")
-        self.apt("apt-get", "download", re.search(r"^Depends: (\S+)", newest, re.M).group(1))
+        newest = self.apt("apt-cache", "show", "--no-all-versions", "linux-image-amd64")
+        kernel = re.search(r"^Depends: (\S+)", newest, re.M)
+        if kernel is None:
+            raise ToolError("apt knows no package linux-image-amd64: this needs Debian 12 on amd64")
+        self.apt("apt-get", "download", kernel.group(1))
         return [
             *(self.folder / "cache/archives").glob("*.deb"),
             *(self.folder / "downloads").glob("*.deb"),
@@ -105,20 +83,17 @@ def unpack(packages, root):
     for name in ("bin", "lib", "lib64", "sbin"):
         (root / "usr" / name).mkdir(parents=True)
         (root / name).symlink_to(f"usr/{name}")
+    # dpkg -x would put folders in the place of the links.
+    command = 'dpkg --fsys-tarfile "$1" | tar -x --keep-directory-symlink -C "$2"'
     for package in packages:
-        # dpkg -x would put folders in the place of the links.
-        data = subprocess.Popen(["dpkg", "--fsys-tarfile", package], stdout=subprocess.PIPE)
-        run(["tar", "-x", "--keep-directory-symlink", "-C", root], stdin=data.stdout)
-        data.stdout.close()
-        if data.wait() != 0:
-            raise ImageError(f"{package} cannot be unpacked")
+        run(["bash", "-o", "pipefail", "-c", command, "bash", package, root])
 
 
 def unpacked_kernel(compressed):
     """The ELF file inside a kernel image: booting it spares the emulated machine the unpacking."""
     start = compressed.find(b"\xfd7zXZ\x00")
     if start < 0:
-        raise ImageError("the kernel image is not compressed with xz")
+        raise ToolError("the kernel image is not compressed with xz")
     return lzma.LZMADecompressor().decompress(compressed[start:])
 
 
@@ -126,7 +101,7 @@ def library(root, name):
     for folder in ("usr/lib/x86_64-linux-gnu", "usr/lib"):
         if (root / folder / name).exists():
             return root / folder / name
-    raise ImageError(f"no package holds {name}")
+    raise ToolError(f"no package holds {name}")
 
 
 def needed_libraries(program):
@@ -184,21 +159,11 @@ def base_tree(root, tree, version):
         place = tree / "usr" / name
         place.parent.mkdir(parents=True, exist_ok=True)
         place.symlink_to(goal)
-    shutil.copytree(GUEST / "etc", tree / "etc")
-    shutil.copy2(GUEST / "init", tree / "init")
-
-
-def archive(tree, path):
-    """Packs a tree as the kernel unpacks it: a cpio archive, owned by root."""
-    names = [
-        os.path.relpath(os.path.join(folder, name), tree)
-        for folder, folders, files in os.walk(tree)
-        for name in sorted(folders) + sorted(files)
-    ]
-    with open(path, "wb") as output:
-        command = "cpio --quiet -o -0 -H newc -R 0:0".split()
-        listed = b"\0".join(os.fsencode(name) for name in names)
-        subprocess.run(command, input=listed, cwd=tree, stdout=output, check=True)
+    for name, mode in GUEST_FILES.items():
+        place = tree / name
+        place.parent.mkdir(parents=True, exist_ok=True)
+        shutil.copyfile(GUEST / place.name, place)
+        place.chmod(mode)  # whatever the clone's are
 
 
 class Image:
@@ -210,7 +175,8 @@ class Image:
         self.base = self.cache / "base.cpio"
 
     def fingerprint(self):
-        return fingerprint(Path(__file__), *(path for path in GUEST.rglob("*") if path.is_file()))
+        files = (GUEST / Path(name).name for name in GUEST_FILES)
+        return fingerprint(Path(__file__), *files)
 
     def is_made(self):
         stamp = self.cache / "fingerprint"
@@ -219,24 +185,35 @@ class Image:
     def make(self):
         """Makes what is missing or older than what it is made from, once for runs side by side."""
         self.cache.mkdir(parents=True, exist_ok=True)
-        with open(self.cache.with_suffix(".lock"), "w") as lock:
-            fcntl.flock(lock, fcntl.LOCK_EX)
+        with locked(self.cache / "lock"):
             if not self.is_made():
                 self.make_anew()
 
-    def make_anew(self):
-        root = self.cache / "root"
+    def fetch(self, root):
+        """Unpacks the packages, as long as nothing else is asked of them."""
         unpacked = self.cache / "unpacked"
-        if not unpacked.exists() or unpacked.read_text() != " ".join(PACKAGES):
-            shutil.rmtree(self.cache, ignore_errors=True)
-            unpack(Packages(self.cache / "packages").fetch(), root)
-            shutil.rmtree(self.cache / "packages")
-            unpacked.write_text(" ".join(PACKAGES))
+        if unpacked.exists() and unpacked.read_text() == " ".join(PACKAGES):
+            return
+        unpacked.unlink(missing_ok=True)
+        packages = self.cache / "packages"
+        for old in (root, packages):
+            shutil.rmtree(old, ignore_errors=True)
+        print("Downloading Debian's kernel and tools", flush=True)
+        unpack(Packages(packages).fetch(), root)
+        shutil.rmtree(packages)
+        unpacked.write_text(" ".join(PACKAGES))
+
+    def make_anew(self):
+        # What is half made when this is broken off is not taken for whole.
+        (self.cache / "fingerprint").unlink(missing_ok=True)
+        root = self.cache / "root"
+        self.fetch(root)
+        # A machine that starts meanwhile has the old files, whole.
+        new = self.cache / "new"
         compressed = next((root / "boot").glob("vmlinuz-*"))
-        self.kernel.write_bytes(unpacked_kernel(compressed.read_bytes()))
-        version = compressed.name.removeprefix("vmlinuz-")
-        base_tree(root, self.cache / "tree", version)
-        # A machine that starts meanwhile has the old one, whole.
-        archive(self.cache / "tree", self.cache / "new.cpio")
-        (self.cache / "new.cpio").rename(self.base)
+        new.write_bytes(unpacked_kernel(compressed.read_bytes()))
+        new.rename(self.kernel)
+        base_tree(root, self.cache / "tree", compressed.name.removeprefix("vmlinuz-"))
+        archive(self.cache / "tree", new)
+        new.rename(self.base)
         (self.cache / "fingerprint").write_text(self.fingerprint())

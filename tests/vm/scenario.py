@@ -9,21 +9,28 @@ A scenario is a text of sections:
     disk a 64M 16M rest       an image with partitions of 16 MiB and of what is left
     modules e1000 dummy       drivers to load first, in this order
     cmdline root=/dev/sda2    words for the kernel's command line
-    -device ide-hd,drive=a    anything else: options of QEMU
+    -device ide-hd,drive=a    options of QEMU
 
     [layout]
     filesystem /dev/sda2      shell commands, with the functions of guest/init
     root_on /dev/sda2
 
+    [picture]
+    /: file system on sda2    each layer of the storage with those that it stands on,
+    sda2: partition on sda    for scripts/pictures; compared with the kernel's layers
+    sda: SATA disk
+    source: identify request asks sda2
+
     [answers]
     harddisk_id("/dev/sda2") = "QEMUHARDDISK_1"
-        device :sda2
+        device :/dev/sda2
     $ mv /usr/sbin/smartctl /tmp
     nobody: harddisk_id("/dev/sda2") = NULL
 
 Behind each question stand its answer, the lines that it leaves in the trace log, and what it says on
-standard error. A scenario says only in what it differs from the usual machine: the hardware of that
-is there, too, and its questions are asked unless the scenario answers them.
+standard error; "$" is a command that changes the machine, or fails where it is not as it should be.
+A scenario says only in what it differs from the usual machine: the hardware of that is there, too,
+and its questions are asked unless the scenario answers them.
 """
 
 import re
@@ -32,6 +39,8 @@ from pathlib import Path
 
 FOLDER = Path(__file__).parent
 SECTIONS = ("hardware", "layout", "picture", "answers")
+KEYWORDS = ("disk", "modules", "cmdline")
+ALL_ASKED = "That is all."  # says the probe
 
 
 class ScenarioError(Exception):
@@ -45,9 +54,36 @@ class Answer:
     question: str
     lines: list = field(default_factory=list)
 
-    @property
-    def is_command(self):
-        return self.question.startswith("$ ")
+
+@dataclass
+class Layer:
+    kind: str
+    below: list
+
+
+@dataclass
+class Picture:
+    """The layers by name, "/" among them, and the source that answers."""
+
+    layers: dict
+    source: str
+
+    def all_below(self, name):
+        """The layer and everything that it stands on."""
+        found = [name]
+        for upper in found:  # which grows
+            found += self.layers[upper].below
+        return sorted(set(found))
+
+    def checks(self):
+        """Commands that fail where the kernel's layers are others."""
+        root, *names = self.layers
+        device = self.layers[root].below
+        mounted = f"/dev/\\(mapper/\\)\\?{device[0]}" if device else "[^/ ]*"
+        yield f"$ grep -q '^{mounted} / ' /proc/mounts"
+        for name in names:
+            layers = " ".join(self.all_below(name))
+            yield f'$ test "$(layers {name} | sort -u | xargs)" = "{layers}"'
 
 
 @dataclass
@@ -59,8 +95,8 @@ class Scenario:
     def lines(self, section):
         return self.sections.get(section, [])
 
-    def layout(self):
-        return "\n".join(self.lines("layout")) + "\n"
+    def error(self, text):
+        return ScenarioError(f"{self.name}: {text}")
 
     def options(self):
         return [line for line in self.lines("hardware") if line.startswith("-")]
@@ -80,31 +116,60 @@ class Scenario:
                 result.append(Answer(question, [line]))
         return result
 
+    def picture(self):
+        """The picture, or None."""
+        layers = {}
+        for line in self.lines("picture"):
+            name, _, text = line.partition(": ")
+            kind, _, below = text.partition(" on ")
+            layers[name] = Layer(kind, [lower for lower in below.split(", ") if lower])
+        if not layers:
+            return None
+        source = self.lines("picture")[-1].removeprefix("source: ")
+        if layers.pop("source", None) is None or next(iter(layers), None) != "/":
+            raise self.error('a picture begins with the layer "/" and ends with the source')
+        for layer in layers.values():
+            for lower in layer.below:
+                if lower not in layers:
+                    raise self.error(f"the picture has no layer '{lower}'")
+        return Picture(layers, source)
 
-def parse(name, text):
-    head, *rest = re.split(r"^\[(\w+)\]\n", text, flags=re.M)
-    sections = {}
-    for section, body in zip(rest[::2], rest[1::2]):
-        if section not in SECTIONS:
-            raise ScenarioError(f"{name}: no section is named '{section}'")
-        lines = (line.rstrip("\n") for line in body.splitlines())
-        sections[section] = [line for line in lines if line and not line.startswith("#")]
-    if not head.strip():
-        raise ScenarioError(f"{name}: a scenario begins with a sentence that says what it shows")
-    return Scenario(name, " ".join(head.split()), sections)
+    def check(self):
+        """Refuses what would be passed over in silence."""
+        if not self.description:
+            raise self.error("a scenario begins with a sentence that says what it shows")
+        for line in self.lines("hardware"):
+            word = line.split()[0]
+            if not word.startswith("-") and word not in KEYWORDS:
+                raise self.error(f"no keyword of the hardware is '{word}'")
+        if any(len(words) < 2 for words in self.words("disk")):
+            raise self.error("a disk has a name and a size")
+        answers = self.lines("answers")
+        if not answers or answers[0].startswith(" "):
+            raise self.error("the answers begin with a question")
+        self.picture()
 
 
-def paths(folder, wanted=()):
-    """The files of the scenarios that are wanted by name, or of all."""
-    names = sorted(path.name for path in folder.iterdir())
-    for name in wanted:
-        if name not in names:
-            raise ScenarioError(f"no scenario is named '{name}': they are {', '.join(names)}")
-    return [folder / name for name in dict.fromkeys(wanted) or names]
+def sections(name, text):
+    """The text before the first section, and the lines of each section."""
+    head, *rest = re.split(r"^\[(.*)$", text, flags=re.M)
+    found = {}
+    for title, body in zip(rest[::2], rest[1::2]):
+        section = title.removesuffix("]")
+        if section not in SECTIONS or not title.endswith("]"):
+            raise ScenarioError(f"{name}: no section is '[{title}'")
+        if section in found:
+            raise ScenarioError(f"{name}: the section '{section}' is there twice")
+        lines = (line for line in body.split("\n") if line.strip())
+        found[section] = [line for line in lines if not line.startswith("#")]
+    return head, found
 
 
 def load(path):
-    return parse(path.name, path.read_text())
+    head, found = sections(path.name, path.read_text(encoding="utf-8"))
+    scenario = Scenario(path.name, " ".join(head.split()), found)
+    scenario.check()
+    return scenario
 
 
 def usual():
@@ -112,25 +177,13 @@ def usual():
     return load(FOLDER / "usual")
 
 
-DEVICE_ON_ROOT = r"""sed -n 's,^\(/dev/[^ ]*\) / .*,\1,p' /proc/mounts"""
-
-
-def layers_as_drawn(scenario):
-    """A command that fails where the kernel's layers below "/" are not the picture's: none where
-    the picture, if any, has no device on "/"."""
-    below = {}
-    for line in scenario.lines("picture"):
-        name, _, text = line.partition(": ")
-        below[name] = [lower for lower in text.partition(" on ")[2].split(", ") if lower]
-    found = list(below.get("/", []))
-    for name in found:  # which grows
-        found += below[name]
-    if not found:
-        return []
-    names = " ".join(sorted(set(found)))
-    command = f'lsblk -nsro NAME "$({DEVICE_ON_ROOT})" | sort -u | xargs'
-    line = f'$ test "$({command})" = "{names}"'
-    return [Answer(line, [line])]
+def load_all(folder, wanted=()):
+    """The scenarios that are wanted by name, or all."""
+    names = sorted(path.name for path in folder.iterdir())
+    for name in wanted:
+        if name not in names:
+            raise ScenarioError(f"no scenario is named '{name}': they are {', '.join(names)}")
+    return [load(folder / name) for name in dict.fromkeys(wanted) or names]
 
 
 def expected_answers(scenario):
@@ -138,4 +191,6 @@ def expected_answers(scenario):
     own = scenario.answers()
     answered = {answer.question for answer in own}
     others = [answer for answer in usual().answers() if answer.question not in answered]
-    return others + layers_as_drawn(scenario) + own
+    picture = scenario.picture()
+    checks = [Answer(check, [check]) for check in picture.checks()] if picture else []
+    return others + checks + own

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// Asks the installed library the questions on standard input, each in a process of its own, and
-// prints them with their answers, the lines that they left in the trace log, and what they said on
-// standard error:
+// Asks the installed library the questions on standard input, each in a process
+// of its own, and prints them with their answers, the lines that they left in
+// the trace log, and what they said on standard error:
 //
 //     harddisk_id("/dev/sda2") = "ST1000DM003-1CH162_Z1D5ABCD"
 //         device :sda2
 //
-// A question behind "nobody: " is asked as an ordinary user; "$ COMMAND" changes the machine.
+// A question behind "nobody: " is asked as an ordinary user; "$ COMMAND"
+// changes the machine.
 #include "orvane.h"
 
 #include <cctype>
@@ -67,9 +68,16 @@ std::string said(int number)
     return std::to_string(number);
 }
 
+// Which number beside 0 and 1 it is, is not promised.
+std::string said_truth(int value)
+{
+    return value == 0 || value == 1 ? said(value) : "nonzero";
+}
+
 std::string said_class(_GKeyFile *patterns, bool ignore_case)
 {
-    return machineTypeToString(maching_machine_type(patterns, ignore_case));
+    const int type = maching_machine_type(patterns, ignore_case);
+    return type == -1 ? "-1" : machineTypeToString(type);
 }
 
 std::string root_disk()
@@ -104,8 +112,7 @@ const std::map<std::string, answerer> questions = {
     {"hw_oem_info", [](argument) { return said(hw_oem_info()); }},
     {"is_huawei_9x0", [](argument) { return said(is_huawei_9x0()); }},
     {"is_lenovo_machine", [](argument) { return said(is_lenovo_machine()); }},
-    {"is_logical_volume",
-     [](argument device) { return said(is_logical_volume(device) != 0 ? 1 : 0); }},
+    {"is_logical_volume", [](argument device) { return said_truth(is_logical_volume(device)); }},
     {"maching_machine_type(exact)",
      [](argument) { return said_class(generate_machine_whitelist(), false); }},
     {"maching_machine_type(ignore_case)",
@@ -125,10 +132,11 @@ const std::map<std::string, answerer> questions = {
 [[noreturn]] void give_up(const std::string &why)
 {
     std::cout << why << std::endl;
-    std::exit(1);
+    _exit(1); // exit() would put back what a child has read of the questions
 }
 
-// The text between quotation marks, where a backslash makes the next character an ordinary one and
+// The text between quotation marks, where a backslash makes the next character
+// an ordinary one and
 // "\xNN" stands for a byte.
 std::string unquoted(const std::string &text)
 {
@@ -179,7 +187,8 @@ long open_descriptors()
     _exit(0);
 }
 
-// The lines of the trace log, without the prefixes that they must have; the log is taken away.
+// The lines of the trace log, without the prefixes that they must have; the log
+// is taken away.
 void print_trace(pid_t asked)
 {
     const std::regex prefix("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} \\[" +
@@ -194,11 +203,14 @@ void print_trace(pid_t asked)
     std::remove(trace_log);
 }
 
+// Without what an update of Debian may change.
 void print_errors(int errors)
 {
+    const std::regex version("libdevmapper [0-9.]+ \\([0-9-]+\\)");
     std::ifstream said("/proc/self/fd/" + std::to_string(errors));
     for (std::string line; std::getline(said, line);)
-        std::cout << "    stderr: " << line << '\n';
+        std::cout << "    stderr: " << std::regex_replace(line, version, "libdevmapper VERSION")
+                  << '\n';
 }
 
 void change(const std::string &command)

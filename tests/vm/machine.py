@@ -1,0 +1,113 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
+"""One boot of one scenario."""
+
+import shlex
+import shutil
+import subprocess
+
+import scenario as scenarios
+from tools import archive, locked, run
+
+# Emulated throughout, because acceleration is not to be had everywhere and says nothing more here.
+QEMU = (
+    "qemu-system-x86_64 -nodefaults -no-user-config -display none -no-reboot "
+    "-machine q35 -accel tcg -cpu max -m 512M"
+).split()
+# It ends with the run that waits for it, however that ends.
+ENDING_WITH_US = "setpriv --pdeathsig KILL --".split()
+BOOT_SECONDS = 180  # of 10 to 25 on an idle computer
+
+
+def text_lines(path):
+    if not path.exists():
+        return []
+    return path.read_text(encoding="utf-8", errors="backslashreplace").rstrip("\n").split("\n")
+
+
+def disk(folder, name, size, *partitions):
+    """Makes an image and gives QEMU's options for it."""
+    path = folder / f"{name}.img"
+    run(["truncate", "-s", size, path])
+    if partitions:
+        # Fixed identifiers, so that a scenario can name them.
+        table = ["label: gpt", "label-id: 0F0E0D0C-0B0A-0908-0706-050403020100"]
+        for number, partition in enumerate(partitions, start=1):
+            size = "" if partition == "rest" else f"size={partition}, "
+            table.append(f"{size}uuid=00000000-0000-0000-0000-{number:012}")
+        run(["/usr/sbin/sfdisk", "--quiet", path], input="\n".join(table))
+    return ["-drive", f"if=none,format=raw,cache=unsafe,id={name},file={path}"]
+
+
+class Machine:
+    """What a scenario boots, with its files in a folder of its own, which keeps the last boot's."""
+
+    def __init__(self, scenario, image, installation, folder):
+        self.scenario = scenario
+        self.image = image
+        self.installation = installation
+        self.folder = folder
+
+    def initial_root(self, questions):
+        """What the image has, the installation, and the scenario."""
+        tree = self.folder / "tree"
+        (tree / "scenario").mkdir(parents=True)
+        modules = [name for names in self.scenario.words("modules") for name in names]
+        for name, lines in (
+            ("layout", self.scenario.lines("layout")),
+            ("modules", modules),
+            ("questions", questions),
+        ):
+            text = "".join(f"{line}\n" for line in lines)
+            (tree / "scenario" / name).write_text(text, encoding="utf-8")
+        archive(tree, self.folder / "scenario.cpio")
+        path = self.folder / "initial_root"
+        parts = (self.image.base, self.installation, self.folder / "scenario.cpio")
+        path.write_bytes(b"".join(part.read_bytes() for part in parts))
+        return path
+
+    def command_line(self):
+        words = [word for given in self.scenario.words("cmdline") for word in given]
+        return " ".join(["console=ttyS0 quiet panic=-1", *words])
+
+    def hardware(self):
+        own = self.scenario.options()
+        usual = scenarios.usual().options()
+        # The firmware's tables are the scenario's or the usual machine's, not a mixture.
+        if any(option.startswith("-smbios") for option in own):
+            usual = [option for option in usual if not option.startswith("-smbios")]
+        options = [word for line in usual + own for word in shlex.split(line)]
+        for words in self.scenario.words("disk"):
+            options += disk(self.folder, *words)
+        return options
+
+    def boot(self, questions):
+        """Asks the questions, and tells whether the machine turned itself off in time."""
+        command = [*ENDING_WITH_US, *QEMU]
+        for port in ("console", "answers"):
+            command += ["-serial", f"file:{self.folder / port}"]
+        command += ["-kernel", self.image.kernel, "-initrd", self.initial_root(questions)]
+        command += ["-append", self.command_line(), *self.hardware()]
+        try:
+            run(command, timeout=BOOT_SECONDS)
+        except subprocess.TimeoutExpired:
+            return False
+        return True
+
+    def answers(self, questions):
+        """What the library said, line by line, and remarks where the machine did not end well."""
+        self.folder.mkdir(parents=True, exist_ok=True)
+        with locked(self.folder.with_name(f"{self.folder.name}.lock")):
+            shutil.rmtree(self.folder)
+            self.folder.mkdir()
+            try:
+                ended = self.boot(questions)
+            finally:
+                for large in [*self.folder.glob("*.img"), self.folder / "initial_root"]:
+                    large.unlink(missing_ok=True)
+            found = text_lines(self.folder / "answers")
+            if not ended:
+                found.append(f"The machine did not end within {BOOT_SECONDS} seconds.")
+            if not ended or scenarios.ALL_ASKED not in found:
+                found.append("Its console said last:")
+                found += text_lines(self.folder / "console")[-30:]
+            return found
