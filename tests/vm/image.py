@@ -119,18 +119,24 @@ def with_libraries(root, programs):
     return found
 
 
+def module_name(path):
+    return Path(path).name.split(".")[0].replace("-", "_")
+
+
 def module_files(root, version):
     """The modules with those that they depend on, and the tables that modprobe and udev read."""
     folder = root / "usr/lib/modules" / version
     run(["/usr/sbin/depmod", "-b", root, version])
-    dependencies = {}
+    wanted = {module_name(path): [] for path in (folder / "modules.builtin").read_text().split()}
     for line in (folder / "modules.dep").read_text().splitlines():
         path, needed = line.split(":")
-        name = Path(path).name.split(".")[0].replace("-", "_")
-        dependencies[name] = [path, *needed.split()]
-    wanted = {path for name in MODULES for path in dependencies.get(name, [])}
+        wanted[module_name(path)] = [path, *needed.split()]
+    unknown = [name for name in MODULES if name not in wanted]
+    if unknown:
+        raise ToolError(f"the kernel has no module {', '.join(unknown)}")
+    paths = {path for name in MODULES for path in wanted[name]}
     tables = [path.name for path in folder.glob("modules.*")]
-    return [folder / path for path in sorted(wanted) + tables]
+    return [folder / path for path in sorted(paths) + tables]
 
 
 def copy(source, root, target):
