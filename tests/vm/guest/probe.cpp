@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// Asks the installed library the questions on standard input, each in a process
-// of its own, and prints them with their answers, the lines that they left in
-// the trace log, and what they said on standard error:
+// Asks the installed library the questions on standard input, each in a process of its own, and
+// prints them with their answers, the lines that they left in the trace log, and what they said on
+// standard error:
 //
 //     harddisk_id("/dev/sda2") = "ST1000DM003-1CH162_Z1D5ABCD"
-//         device :sda2
+//         device :/dev/sda2
 //
-// A question behind "nobody: " is asked as an ordinary user; "$ COMMAND"
-// changes the machine.
+// A question behind "nobody: " is asked as an ordinary user; "$ COMMAND" changes the machine.
 #include "orvane.h"
 
 #include <cctype>
@@ -135,8 +134,7 @@ const std::map<std::string, answerer> questions = {
     _exit(1); // exit() would put back what a child has read of the questions
 }
 
-// The text between quotation marks, where a backslash makes the next character
-// an ordinary one and
+// The text between quotation marks, where a backslash makes the next character an ordinary one and
 // "\xNN" stands for a byte.
 std::string unquoted(const std::string &text)
 {
@@ -187,8 +185,7 @@ long open_descriptors()
     _exit(0);
 }
 
-// The lines of the trace log, without the prefixes that they must have; the log
-// is taken away.
+// The lines of the trace log, without the prefixes that they must have; the log is taken away.
 void print_trace(pid_t asked)
 {
     const std::regex prefix("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} \\[" +
