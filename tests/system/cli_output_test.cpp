@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include <sys/stat.h>
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -52,6 +54,17 @@ TEST_F(command_output, leaves_a_file_its_mode)
         EXPECT_EQ(written_to("/srv/output"), printed(""));
         EXPECT_EQ(permissions("/srv/output"), mode);
     }
+}
+
+// What another wrote must not run with the rights of the file's owner.
+TEST_F(command_output, does_not_pass_set_user_id_on)
+{
+    machine.file("/srv/output", "before");
+    ASSERT_EQ(::chmod("/srv/output", 06755), 0);
+    EXPECT_EQ(written_to("/srv/output"), printed(""));
+    struct stat now = {};
+    ASSERT_EQ(::stat("/srv/output", &now), 0);
+    EXPECT_EQ(now.st_mode & 07777U, 0755U);
 }
 
 TEST_F(command_output, leaves_a_file_its_owner)
