@@ -4,6 +4,24 @@
 
 #include <vector>
 
+namespace {
+
+int expected_result(const std::string &text)
+{
+    constexpr std::string_view alphabet =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=";
+    if (text.empty())
+        return ORVANE_BASE64_NOTHING_TO_DECODE;
+    if (text.size() % 4 != 0)
+        return ORVANE_BASE64_LENGTH;
+    if (text.find_first_not_of(alphabet) != std::string::npos)
+        return ORVANE_BASE64_CHARACTER;
+    const std::string pads = text.substr(std::min(text.find('='), text.size()));
+    return pads.empty() || pads == "=" || pads == "==" ? ORVANE_OK : ORVANE_BASE64_PADDING;
+}
+
+} // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     const std::string text = text_of(data, size);
@@ -12,11 +30,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     unsigned int count = 12345;
     const int result = base64_decode(text.c_str(), static_cast<int>(text.size()),
                                      bytes.empty() ? nullptr : bytes.data(), &count);
+    require(result == expected_result(text));
     if (result != ORVANE_OK) {
         require(count == 12345);
         return 0;
     }
-    require(has_none_of(text, " \t\r\n%-_") && text.size() % 4 == 0);
     require(count <= text.size() / 4 * 3);
 
     std::string again(text.size(), '?');

@@ -1,17 +1,37 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "disk/lister.h"
-#include "fuzz.h"
+#include "faked_system.h"
+
+namespace {
+
+void require_identity(const orvane::heap_text &identity)
+{
+    const std::string_view text = identity.get();
+    require(!text.empty() && text.size() < 1024 && text.find('_') != std::string_view::npos);
+    require(has_none_of(text, " \t\n\r\v\f\x7f"));
+}
+
+// Of what the tool prints, no more than there is room for.
+void require_same_of_tool(const std::string &output, const char *device)
+{
+    faked::tool_output = output;
+    const orvane::heap_text told = orvane::listed_identity(device);
+    const orvane::heap_text expected =
+        orvane::identity_in_listing(up_to_zero(output.substr(0, 16383)).c_str(), device);
+    require((told == nullptr) == (expected == nullptr));
+    require(!told || std::string_view(told.get()) == expected.get());
+}
+
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
+    faked::reset();
     const std::string listing = text_of(data, size);
-    for (const char *const device : {"sda", static_cast<const char *>(nullptr)}) {
-        const orvane::heap_text identity = orvane::identity_in_listing(listing.c_str(), device);
-        if (identity) {
-            const std::string_view text = identity.get();
-            require(device != nullptr && !text.empty() && text.size() < 1024);
-            require(has_none_of(text, " \t\n\r\v\f\x7f"));
-        }
-    }
+    require(orvane::identity_in_listing(listing.c_str(), nullptr) == nullptr);
+    const orvane::heap_text identity = orvane::identity_in_listing(listing.c_str(), "sda");
+    if (identity)
+        require_identity(identity);
+    require_same_of_tool(bytes_of(data, size), "sda");
     return 0;
 }

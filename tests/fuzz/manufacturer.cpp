@@ -20,10 +20,8 @@ void match(const std::string &manufacturer, GKeyFile *patterns, bool ignore_case
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-    const std::string input = text_of(data, size);
-    const std::size_t end = input.find('\n');
-    const std::string manufacturer = input.substr(0, end);
-    const std::string patterns = end == std::string::npos ? "" : input.substr(end + 1);
+    std::string patterns = text_of(data, size);
+    const std::string manufacturer = take_line(patterns);
 
     const orvane::unique_key_file key_file(g_key_file_new());
     g_key_file_load_from_data(key_file.get(), patterns.data(), patterns.size(), G_KEY_FILE_NONE,

@@ -3,32 +3,22 @@
 #include "orvane.h"
 
 #include <openssl/rsa.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
-namespace {
-
-// One file for all runs: its path, and the descriptor that it leads to.
-const int file = ::memfd_create("key", 0);
-const std::string path = "/proc/self/fd/" + std::to_string(file);
-
-} // namespace
-
-extern "C" int LLVMFuzzerInitialize(int *, char ***)
+extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char *** /*argv*/)
 {
-    // Each failure is said on standard error, where the fuzzer's own words must stay readable.
-    stderr = std::fopen("/dev/null", "w");
+    silence_complaints();
     // Nobody is there to be asked for the password of a block that says it is encrypted.
     ::setsid();
-    require(stderr != nullptr && std::freopen("/dev/null", "r", stdin) != nullptr);
+    require(std::freopen("/dev/null", "r", stdin) != nullptr);
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-    require(::ftruncate(file, 0) == 0);
-    require(::pwrite(file, data, size, 0) == static_cast<ssize_t>(size));
-    RSA *const key = load_public_key(path.c_str());
+    static const memory_file file;
+    file.fill(bytes_of(data, size));
+    RSA *const key = load_public_key(file.path());
     if (key != nullptr)
         require(RSA_get0_n(key) != nullptr && RSA_get0_e(key) != nullptr);
     RSA_free(key);

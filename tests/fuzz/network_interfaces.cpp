@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// A line for each address of an interface, as "NAME FAMILY CURRENT PERMANENT". The kernel does not
+// tell an address that is no six bytes.
+#include "faked_system.h"
+#include "machine/mac_address.h"
+#include "orvane.h"
+
+#include <array>
+#include <map>
+#include <sstream>
+
+#include <ifaddrs.h>
+#include <linux/ethtool.h>
+#include <linux/sockios.h>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+namespace {
+
+using address = std::array<unsigned char, 6>;
+
+struct card {
+    std::optional<address> current;
+    std::optional<address> permanent;
+};
+
+struct listed {
+    std::string name;
+    std::string family;
+    sockaddr socket = {};
+    ifaddrs entry = {};
+};
+
+std::vector<listed> list;
+std::map<std::string, card> cards; // by the names that a request has room for
+
+std::string requested(const std::string &name)
+{
+    return name.substr(0, IFNAMSIZ - 1);
+}
+
+std::optional<address> address_of(const std::string &text)
+{
+    address bytes = {};
+    int end = -1;
+    std::sscanf(text.c_str(), "%2hhx:%2hhx:%2hhx:%2hhx:%2hhx:%2hhx%n", &bytes[0], &bytes[1],
+                &bytes[2], &bytes[3], &bytes[4], &bytes[5], &end);
+    return end == static_cast<int>(text.size()) ? std::optional(bytes) : std::nullopt;
+}
+
+std::string text_of(const address &bytes)
+{
+    std::string text;
+    for (const unsigned char byte : bytes) {
+        text += text.empty() ? "" : ":";
+        text += "0123456789abcdef"[byte / 16];
+        text += "0123456789abcdef"[byte % 16];
+    }
+    return text;
+}
+
+sa_family_t number_of(const std::string &family)
+{
+    static const std::map<std::string, sa_family_t> families = {
+        {"packet", AF_PACKET}, {"inet", AF_INET}, {"inet6", AF_INET6}};
+    const auto found = families.find(family);
+    return found == families.end() ? sa_family_t{AF_UNIX} : found->second;
+}
+
+void furnish(std::istringstream text)
+{
+    list.clear();
+    cards.clear();
+    for (std::string line; std::getline(text, line);) {
+        std::istringstream words(line);
+        listed entry;
+        std::string current;
+        std::string permanent;
+        words >> entry.name >> entry.family >> current >> permanent;
+        cards.try_emplace(requested(entry.name), card{address_of(current), address_of(permanent)});
+        list.push_back(entry);
+    }
+}
+
+// The greatest permanent address of the wired interfaces before the first that tells no address.
+std::optional<std::string> greatest_address()
+{
+    std::optional<std::string> greatest;
+    for (const listed &entry : list) {
+        if (entry.name == "-" || entry.family == "-" || number_of(entry.family) == AF_UNIX ||
+            !faked::is_below(entry.name, {"eth", "en", "em"}))
+            continue;
+        const card &asked = cards.at(requested(entry.name));
+        if (!asked.current)
+            break;
+        greatest = std::max(greatest, std::optional(text_of(asked.permanent.value_or(address()))));
+    }
+    return greatest;
+}
+
+std::optional<std::string> told(const orvane::heap_text &text)
+{
+    return text ? std::optional<std::string>(text.get()) : std::nullopt;
+}
+
+void require_each_told()
+{
+    for (const auto &[name, asked] : cards) {
+        const auto current = asked.current ? std::optional(text_of(*asked.current)) : std::nullopt;
+        const auto permanent = asked.current
+                                   ? std::optional(text_of(asked.permanent.value_or(address())))
+                                   : std::nullopt;
+        require(told(orvane::network_interface_get_mac(name.c_str())) == current);
+        require(told(orvane::network_interface_get_permanent_mac(name.c_str())) == permanent);
+    }
+}
+
+int answer_current(const card &asked, ifreq &request)
+{
+    if (!asked.current)
+        return -1;
+    std::copy(asked.current->begin(), asked.current->end(), request.ifr_hwaddr.sa_data);
+    return 0;
+}
+
+int answer_permanent(const card &asked, const ifreq &request)
+{
+    ethtool_perm_addr wanted = {};
+    std::memcpy(&wanted, request.ifr_data, sizeof wanted);
+    require(wanted.cmd == ETHTOOL_GPERMADDR && wanted.size == sizeof(address));
+    if (!asked.permanent)
+        return -1;
+    std::memcpy(request.ifr_data + sizeof wanted, asked.permanent->data(), sizeof(address));
+    return 0;
+}
+
+} // namespace
+
+extern "C" int getifaddrs(ifaddrs **entries) noexcept
+{
+    ifaddrs *next = nullptr;
+    for (auto entry = list.rbegin(); entry != list.rend(); ++entry) {
+        entry->socket.sa_family = number_of(entry->family);
+        entry->entry.ifa_name = entry->name == "-" ? nullptr : entry->name.data();
+        entry->entry.ifa_addr = entry->family == "-" ? nullptr : &entry->socket;
+        entry->entry.ifa_next = next;
+        next = &entry->entry;
+    }
+    *entries = next;
+    return 0;
+}
+
+extern "C" void freeifaddrs(ifaddrs * /*entries*/) noexcept {}
+
+extern "C" int ioctl(int /*socket*/, unsigned long what, ...) noexcept
+{
+    va_list arguments;
+    va_start(arguments, what);
+    ifreq &request = *va_arg(arguments, ifreq *);
+    va_end(arguments);
+    const card &asked = cards.at(request.ifr_name);
+    require(what == SIOCGIFHWADDR || what == SIOCETHTOOL);
+    return what == SIOCGIFHWADDR ? answer_current(asked, request)
+                                 : answer_permanent(asked, request);
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    furnish(std::istringstream(text_of(data, size)));
+    const orvane::heap_text greatest(orvane_get_network_interface_max_mac());
+    require(told(greatest) == greatest_address());
+    require_each_told();
+    return 0;
+}
