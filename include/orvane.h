@@ -765,7 +765,8 @@ ORVANE_API int gpg_encrypt(const char *text, char **message, unsigned int *lengt
  * size:    how many; a negative number encodes nothing, to a length of 0.
  * text:    where to store the text: 4 bytes for every 3 of `data` or part of
  *          them. No terminator is added.
- * length:  where to store the text's length.
+ * length:  where to store the text's length. What libcrypto cannot write is
+ *          neither in the text nor in its length, and no error.
  * Returns: ORVANE_OK; ORVANE_BASE64_NOTHING_TO_ENCODE, with no length stored,
  *          for a NULL, a size of 0, or want of memory.
  */

@@ -27,8 +27,8 @@ std::size_t encoded_length(std::size_t size) noexcept
 bio_chain memory_over(BUF_MEM &room) noexcept
 {
     bio_chain memory(::BIO_new(::BIO_s_mem()));
-    if (memory)
-        ::BIO_set_mem_buf(memory.get(), &room, BIO_NOCLOSE);
+    if (!memory || BIO_set_mem_buf(memory.get(), &room, BIO_NOCLOSE) <= 0)
+        return nullptr;
     return memory;
 }
 
@@ -39,10 +39,12 @@ char *encode_piece(const unsigned char *data, std::size_t size, char *text) noex
     const bio_chain chain = one_line_base64(memory_over(room));
     if (!chain)
         return nullptr;
+    // Deliberate: not examined. What could not be written is not in the length.
     ::BIO_write(chain.get(), data, static_cast<int>(size));
     static_cast<void>(BIO_flush(chain.get()));
     BUF_MEM *written = nullptr;
-    BIO_get_mem_ptr(chain.get(), &written);
+    if (BIO_get_mem_ptr(chain.get(), &written) <= 0)
+        return nullptr;
     return text + written->length;
 }
 

@@ -275,6 +275,16 @@ TEST_F(dependency, is_nobodys_when_the_tool_is_gone_meanwhile)
     EXPECT_EQ(error_without_dependency(), "execve: No such file or directory\n");
 }
 
+TEST_F(dependency, is_nobodys_when_the_tool_fails_for_a_reason_without_a_name)
+{
+    depends_on("sda2");
+    interpose::execve = [](const char *, char *const *, char *const *) {
+        errno = 4095;
+        return -1;
+    };
+    EXPECT_EQ(error_without_dependency(), "execve: Unknown error\n");
+}
+
 TEST_F(dependency, is_nobodys_when_the_tool_is_no_program)
 {
     machine.file(dmsetup, "echo '1 dependencies : (sda2)'\n", 0755);

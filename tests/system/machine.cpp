@@ -78,9 +78,7 @@ fs::path deepest_existing_directory(fs::path path)
     return fs::canonical(path);
 }
 
-} // namespace
-
-std::string constructed_machine::unavailable()
+std::string why_no_namespaces()
 {
     if (::geteuid() != 0)
         return "a constructed machine needs root";
@@ -93,6 +91,15 @@ std::string constructed_machine::unavailable()
     if (status == 0)
         return {};
     return "no private namespaces here: " + std::generic_category().message(WEXITSTATUS(status));
+}
+
+} // namespace
+
+std::string constructed_machine::unavailable()
+{
+    // Asked once: a fork of a process under a sanitizer takes longer than most tests.
+    static const std::string reason = why_no_namespaces();
+    return reason;
 }
 
 void constructed_machine::start()

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <malloc.h>
+
 using orvane::interface_list;
 using orvane::network_interface;
 
@@ -183,4 +185,16 @@ TEST(network_records, are_the_others_where_they_are_joined_to_none)
     add(more, "eth0", "1");
     orvane::append_interfaces(list, std::move(more));
     EXPECT_EQ(records(list), texts{"eth0 mac 1"});
+}
+
+TEST(network_records, leave_no_memory_in_use_behind)
+{
+    constexpr std::size_t many = 10000;
+    const std::size_t before = ::mallinfo2().uordblks;
+    for (std::size_t i = 0; i < many; ++i) {
+        interface_list list;
+        add(list, "eth0", "1");
+    }
+    // What malloc() keeps ready for this thread is less than a byte for each.
+    EXPECT_LT(::mallinfo2().uordblks, before + many);
 }
