@@ -35,8 +35,3 @@ elseif(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
     # It needs an optimising build, and hides accesses from the sanitizers.
     target_compile_options(orvane_options INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
 endif()
-
-if(ORVANE_COVERAGE)
-    target_compile_options(orvane_options INTERFACE --coverage)
-    target_link_options(orvane_options INTERFACE --coverage)
-endif()

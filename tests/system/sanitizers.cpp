@@ -31,6 +31,7 @@ extern "C" const char *__tsan_default_suppressions()
         // The events' stamp comes from localtime(), whose one result for the whole process is the
         // C library's; callers of the event log accept to see another thread's.
         "race:^localtime$\n"
+        "race:^__interceptor_localtime$\n"
         // GLib is not built with the sanitizer, which does not see how its locks order its
         // accesses.
         "called_from_lib:libglib-2.0.so\n";

@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "replay.h"
+
+#include "replayed_kernel.h"
+#include "words.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <regex>
+#include <sstream>
+#include <stdexcept>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Keeps a directory in version control that is empty on the machine.
+constexpr char marker[] = ".gitkeep";
+
+// Every tool that the library runs by a path, and lsblk, which it runs by its name, too.
+const std::vector<std::string> tools = {
+    "/usr/bin/lsblk",      "/usr/sbin/dmidecode", "/usr/sbin/dmsetup",
+    "/usr/sbin/lvdisplay", "/usr/sbin/pvdisplay", "/usr/sbin/smartctl",
+};
+
+std::string shell_word(const std::string &text)
+{
+    return "'" + std::regex_replace(text, std::regex("'"), "'\\''") + "'";
+}
+
+std::string joined(const std::vector<std::string> &words)
+{
+    std::string text;
+    for (const std::string &word : words)
+        text += (text.empty() ? "" : " ") + word;
+    return text;
+}
+
+std::pair<unsigned, unsigned> device_number(const std::string &text)
+{
+    char colon = '\0';
+    std::pair<unsigned, unsigned> number;
+    std::istringstream stream(text);
+    if (!(stream >> number.first >> colon >> number.second) || colon != ':')
+        throw std::runtime_error("no device number: " + text);
+    return number;
+}
+
+std::string trail(const constructed_machine &machine)
+{
+    return machine.scratch("unrecorded");
+}
+
+} // namespace
+
+void recorded_machine::furnish(constructed_machine &machine) const
+{
+    for (const char *const known : {"/etc/os-release", "/usr/lib/os-release"})
+        machine.remove(known);
+    for (const char *const top : {"/proc", "/sys", "/etc"})
+        furnish_tree(machine, top);
+    furnish_devices(machine);
+    furnish_tools(machine);
+    recorded::replay_kernel(folder_);
+}
+
+void recorded_machine::furnish_tree(constructed_machine &machine, const std::string &top) const
+{
+    if (!fs::exists(folder_ + top))
+        return;
+    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(folder_ + top)) {
+        const std::string path = entry.path().string().substr(folder_.size());
+        if (entry.is_symlink())
+            machine.link(path, fs::read_symlink(entry.path()).string());
+        else if (entry.path().filename() == marker)
+            machine.directory(fs::path(path).parent_path().string());
+        else if (entry.is_regular_file())
+            machine.file(path, constructed_machine::content(entry.path().string()));
+    }
+}
+
+void recorded_machine::furnish_devices(constructed_machine &machine) const
+{
+    for (const recorded::line &words : recorded::word_lines_of(folder_ + "/dev")) {
+        const std::string &kind = words.at(0).text;
+        if (kind == "b") {
+            const auto [major, minor] = device_number(words.at(1).text);
+            machine.block_device("/dev/" + words.at(2).text, major, minor);
+        } else if (kind == "l") {
+            machine.link("/dev/" + words.at(1).text, words.at(2).text);
+        } else {
+            throw std::runtime_error("neither a block device nor a link: " + kind);
+        }
+    }
+}
+
+std::vector<std::string> recorded_machine::installed_tools() const
+{
+    const recorded::line words = recorded::word_lines_of(folder_ + "/tools/index").at(0);
+    if (words.at(0).text != "installed:")
+        throw std::runtime_error(folder_ + "/tools/index does not begin with \"installed:\"");
+    std::vector<std::string> names;
+    for (auto word = words.begin() + 1; word != words.end(); ++word)
+        names.push_back(word->text);
+    return names;
+}
+
+std::vector<recorded_machine::tool_run> recorded_machine::tool_runs() const
+{
+    std::vector<recorded::line> lines = recorded::word_lines_of(folder_ + "/tools/index");
+    lines.erase(lines.begin());
+    std::vector<tool_run> runs;
+    for (const recorded::line &words : lines) {
+        const recorded::word &output = words.at(1);
+        const std::string file = folder_ + "/tools/" + output.text;
+        if (!output.is_quoted && !fs::exists(file))
+            throw std::runtime_error("there is no " + file);
+        tool_run run{std::stoi(words.at(0).text),
+                     output.is_quoted ? output.text : constructed_machine::content(file),
+                     {}};
+        for (auto word = words.begin() + 2; word != words.end(); ++word)
+            run.command.push_back(word->text);
+        runs.push_back(std::move(run));
+    }
+    return runs;
+}
+
+// Each tool is a shell script that knows the recorded command lines. dmsetup has no environment.
+void recorded_machine::furnish_tools(constructed_machine &machine) const
+{
+    const std::vector<std::string> installed = installed_tools();
+    const std::vector<tool_run> runs = tool_runs();
+    machine.file(trail(machine), "", 0666);
+    for (const std::string &path : tools) {
+        const std::string name = fs::path(path).filename();
+        if (std::find(installed.begin(), installed.end(), name) == installed.end()) {
+            machine.remove(path);
+            continue;
+        }
+        std::string script = "case $(printf '%s\\n' \"$@\") in\n";
+        for (std::size_t number = 0; number < runs.size(); ++number) {
+            const tool_run &run = runs[number];
+            if (run.command.at(0) != name)
+                continue;
+            const std::string output = machine.scratch("output" + std::to_string(number));
+            machine.file(output, run.output);
+            std::string arguments;
+            for (auto word = run.command.begin() + 1; word != run.command.end(); ++word)
+                arguments += (arguments.empty() ? "" : "\n") + *word;
+            script += shell_word(arguments) + ") cat " + output + "; exit " +
+                      std::to_string(run.status) + " ;;\n";
+        }
+        script += "*) echo " + name + " \"$@\" >>" + trail(machine) + "; exit 127 ;;\nesac";
+        machine.script(path, script);
+    }
+}
+
+std::map<std::string, std::string> recorded_machine::expected() const
+{
+    std::map<std::string, std::string> facts;
+    constexpr std::string_view sign = " = ";
+    for (const std::string &text : recorded::lines_of(folder_ + "/expected")) {
+        const std::size_t end = text.find(sign);
+        if (end == std::string::npos)
+            throw std::runtime_error("no fact: " + text);
+        if (!facts.emplace(text.substr(0, end), text.substr(end + sign.size())).second)
+            throw std::runtime_error("a fact that is there twice: " + text);
+    }
+    return facts;
+}
+
+std::vector<std::string> recorded_machine::unrecorded(const constructed_machine &machine)
+{
+    return recorded::lines_of(trail(machine));
+}
+
+std::string recorded_machine::output_of(const std::string &command_line) const
+{
+    for (const tool_run &run : tool_runs()) {
+        if (joined(run.command) == command_line)
+            return run.output;
+    }
+    return {};
+}

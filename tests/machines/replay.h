@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include "machine.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+// A computer that is kept in a folder: its files, the outputs of its tools, its kernel's answers,
+// and everything that the library is to say of it. README.md tells what stands in the folder.
+class recorded_machine {
+public:
+    explicit recorded_machine(std::string folder) : folder_(std::move(folder)) {}
+
+    // Makes the machine such a computer.
+    void furnish(constructed_machine &machine) const;
+
+    // Every fact by its name.
+    [[nodiscard]] std::map<std::string, std::string> expected() const;
+
+    // Command lines that tools were run with and whose output nobody recorded.
+    [[nodiscard]] static std::vector<std::string> unrecorded(const constructed_machine &machine);
+
+    // What a tool is recorded to print.
+    [[nodiscard]] std::string output_of(const std::string &command_line) const;
+
+private:
+    struct tool_run {
+        int status;
+        std::string output;
+        std::vector<std::string> command; // the tool's name and its arguments
+    };
+
+    void furnish_tree(constructed_machine &machine, const std::string &top) const;
+    void furnish_devices(constructed_machine &machine) const;
+    void furnish_tools(constructed_machine &machine) const;
+    [[nodiscard]] std::vector<std::string> installed_tools() const;
+    [[nodiscard]] std::vector<tool_run> tool_runs() const;
+
+    std::string folder_;
+};

@@ -1,0 +1,217 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// What the torture is to find, found: these calls do on purpose what the library must not.
+#include "fixture.h"
+#include "orvane.h"
+#include "torture.h"
+#include "trial.h"
+
+#include <chrono>
+#include <clocale>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// Makes the one fallible call that the library makes for these tests.
+bool is_failed()
+{
+    return ::file_stat("/", S_IFDIR) == 0;
+}
+
+std::string answer()
+{
+    return is_failed() ? "failed" : "fine";
+}
+
+library_call call_of(std::string (*run)())
+{
+    return {.function = "file_stat",
+            .way = "on purpose",
+            .furnish = nullptr,
+            .run = run,
+            .answer = "fine",
+            .failures = {"failed"}};
+}
+
+constexpr injection::plan nothing_fails = {};
+constexpr injection::plan first_call_fails = {injection::side::caller, 1, false, 0};
+
+class torture_engine : public on_machine {
+protected:
+    void furnish() override { replace_fallible_functions(); }
+};
+
+// What a call does where the library's call fails.
+struct misdeed : named_case {
+    void (*action)();
+    std::string complaint; // what is in it
+};
+const misdeed *committed;
+
+class misbehaviour : public torture_engine, public testing::WithParamInterface<misdeed> {};
+
+TEST_P(misbehaviour, is_noticed)
+{
+    committed = &GetParam();
+    const library_call call = call_of([] {
+        const bool failed = is_failed();
+        if (failed)
+            committed->action();
+        return std::string(failed ? "failed" : "fine");
+    });
+    EXPECT_EQ(try_call(machine, call, nothing_fails).complaint, "");
+    const trial_result tried = try_call(machine, call, first_call_fails, 2s);
+    EXPECT_NE(tried.failed, nullptr);
+    EXPECT_NE(tried.complaint.find(GetParam().complaint), std::string::npos) << tried.complaint;
+}
+
+const misdeed misdeeds[] = {
+    {"an_open_descriptor", [] { ::open("/dev/null", O_RDONLY); }, "is left open"},
+    {"a_closed_descriptor", [] { ::close(STDIN_FILENO); }, "descriptor 0 is closed"},
+    {"a_child_that_nobody_waits_for",
+     [] {
+         if (::fork() == 0)
+             ::_exit(0);
+     },
+     "a child is left"},
+    {"a_child_that_goes_on",
+     [] {
+         if (::fork() == 0)
+             ::pause();
+     },
+     "a child is left"},
+    {"a_changed_signal_mask",
+     [] {
+         sigset_t mask = {};
+         ::sigaddset(&mask, SIGUSR1);
+         ::sigprocmask(SIG_BLOCK, &mask, nullptr);
+     },
+     "another signal mask"},
+    {"a_changed_disposition", [] { std::signal(SIGCHLD, SIG_IGN); },
+     "another disposition of signal 17"},
+    {"another_working_directory", [] { std::filesystem::current_path("/dev"); },
+     "another working directory"},
+    {"another_umask", [] { ::umask(077); }, "another umask"},
+    {"a_changed_environment", [] { ::setenv("TZ", "CET", 1); }, "another environment"},
+    {"another_locale", [] { std::setlocale(LC_ALL, "C.UTF-8"); }, "another locale"},
+    {"an_abort", [] { std::abort(); }, "ended by Aborted"},
+    {"an_exit", [] { ::_exit(3); }, "exit status 3"},
+    {"an_exception", [] { throw std::runtime_error("on purpose"); }, "thrown: on purpose"},
+    {"a_hang", [] { ::pause(); }, "it hangs"},
+#if defined(__SANITIZE_ADDRESS__)
+    {"a_crash", [] { ::raise(SIGSEGV); }, "AddressSanitizer: SEGV"},
+    {"a_leak",
+     [] {
+         void *volatile lost = std::malloc(100);
+         lost = nullptr;
+         static_cast<void>(lost);
+     },
+     "LeakSanitizer: detected memory leaks"},
+    {"an_overrun",
+     [] {
+         char *volatile room = static_cast<char *>(std::malloc(1));
+         room[1] = '.';
+         std::free(room);
+     },
+     "AddressSanitizer: heap-buffer-overflow"},
+#else
+    {"a_crash", [] { ::raise(SIGSEGV); }, "ended by Segmentation fault"},
+#endif
+};
+INSTANTIATE_TEST_SUITE_P(of, misbehaviour, testing::ValuesIn(misdeeds),
+                         [](const auto &one) { return one.param.name; });
+
+TEST_F(torture_engine, has_no_complaint_about_the_documented_failure)
+{
+    EXPECT_EQ(try_call(machine, call_of(answer), first_call_fails).complaint, "");
+}
+
+TEST_F(torture_engine, complains_about_another_answer_where_a_call_fails)
+{
+    library_call call = call_of(answer);
+    call.failures = {"NULL"};
+    EXPECT_EQ(try_call(machine, call, first_call_fails).complaint, "the answer is \"failed\"\n");
+}
+
+TEST_F(torture_engine, complains_about_the_documented_failure_where_no_call_fails)
+{
+    const library_call call = call_of([] { return std::string("failed"); });
+    EXPECT_EQ(try_call(machine, call, nothing_fails).complaint, "the answer is \"failed\"\n");
+}
+
+TEST_F(torture_engine, has_no_complaint_about_the_documented_end)
+{
+    library_call call = call_of([]() -> std::string {
+        std::cerr << "the line\n";
+        std::abort();
+    });
+    call.ends_with = "the line";
+    EXPECT_EQ(try_call(machine, call, nothing_fails).complaint, "");
+    call.ends_with = "another line";
+    EXPECT_EQ(try_call(machine, call, nothing_fails).complaint, "ended by Aborted\nthe line\n");
+}
+
+TEST_F(torture_engine, fails_nothing_that_the_test_calls_itself)
+{
+    const library_call call = call_of([]() -> std::string {
+        struct stat status = {};
+        return ::stat("/", &status) == 0 ? "fine" : "failed";
+    });
+    EXPECT_EQ(try_call(machine, call, first_call_fails).failed, nullptr);
+}
+
+TEST_F(torture_engine, fails_every_call_in_turn_and_in_each_of_its_ways)
+{
+    machine.file("/srv/text", "one\n");
+    const library_call call = call_of([] {
+        char *const line = ::get_machine_info_from_sysfs("/srv/text");
+        std::free(line);
+        return std::string(line == nullptr ? "failed" : "fine");
+    });
+    const torture_result result = torture(machine, call);
+    EXPECT_EQ(result.complaints, texts{});
+    // In this order. Each fails alone, fgets() for a signal too, and with those behind it; but
+    // where fopen() or fgets() fails, not all of them are made.
+    const std::map<std::string, unsigned long> failures = {
+        {"fopen", 2}, {"fgets", 3}, {"fclose", 3}, {"strdup", 3}};
+    EXPECT_EQ(result.failures, failures);
+    // The first where nothing fails, and two that found the end of the calls.
+    EXPECT_EQ(result.runs, 1U + 2 + 3 + 2 + 2 + 2);
+}
+
+TEST_F(torture_engine, fails_the_calls_of_the_process_that_the_library_forks)
+{
+    machine.tool("/usr/sbin/dmsetup", "1 dependencies  : (sda)\n");
+    machine.block_device("/dev/dm-0");
+    machine.block_device("/dev/mapper/root");
+    const library_call call = call_of([] {
+        char *const identity = ::harddisk_id("/dev/mapper/root");
+        std::free(identity);
+        return std::string("fine");
+    });
+    EXPECT_EQ(torture(machine, call).failures.count("execve"), 1U);
+}
+
+TEST_F(torture_engine, says_which_call_failed_how)
+{
+    library_call call = call_of(answer);
+    call.failures = {};
+    const texts complaints = {
+        "call 1, stat(), failing in way 0:\nthe answer is \"failed\"\n",
+        "call 1, stat(), and every later one failing:\nthe answer is \"failed\"\n"};
+    EXPECT_EQ(torture(machine, call).complaints, complaints);
+}
+
+} // namespace

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "injection.h"
+
+#include <cerrno>
+#include <new>
+#include <system_error>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace injection {
+
+record &shared()
+{
+    static record *const page = [] {
+        void *const room = ::mmap(nullptr, sizeof(record), PROT_READ | PROT_WRITE,
+                                  MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        if (room == MAP_FAILED)
+            throw std::system_error(errno, std::generic_category(), "mmap");
+        return new (room) record;
+    }();
+    return *page;
+}
+
+void prepare(const plan &planned)
+{
+    record *const cleared = new (&shared()) record{};
+    cleared->planned = planned;
+    cleared->first_failed = none;
+}
+
+void arm() noexcept
+{
+    shared().caller = ::getpid();
+}
+
+void disarm() noexcept
+{
+    shared().caller = 0;
+}
+
+std::optional<unsigned> next_failure(int function, bool lasts) noexcept
+{
+    record &now = shared();
+    const pid_t caller = now.caller;
+    if (caller == 0)
+        return {};
+    const side here = ::getpid() == caller ? side::caller : side::forked;
+    const unsigned number = ++now.calls[static_cast<int>(here)];
+    const plan &planned = now.planned;
+    if (here != planned.where || planned.call == 0 || number < planned.call ||
+        (number > planned.call && !(planned.lasting && lasts)))
+        return {};
+    int nobody = none;
+    now.first_failed.compare_exchange_strong(nobody, function);
+    ++now.failures[function];
+    return planned.lasting ? 0 : planned.way;
+}
+
+} // namespace injection

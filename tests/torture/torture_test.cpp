@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "fallible_functions.h"
+#include "fixture.h"
+#include "library_calls.h"
+#include "torture.h"
+
+#include <iostream>
+#include <map>
+#include <numeric>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using counts = std::map<std::string, unsigned long>;
+
+unsigned long sum(const counts &counted)
+{
+    return std::accumulate(counted.begin(), counted.end(), 0UL,
+                           [](unsigned long sum, const auto &one) { return sum + one.second; });
+}
+
+// The injected failures of all tests: by the library's function and by the one that failed.
+class injected_failures : public testing::Environment {
+public:
+    void add(const library_call &call, const torture_result &result)
+    {
+        std::cout << "torture: " << call.function << " " << call.way << " " << sum(result.failures)
+                  << " (" << result.runs << " runs)\n";
+        by_caller_[call.function] += sum(result.failures);
+        for (const auto &[name, count] : result.failures)
+            by_failed_[name] += count;
+    }
+
+    void TearDown() override
+    {
+        for (const auto &[name, count] : by_caller_)
+            std::cout << "torture: " << name << " total " << count << "\n";
+        for (const auto &[name, count] : by_failed_)
+            std::cout << "torture: failed " << name << " " << count << "\n";
+        std::cout << "torture: total " << sum(by_caller_) << "\n";
+    }
+
+private:
+    counts by_caller_;
+    counts by_failed_;
+};
+
+auto &injected =
+    *static_cast<injected_failures *>(testing::AddGlobalTestEnvironment(new injected_failures));
+
+class torture_of : public on_machine, public testing::WithParamInterface<library_call> {
+protected:
+    void furnish() override
+    {
+        if (GetParam().furnish != nullptr)
+            GetParam().furnish(machine);
+    }
+};
+
+TEST_P(torture_of, leaves_the_process_whole_and_tells_the_documented_failure)
+{
+    const torture_result result = torture(machine, GetParam());
+    injected.add(GetParam(), result);
+    for (const std::string &complaint : result.complaints)
+        ADD_FAILURE() << complaint;
+}
+
+std::string name_of(const testing::TestParamInfo<library_call> &info)
+{
+    return info.param.function + "_" + info.param.way;
+}
+
+INSTANTIATE_TEST_SUITE_P(each, torture_of, testing::ValuesIn(library_calls()), name_of);
+
+TEST(fallible_functions, are_told_apart_from_the_infallible_ones)
+{
+    EXPECT_EQ(replace_fallible_functions(), std::set<std::string>{})
+        << "the library calls these, and nobody has said whether they may fail";
+}
+
+} // namespace
