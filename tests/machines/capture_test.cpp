@@ -147,12 +147,12 @@ protected:
     [[nodiscard]] outcome capture(texts words, bool with_library = true) const
     {
         const fs::path library = library_of(reinterpret_cast<void *>(&::root_device));
-        texts command = {"/usr/bin/env", "LD_PRELOAD=" + preloads(),
+        texts command = {"/usr/bin/env",
+                         "LD_PRELOAD=" + preloads(),
                          std::string(recorded::kernel_variable) + "=" + folder,
-                         "ASAN_OPTIONS=detect_leaks=0"};
-        if (with_library)
-            command.push_back("LD_LIBRARY_PATH=" + library.parent_path().string());
-        command.push_back(CAPTURE);
+                         "ASAN_OPTIONS=detect_leaks=0",
+                         "LD_LIBRARY_PATH=" + (with_library ? library.parent_path().string() : ""),
+                         CAPTURE};
         command.insert(command.end(), words.begin(), words.end());
         return machine.run(command);
     }
