@@ -56,6 +56,7 @@ constructed_machine::program_result run_program(const std::vector<std::string> &
         arguments.push_back(const_cast<char *>(word.c_str()));
     arguments.push_back(nullptr);
 
+    std::fflush(stdout); // or a child that ends as programs do would write it once more
     const pid_t child = ::fork();
     if (child == 0) {
         const int empty = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
