@@ -409,7 +409,7 @@ class Trial:
         test = (failed[:1] or begun[-1:] or [None])[0]
         name = f"{Path(batch.program).name} {test}"
         if process.returncode == -signal.SIGKILL:
-            return Failure(f"{name} hangs", output)
+            return Failure(f"{name} hangs", output, test)
         return Failure(f"{name} fails", output, test)
 
     def output_of(self, process):
