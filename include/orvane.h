@@ -247,8 +247,9 @@ ORVANE_API char *harddisk_id_lvm(const char *dev_name);
 /*
  * What "lsblk -J" prints, for find_root_disk().
  *
- * Returns: new text, empty when the command is missing or prints nothing; NULL
- *          when the shell cannot be started.
+ * Returns: new text, empty when the command is missing or prints nothing, and no
+ *          whole JSON where reading breaks off; NULL when the shell cannot be
+ *          started.
  * Reads:   lsblk -J, which the shell finds by PATH.
  * Errors:  "Failed to run lsblk" with the system's reason on standard error when
  *          the shell cannot be started. A listing of more than 4095 bytes ends the
@@ -858,8 +859,9 @@ ORVANE_API unsigned int _os_get_version(void);
  * Returns: 1 when the log could be opened, even if the write then failed; 0 when
  *          it could not.
  * Errors:  "Open log file failed" or "Write to log file failed" with the
- *          system's reason on standard error. errno is left as it was. A
- *          process at its file size limit gets SIGXFSZ, as from any write.
+ *          system's reason on standard error. errno is left as it was. The
+ *          SIGXFSZ that a write beyond the process's file size limit raises is
+ *          taken back, so that such a line is lost and no more.
  * Threads: safe for the log: each line is one appending write(). Stamps may mix,
  *          as for time_string().
  */
@@ -906,7 +908,8 @@ ORVANE_API const char *time_string(void);
  * message: any bytes.
  * tag:     the severity; "II", "WW" and "EE" are in use.
  * enabled: 0 makes the call do nothing at all.
- * Errors:  never reported; an event that cannot be written is lost.
+ * Errors:  never reported; an event that cannot be written is lost. SIGXFSZ is
+ *          taken back as by orvane_trace().
  * Threads: each event is one appending write(), but the stamp comes from
  *          localtime(), so concurrent callers may see each other's.
  */

@@ -3,6 +3,7 @@
 // The event log: tagged lines for administrators in a file of the caller's choosing.
 #include "orvane.h"
 #include "support/bounded_text.h"
+#include "support/file_size_signal.h"
 #include "support/handles.h"
 
 #include <cstring>
@@ -49,6 +50,7 @@ extern "C" void log_write(const char *path, const char *message, const char *tag
     if (!log)
         return;
 
+    const orvane::file_size_signal_guard event_may_be_lost;
     const orvane::heap_text stamp = orvane::event_stamp();
     orvane::bounded_text<orvane::event_bytes> event;
     if (stamp && *stamp != '\0') {

@@ -4,6 +4,7 @@
 #include "orvane.h"
 #include "support/bounded_text.h"
 #include "support/errno_guard.h"
+#include "support/file_size_signal.h"
 #include "support/handles.h"
 
 #include <cstdio>
@@ -76,6 +77,7 @@ extern "C" int orvane_trace(const char *format, ...)
 {
     // A trace line often stands between a failed call and the caller's look at errno.
     const orvane::errno_guard callers_errno;
+    const orvane::file_size_signal_guard line_may_be_lost;
     // A program may put its own functions in their place.
     // cppcheck-suppress knownConditionTrueFalse
     if (::orvane_logger_env_init() == 0 || ::orvane_is_tracing() == 0)

@@ -32,17 +32,17 @@ bool digest_to_end(int fd, unsigned char *digest) noexcept
 {
     unsigned char block[read_bytes] = {};
     Context context = {};
-    Init(&context);
+    bool is_whole = Init(&context) == 1;
     ssize_t size = 0;
     while ((size = ::read(fd, block, sizeof block)) > 0)
-        Update(&context, block, static_cast<std::size_t>(size));
-    Final(digest, &context);
-    return size == 0;
+        is_whole = Update(&context, block, static_cast<std::size_t>(size)) == 1 && is_whole;
+    is_whole = Final(digest, &context) == 1 && is_whole;
+    return is_whole && size == 0;
 }
 
 struct algorithm {
     std::size_t digest_bytes;
-    bool (*digest_to_end)(int fd, unsigned char *digest) noexcept; // false when a read failed
+    bool (*digest_to_end)(int fd, unsigned char *digest) noexcept; // false when a step failed
 };
 
 constexpr algorithm sha256 = {

@@ -41,6 +41,9 @@ public:
 
     void read_by(reader by) { read_ = std::move(by); }
 
+    // Lets the next such step of libcrypto's say that it failed.
+    void fail_once(std::string step) { failing_ = std::move(step); }
+
 private:
     template <class Context>
     void record(const std::string &name, interpose::hook<int(Context *)> &init,
@@ -49,24 +52,32 @@ private:
     {
         init = [this, name, &init](Context *context) {
             note(name, "init");
-            return init.real(context);
+            return result_of("init", init.real(context));
         };
         update = [this, name, &update](Context *context, const void *data, size_t size) {
             note(name, "update", std::string(static_cast<const char *>(data), size));
-            return update.real(context, data, size);
+            return result_of("update", update.real(context, data, size));
         };
         final = [this, name, &final](unsigned char *digest, Context *context) {
             note(name, "final");
-            return final.real(digest, context);
+            return result_of("final", final.real(digest, context));
         };
     }
 
     [[nodiscard]] const char *whose(int fd) const { return fd == file_ ? "file" : "other"; }
+    int result_of(const std::string &step, int result)
+    {
+        if (step != failing_)
+            return result;
+        failing_.clear();
+        return 0;
+    }
 
     reader read_ = [](int fd, void *room, size_t size) {
         return interpose::read.real(fd, room, size);
     };
     int file_ = -1;
+    std::string failing_;
 };
 
 class digest_in_steps : public digested_file {
@@ -157,6 +168,23 @@ TEST_P(digest_in_steps, finishes_and_closes_when_a_read_fails_in_the_middle)
     EXPECT_EQ(check(of_abc()), 0);
     EXPECT_EQ(calls.made(), (texts{opening(), init(), "read file", update("abc"), "read file",
                                    final(), "close file"}));
+}
+
+TEST_P(digest_in_steps, finishes_and_closes_when_a_step_of_libcrypto_fails)
+{
+    for (const char *const step : {"init", "update", "final"}) {
+        calls.fail_once(step);
+        EXPECT_EQ(check(of_abc()), 0) << step;
+        EXPECT_EQ(calls.made().back(), "close file") << step;
+    }
+    EXPECT_EQ(std::ranges::count(calls.made(), final()), 3);
+}
+
+TEST_P(digest_in_steps, is_none_when_one_of_several_updates_fails)
+{
+    calls.fail_once("update");
+    read_in({1, 1, 1});
+    EXPECT_EQ(check(of_abc()), 0);
 }
 
 TEST_P(digest_in_steps, takes_a_read_that_a_signal_breaks_off_for_failed)

@@ -44,6 +44,28 @@ private:
     int fd_;
 };
 
+// Also when what is done meanwhile throws.
+class diverted_standard_error {
+public:
+    explicit diverted_standard_error(int to)
+    {
+        std::fflush(stderr);
+        kept_ = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, first_kept_descriptor);
+        ::dup2(to, STDERR_FILENO);
+    }
+    diverted_standard_error(const diverted_standard_error &) = delete;
+    diverted_standard_error &operator=(const diverted_standard_error &) = delete;
+    ~diverted_standard_error()
+    {
+        std::fflush(stderr);
+        ::dup2(kept_, STDERR_FILENO);
+        ::close(kept_);
+    }
+
+private:
+    int kept_;
+};
+
 } // namespace
 
 constructed_machine::program_result run_program(const std::vector<std::string> &command,
@@ -77,13 +99,10 @@ constructed_machine::program_result run_program(const std::vector<std::string> &
 std::string standard_error_of(const std::function<void()> &action)
 {
     const catcher error;
-    std::fflush(stderr);
-    const int kept = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, first_kept_descriptor);
-    ::dup2(error.descriptor(), STDERR_FILENO);
-    action();
-    std::fflush(stderr);
-    ::dup2(kept, STDERR_FILENO);
-    ::close(kept);
+    {
+        const diverted_standard_error diverted(error.descriptor());
+        action();
+    }
     return error.text();
 }
 

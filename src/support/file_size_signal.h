@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <csignal>
+#include <ctime>
+
+namespace orvane {
+
+// A write beyond the process's file size limit fails and raises SIGXFSZ, which ends a caller that
+// knows nothing of it. For its lifetime the guard holds the signal back from this thread, and takes
+// one that was raised meanwhile: a log line is lost, and nothing else happens.
+class file_size_signal_guard {
+public:
+    file_size_signal_guard() noexcept
+    {
+        ::sigemptyset(&signal_);
+        ::sigaddset(&signal_, SIGXFSZ);
+        ::pthread_sigmask(SIG_BLOCK, &signal_, &mask_before_);
+        ::sigpending(&pending_before_);
+    }
+    file_size_signal_guard(const file_size_signal_guard &) = delete;
+    file_size_signal_guard &operator=(const file_size_signal_guard &) = delete;
+    ~file_size_signal_guard()
+    {
+        constexpr std::timespec no_time = {};
+        // One that the caller itself keeps waiting is the caller's.
+        if (::sigismember(&pending_before_, SIGXFSZ) == 0)
+            ::sigtimedwait(&signal_, nullptr, &no_time);
+        ::pthread_sigmask(SIG_SETMASK, &mask_before_, nullptr);
+    }
+
+private:
+    sigset_t signal_ = {};
+    sigset_t mask_before_ = {};
+    sigset_t pending_before_ = {};
+};
+
+} // namespace orvane
