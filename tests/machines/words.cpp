@@ -20,11 +20,15 @@ constexpr std::string_view blanks = " \t";
 // Takes a byte of two hexadecimal digits.
 char take_byte(std::string_view &rest)
 {
-    unsigned char byte = 0;
-    const auto [end, error] = std::from_chars(rest.data(), rest.data() + 2, byte, 16);
-    if (rest.size() < 2 || error != std::errc() || end != rest.data() + 2)
+    constexpr std::size_t digits = 2;
+    if (rest.size() < digits)
         refuse(rest);
-    rest.remove_prefix(2);
+    unsigned char byte = 0;
+    const char *const last = rest.data() + digits;
+    const auto [end, error] = std::from_chars(rest.data(), last, byte, 16);
+    if (error != std::errc() || end != last)
+        refuse(rest);
+    rest.remove_prefix(digits);
     return static_cast<char>(byte);
 }
 
