@@ -42,10 +42,12 @@ extern "C" char *harddisk_id_nvme_new(const char *name)
         return nullptr;
 
     orvane::model_start model;
-    if (orvane::read_line(output.get(), model))
+    if (orvane::read_line(output.get(), model)) {
         ::orvane_trace("harddisk_id_nvme_new model = %s", model.c_str());
-    else
+    } else {
+        model.clear(); // of what stood before reading broke off
         ::orvane_trace("harddisk_id_nvme_new model = NULL");
+    }
     ::memcpy(result.get(), model.c_str(), model.length() + 1);
     return result.release();
 }

@@ -81,6 +81,11 @@ bool start_of_file(const char *path, text_buffer &text) noexcept
     if (!file || ::fread(text.data(), 1, text.capacity(), file.get()) == 0)
         return false;
     text.terminate();
+    // A part with a failure behind it would be taken for the whole.
+    if (::ferror(file.get()) != 0) {
+        text.clear();
+        return false;
+    }
     return true;
 }
 

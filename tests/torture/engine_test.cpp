@@ -10,6 +10,7 @@
 #include <clocale>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <stdexcept>
@@ -17,7 +18,9 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <openssl/err.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -57,6 +60,8 @@ protected:
 struct misdeed : named_case {
     void (*action)();
     std::string complaint; // what is in it
+    std::string function = "file_stat";
+    error_queue queue = error_queue::empty;
 };
 const misdeed *committed;
 
@@ -65,14 +70,15 @@ class misbehaviour : public torture_engine, public testing::WithParamInterface<m
 TEST_P(misbehaviour, is_noticed)
 {
     committed = &GetParam();
-    const library_call call = call_of([] {
+    library_call call = call_of([] {
         const bool failed = is_failed();
         if (failed)
             committed->action();
         return std::string(failed ? "failed" : "fine");
     });
-    EXPECT_EQ(try_call(machine, call, nothing_fails).complaint, "");
-    const trial_result tried = try_call(machine, call, first_call_fails, 2s);
+    call.function = GetParam().function;
+    EXPECT_EQ(try_call(machine, call, nothing_fails, GetParam().queue).complaint, "");
+    const trial_result tried = try_call(machine, call, first_call_fails, GetParam().queue, 2s);
     EXPECT_NE(tried.failed, nullptr);
     EXPECT_NE(tried.complaint.find(GetParam().complaint), std::string::npos) << tried.complaint;
 }
@@ -80,6 +86,13 @@ TEST_P(misbehaviour, is_noticed)
 const misdeed misdeeds[] = {
     {"an_open_descriptor", [] { ::open("/dev/null", O_RDONLY); }, "is left open"},
     {"a_closed_descriptor", [] { ::close(STDIN_FILENO); }, "descriptor 0 is closed"},
+    {"a_descriptor_of_another_file",
+     [] {
+         const int other = ::open("/", O_RDONLY);
+         ::dup2(other, STDIN_FILENO);
+         ::close(other);
+     },
+     "descriptor 0 is of another file"},
     {"a_child_that_nobody_waits_for",
      [] {
          if (::fork() == 0)
@@ -92,6 +105,12 @@ const misdeed misdeeds[] = {
              ::pause();
      },
      "a child is left"},
+    {"a_child_that_comes_back",
+     [] {
+         if (::fork() != 0)
+             ::wait(nullptr);
+     },
+     "a child came back"},
     {"a_changed_signal_mask",
      [] {
          sigset_t mask = {};
@@ -101,6 +120,8 @@ const misdeed misdeeds[] = {
      "another signal mask"},
     {"a_changed_disposition", [] { std::signal(SIGCHLD, SIG_IGN); },
      "another disposition of signal 17"},
+    {"a_changed_disposition_of_a_broken_pipe", [] { std::signal(SIGPIPE, SIG_IGN); },
+     "another disposition of signal 13"},
     {"another_working_directory", [] { std::filesystem::current_path("/dev"); },
      "another working directory"},
     {"another_umask", [] { ::umask(077); }, "another umask"},
@@ -108,8 +129,22 @@ const misdeed misdeeds[] = {
     {"another_locale", [] { std::setlocale(LC_ALL, "C.UTF-8"); }, "another locale"},
     {"an_abort", [] { std::abort(); }, "ended by Aborted"},
     {"an_exit", [] { ::_exit(3); }, "exit status 3"},
+    {"an_exit_that_tells_success", [] { ::_exit(EXIT_SUCCESS); }, "ended before it came back"},
     {"an_exception", [] { throw std::runtime_error("on purpose"); }, "thrown: on purpose"},
     {"a_hang", [] { ::pause(); }, "it hangs"},
+    {"a_new_error_of_libcrypto", [] { ERR_raise(ERR_LIB_USER, 1); },
+     "another first error of libcrypto; another last error of libcrypto", "load_public_key"},
+    {"a_new_error_of_libcrypto_behind_another", [] { ERR_raise(ERR_LIB_USER, 1); },
+     "another last error of libcrypto", "load_public_key", error_queue::with_an_error},
+    {"a_lost_error_of_libcrypto", [] { ::ERR_clear_error(); }, "another first error of libcrypto",
+     "verify_signature", error_queue::with_an_error},
+    {"a_replaced_error_of_libcrypto",
+     [] {
+         const unsigned long standing = ::ERR_get_error();
+         ERR_raise(ERR_LIB_USER, 1);
+         ERR_raise(ERR_GET_LIB(standing), ERR_GET_REASON(standing));
+     },
+     "another first error of libcrypto", "verify_signature", error_queue::with_an_error},
 #if defined(__SANITIZE_ADDRESS__)
     {"a_crash", [] { ::raise(SIGSEGV); }, "AddressSanitizer: SEGV"},
     {"a_leak",
@@ -151,6 +186,26 @@ TEST_F(torture_engine, complains_about_the_documented_failure_where_no_call_fail
     EXPECT_EQ(try_call(machine, call, nothing_fails).complaint, "the answer is \"failed\"\n");
 }
 
+TEST_F(torture_engine, complains_about_an_unlisted_answer_where_a_text_is_not_formatted)
+{
+    const library_call call = call_of([] {
+        constexpr std::size_t whole = 23;
+        return std::string(std::strlen(::time_string()) == whole ? "fine" : "cut");
+    });
+    const texts complaints = torture(machine, call).complaints;
+    // Seconds, minutes and both joined: each of them alone, and where what lasts fails behind it.
+    EXPECT_EQ(complaints.size(), 6U);
+    for (const std::string &complaint : complaints)
+        EXPECT_TRUE(complaint.ends_with("the answer is \"cut\"\n")) << complaint;
+}
+
+TEST_F(torture_engine, complains_where_the_documented_end_does_not_come)
+{
+    library_call call = call_of(answer);
+    call.ends_with = "the line";
+    EXPECT_EQ(try_call(machine, call, nothing_fails).complaint, "the answer is \"fine\"\n");
+}
+
 TEST_F(torture_engine, has_no_complaint_about_the_documented_end)
 {
     library_call call = call_of([]() -> std::string {
@@ -169,7 +224,9 @@ TEST_F(torture_engine, fails_nothing_that_the_test_calls_itself)
         struct stat status = {};
         return ::stat("/", &status) == 0 ? "fine" : "failed";
     });
-    EXPECT_EQ(try_call(machine, call, first_call_fails).failed, nullptr);
+    const trial_result tried = try_call(machine, call, first_call_fails);
+    EXPECT_EQ(tried.failed, nullptr);
+    EXPECT_EQ(tried.complaint, "");
 }
 
 TEST_F(torture_engine, fails_every_call_in_turn_and_in_each_of_its_ways)
@@ -182,13 +239,26 @@ TEST_F(torture_engine, fails_every_call_in_turn_and_in_each_of_its_ways)
     });
     const torture_result result = torture(machine, call);
     EXPECT_EQ(result.complaints, texts{});
-    // In this order. Each fails alone, fgets() for a signal too, and with those behind it; but
-    // where fopen() or fgets() fails, not all of them are made.
+    // In this order. Each fails alone, fgets() in five ways of which the last fails twice, and with
+    // those behind it; but where fopen() or fgets() fails, not all of them are made.
     const std::map<std::string, unsigned long> failures = {
-        {"fopen", 2}, {"fgets", 3}, {"fclose", 3}, {"strdup", 3}};
+        {"fopen", 2}, {"fgets", 7}, {"fclose", 3}, {"strdup", 3}};
     EXPECT_EQ(result.failures, failures);
     // The first where nothing fails, and two that found the end of the calls.
-    EXPECT_EQ(result.runs, 1U + 2 + 3 + 2 + 2 + 2);
+    EXPECT_EQ(result.runs, 1U + 2 + 6 + 2 + 2 + 2);
+}
+
+TEST_F(torture_engine, tells_by_which_of_the_errors_of_libcrypto_a_call_was_tried)
+{
+    library_call call = call_of(answer);
+    call.function = "verify_signature";
+    call.failures = {};
+    const std::string standing = "with an error of libcrypto before it, ";
+    const std::string alone = "call 1, stat(), failing in way 0:\nthe answer is \"failed\"\n";
+    const std::string lasting =
+        "call 1, stat(), and every later one failing:\nthe answer is \"failed\"\n";
+    const texts complaints = {standing + alone, alone, standing + lasting, lasting};
+    EXPECT_EQ(torture(machine, call).complaints, complaints);
 }
 
 TEST_F(torture_engine, fails_the_calls_of_the_process_that_the_library_forks)
@@ -201,7 +271,27 @@ TEST_F(torture_engine, fails_the_calls_of_the_process_that_the_library_forks)
         std::free(identity);
         return std::string("fine");
     });
-    EXPECT_EQ(torture(machine, call).failures.count("execve"), 1U);
+    const torture_result result = torture(machine, call);
+    EXPECT_EQ(result.failures.count("execve"), 1U);
+    EXPECT_EQ(result.complaints, texts{});
+}
+
+// The dependency is what one read gives, which is documented of other functions alone.
+TEST_F(torture_engine, complains_about_the_documented_failure_where_a_part_was_read)
+{
+    machine.tool("/usr/sbin/dmsetup", "1 dependencies  : (sda)\n");
+    machine.block_device("/dev/dm-0");
+    machine.block_device("/dev/mapper/root");
+    const library_call call = call_of([] {
+        std::free(::harddisk_id("/dev/mapper/root"));
+        const std::string log = constructed_machine::content("/var/log/orvane/liborvane.log");
+        const bool is_found = log.find("physicalDiskNode: /dev/sda\n") != std::string::npos;
+        return std::string(is_found ? "fine" : "failed");
+    });
+    const texts complaints = torture(machine, call).complaints;
+    ASSERT_EQ(complaints.size(), 1U);
+    EXPECT_TRUE(complaints[0].ends_with("read(), failing in way 2:\nthe answer is \"failed\"\n"))
+        << complaints[0];
 }
 
 TEST_F(torture_engine, says_which_call_failed_how)

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <clocale>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -27,6 +28,7 @@
 #include <openssl/pem.h>
 #include <openssl/rsa.h>
 #include <openssl/sha.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -84,6 +86,100 @@ Result breaks_off(int error, Real, Parameters... parameters)
         (break_off(parameters), ...);
     errno = error;
     return static_cast<Result>(value);
+}
+
+// What a stream holds ready, once it has looked for something.
+std::string_view at_hand(std::FILE *stream)
+{
+    if (const int next = std::getc(stream); next != EOF)
+        std::ungetc(next, stream);
+    return {stream->_IO_read_ptr, stream->_IO_read_end};
+}
+
+// The line all but its last character, and no end behind it, as the C library leaves it in the room
+// when the stream fails there. What was not stored is read next.
+char *breaks_off_in_line(int error, char *(*real)(char *, int, std::FILE *), char *room, int size,
+                         std::FILE *stream)
+{
+    const std::string_view ready = at_hand(stream);
+    const std::size_t line = std::min(ready.find('\n'), ready.size());
+    const std::size_t part = std::min(line, static_cast<std::size_t>(size - 1));
+    if (part > 1) {
+        const char behind = room[part - 1];
+        real(room, static_cast<int>(part), stream);
+        room[part - 1] = behind;
+    }
+    return breaks_off<nullptr, char *>(error, real, room, size, stream);
+}
+
+// Half of what could be had. What was not stored is read next.
+std::size_t
+breaks_off_in_content(int error, std::size_t (*real)(void *, std::size_t, std::size_t, std::FILE *),
+                      void *room, std::size_t size, std::size_t count, std::FILE *stream)
+{
+    const std::size_t part =
+        real(room, size, std::min(at_hand(stream).size() / size, count) / 2, stream);
+    break_off(stream);
+    errno = error;
+    return part;
+}
+
+using getdelim_function = ssize_t(char **, std::size_t *, int, std::FILE *);
+
+// The room is there, and the caller's to release.
+ssize_t makes_room_and_breaks_off(int error, getdelim_function *real, char **room,
+                                  std::size_t *size, int end, std::FILE *stream)
+{
+    constexpr std::size_t first_room = 120; // as the C library has
+    if (*room == nullptr) {
+        *room = static_cast<char *>(std::malloc(first_room));
+        *size = first_room;
+    }
+    return breaks_off<-1, ssize_t>(error, real, room, size, end, stream);
+}
+
+// That it is only a part, the stream alone knows.
+ssize_t breaks_off_in_room(int error, getdelim_function *real, char **room, std::size_t *size,
+                           int end, std::FILE *stream)
+{
+    const ssize_t length = real(room, size, end, stream) / 2;
+    if (length > 0)
+        (*room)[length] = '\0';
+    break_off(stream);
+    errno = error;
+    return length > 0 ? length : -1;
+}
+
+// Half of what stands ready, as a pipe or a disk may give it.
+ssize_t reads_part(int, ssize_t (*real)(int, void *, std::size_t), int fd, void *room,
+                   std::size_t size)
+{
+    pollfd something = {fd, POLLIN, 0};
+    int ready = 0;
+    if (::poll(&something, 1, -1) != 1 || ::ioctl(fd, FIONREAD, &ready) != 0 || ready < 2)
+        return real(fd, room, size);
+    return real(fd, room, std::min(size, static_cast<std::size_t>(ready)) / 2);
+}
+
+// What the kernel does to whoever writes more than a file of this process may hold.
+template <class... Parameters> ssize_t is_beyond_the_limit(int error, Parameters...)
+{
+    ::raise(SIGXFSZ);
+    errno = error;
+    return -1;
+}
+
+// As where the disk is full behind it.
+ssize_t writes_half(int, ssize_t (*real)(int, const void *, std::size_t), int fd,
+                    const void *content, std::size_t size)
+{
+    return real(fd, content, size / 2);
+}
+
+ssize_t gives_half(int, ssize_t (*real)(gpgme_data_t, void *, std::size_t), gpgme_data_t data,
+                   void *room, std::size_t size)
+{
+    return real(data, room, (size + 1) / 2);
 }
 
 // Another part of the caller took the child, as one that ignores its children does; or a signal
@@ -148,8 +244,10 @@ template <auto print, class... Head> struct printing {
 
     static fallible_function entry(const char *name)
     {
-        return {name, 1, true, reinterpret_cast<void *>(&call),
-                [](int its, void *) { number = its; }};
+        return {
+            name, {effect::failure}, true, reinterpret_cast<void *>(&call), [](int its, void *) {
+                number = its;
+            }};
     }
 };
 
@@ -158,6 +256,7 @@ template <auto print, class... Head> struct printing {
 #define FALLIBLE(name, ...) replacement_of<::name>::entry(#name, __VA_ARGS__)
 
 constexpr int no_errno = 0;
+constexpr bool fails_again = true;
 
 std::vector<fallible_function> memory_functions()
 {
@@ -172,8 +271,14 @@ std::vector<fallible_function> file_functions()
 {
     return {
         replacement_of<open_with_mode>::entry("open", says<-1>, {EMFILE}),
-        FALLIBLE(read, says<-1>, {EIO, EINTR}),
-        FALLIBLE(write, says<-1>, {ENOSPC, EINTR}),
+        FALLIBLE(read, {{says<-1>, EIO},
+                        {says<-1>, EINTR},
+                        {reads_part, no_errno, effect::part},
+                        {reads_part, no_errno, effect::failure, fails_again}}),
+        FALLIBLE(write, {{says<-1>, ENOSPC},
+                         {says<-1>, EINTR},
+                         {writes_half, no_errno, effect::cut_text},
+                         {is_beyond_the_limit, EFBIG}}),
         FALLIBLE(close, does_it_and_says<-1>, {EIO}),
         FALLIBLE(access, says<-1>, {EACCES}),
         FALLIBLE(stat, says<-1>, {EACCES}),
@@ -195,9 +300,20 @@ std::vector<fallible_function> stream_functions()
 {
     return {
         FALLIBLE(fopen, says<nullptr>, {EMFILE}),
-        FALLIBLE(fread, breaks_off<0>, {EIO, EINTR}),
-        FALLIBLE(fgets, breaks_off<nullptr>, {EIO, EINTR}),
-        FALLIBLE(getdelim, breaks_off<-1>, {EIO, ENOMEM, EINTR}),
+        FALLIBLE(fread, {{breaks_off<0>, EIO},
+                         {breaks_off<0>, EINTR},
+                         {breaks_off_in_content, EIO},
+                         {breaks_off_in_content, EINTR}}),
+        FALLIBLE(fgets, {{breaks_off<nullptr>, EIO},
+                         {breaks_off<nullptr>, EINTR},
+                         {breaks_off_in_line, EIO},
+                         {breaks_off_in_line, EINTR},
+                         {breaks_off_in_line, EINTR, effect::failure, fails_again}}),
+        FALLIBLE(getdelim, {{breaks_off<-1>, EIO},
+                            {breaks_off<-1>, ENOMEM},
+                            {makes_room_and_breaks_off, EIO},
+                            {makes_room_and_breaks_off, EINTR},
+                            {breaks_off_in_room, EIO}}),
         FALLIBLE(fwrite, breaks_off<0>, {EIO}),
         FALLIBLE(fputs, breaks_off<EOF>, {EIO}),
         FALLIBLE(fclose, does_it_and_says<EOF>, {EIO}),
@@ -216,9 +332,10 @@ std::vector<fallible_function> formatting_functions()
 {
     constexpr bool goes_on = false;
     return {
-        FALLIBLE(vsnprintf, says<-1>, {EOVERFLOW}, goes_on),
-        replacement_of<checked_vsnprintf>::entry("__vsnprintf_chk", says<-1>, {EOVERFLOW}, goes_on),
-        FALLIBLE(strftime, says<0>, {ERANGE}, goes_on),
+        FALLIBLE(vsnprintf, {{says<-1>, EOVERFLOW, effect::cut_text}}, goes_on),
+        replacement_of<checked_vsnprintf>::entry(
+            "__vsnprintf_chk", {{says<-1>, EOVERFLOW, effect::cut_text}}, goes_on),
+        FALLIBLE(strftime, {{says<0>, ERANGE, effect::cut_text}}, goes_on),
     };
 }
 
@@ -232,6 +349,7 @@ std::vector<fallible_function> process_functions()
         FALLIBLE(wait, wait_fails, {ECHILD, EINTR}),
         FALLIBLE(popen, says<nullptr>, {EMFILE}),
         FALLIBLE(pclose, does_it_and_says<-1>, {ECHILD}),
+        FALLIBLE(sigtimedwait, says<-1>, {EAGAIN, EINTR}),
         FALLIBLE(socket, says<-1>, {EMFILE}),
         replacement_of<ioctl_with_pointer>::entry("ioctl", says<-1>, {EIO}),
         FALLIBLE(getifaddrs, says<-1>, {ENOBUFS}),
@@ -258,7 +376,8 @@ std::vector<fallible_function> crypto_functions()
         FALLIBLE(BIO_write, raises<-1>, no_memory),
         FALLIBLE(BIO_ctrl, raises<0>, no_memory),
         FALLIBLE(PEM_read_RSAPublicKey, raises<nullptr>, no_memory),
-        FALLIBLE(RSA_verify, raises<0>, no_memory),
+        FALLIBLE(RSA_verify,
+                 {{raises<0>, ERR_R_MALLOC_FAILURE}, {raises<-1>, ERR_R_MALLOC_FAILURE}}),
         FALLIBLE(SHA256_Init, raises<0>, no_memory),
         FALLIBLE(SHA256_Update, raises<0>, no_memory),
         FALLIBLE(SHA256_Final, raises<0>, no_memory),
@@ -281,7 +400,9 @@ std::vector<fallible_function> gpg_functions()
         FALLIBLE(gpgme_data_new_from_mem, gpg_says, {GPG_ERR_ENOMEM}),
         FALLIBLE(gpgme_data_new_from_file, gpg_says, {GPG_ERR_EIO}),
         FALLIBLE(gpgme_data_seek, says<-1>, {EINVAL}),
-        FALLIBLE(gpgme_data_read, fails_or_ends, {EIO, no_errno}),
+        FALLIBLE(gpgme_data_read, {{fails_or_ends, EIO},
+                                   {fails_or_ends, no_errno},
+                                   {gives_half, no_errno, effect::part}}),
         FALLIBLE(gpgme_op_import, gpg_says, {GPG_ERR_GENERAL}),
         FALLIBLE(gpgme_op_verify, gpg_says, {GPG_ERR_NO_DATA}),
         FALLIBLE(gpgme_op_verify_result, says<nullptr>, {no_errno}),
@@ -319,7 +440,8 @@ std::vector<fallible_function> other_functions()
 const std::set<std::string> infallible_functions = {
     // Work on what is in memory.
     "__errno_location", "__isoc99_sscanf", "__memcpy_chk", "basename", "clearerr", "feof", "ferror",
-    "getpid", "isgraph", "isupper", "memchr", "memcmp", "memcpy", "memmove", "memset", "strcasecmp",
+    "getpid", "isgraph", "isupper", "memchr", "memcmp", "memcpy", "memmove", "memset",
+    "pthread_sigmask", "sigaddset", "sigemptyset", "sigismember", "sigpending", "strcasecmp",
     "strchr", "strcmp", "strcspn", "strerror", "strlen", "strncasecmp", "strncmp", "strncpy",
     "strrchr", "strstr", "strtok_r", "tolower", "g_key_file_has_group", "g_key_file_has_key",
     "g_strrstr", "BIO_f_base64", "BIO_s_mem", "BIO_set_flags", "ERR_pop_to_mark", "ERR_set_mark",
@@ -362,23 +484,24 @@ bool is_infallible(const std::string &name)
     return infallible_functions.contains(name) || is_of_a_sanitizer(name);
 }
 
-const std::set<std::string> &replace_fallible_functions()
+const imported_names &replace_fallible_functions()
 {
-    static const std::set<std::string> unknown = [] {
+    static const imported_names names = [] {
         const std::vector<fallible_function> &fallible = fallible_functions();
-        std::set<std::string> names;
+        imported_names sorted;
         for (const imported_function &imported : imported_functions()) {
             const auto found = std::ranges::find(fallible, imported.name, &fallible_function::name);
             if (found == fallible.end()) {
                 if (!is_infallible(imported.name))
-                    names.insert(imported.name);
+                    sorted.unknown.insert(imported.name);
                 continue;
             }
             // It works from the moment that it stands in the library's slots.
             found->keep(static_cast<int>(found - fallible.begin()), *imported.slots.front());
             replace(imported, found->replacement);
+            sorted.fallible.insert(imported.name);
         }
-        return names;
+        return sorted;
     }();
-    return unknown;
+    return names;
 }

@@ -14,6 +14,12 @@ const std::vector<fallible_function> &fallible_functions();
 // Those that cannot fail, or whose failure ends the process.
 bool is_infallible(const std::string &name);
 
-// Puts the replacements into the library, once. The functions that are neither fallible nor
-// infallible are told, because somebody has to say what they are.
-const std::set<std::string> &replace_fallible_functions();
+// What the library takes from others: the functions that may fail it, and those that are neither
+// fallible nor infallible, because somebody has to say what they are.
+struct imported_names {
+    std::set<std::string> fallible;
+    std::set<std::string> unknown;
+};
+
+// Puts the replacements into the library, once.
+const imported_names &replace_fallible_functions();

@@ -23,6 +23,17 @@ extern "C" void counters_are_written_now()
 
 namespace injection {
 
+namespace {
+
+bool is_planned(const plan &planned, side here, unsigned number, bool lasts) noexcept
+{
+    if (here != planned.where || planned.call == 0)
+        return false;
+    return number == planned.call || (number > planned.call && planned.lasting && lasts);
+}
+
+} // namespace
+
 record &shared()
 {
     static record *const page = [] {
@@ -40,6 +51,7 @@ void prepare(const plan &planned)
     record *const cleared = new (&shared()) record{};
     cleared->planned = planned;
     cleared->first_failed = none;
+    cleared->fails_next = none;
 }
 
 void arm() noexcept
@@ -52,6 +64,11 @@ void disarm() noexcept
     shared().caller = 0;
 }
 
+void fail_next(int function) noexcept
+{
+    shared().fails_next = function;
+}
+
 std::optional<unsigned> next_failure(int function, bool lasts) noexcept
 {
     record &now = shared();
@@ -60,14 +77,15 @@ std::optional<unsigned> next_failure(int function, bool lasts) noexcept
         return {};
     const side here = ::getpid() == caller ? side::caller : side::forked;
     const unsigned number = ++now.calls[static_cast<int>(here)];
-    const plan &planned = now.planned;
-    if (here != planned.where || planned.call == 0 || number < planned.call ||
-        (number > planned.call && !(planned.lasting && lasts)))
+    ++now.reached[function];
+    int awaited = function;
+    const bool fails_again = now.fails_next.compare_exchange_strong(awaited, none);
+    if (!fails_again && !is_planned(now.planned, here, number, lasts))
         return {};
     int nobody = none;
     now.first_failed.compare_exchange_strong(nobody, function);
     ++now.failures[function];
-    return planned.lasting ? 0 : planned.way;
+    return fails_again || now.planned.lasting ? 0 : now.planned.way;
 }
 
 } // namespace injection

@@ -30,7 +30,11 @@ struct record {
     plan planned;
     std::atomic<unsigned> calls[2]; // by side
     std::atomic<int> first_failed;  // the number of the function
+    std::atomic<int> fails_next;    // at its next call, whatever the plan; a number too
+    std::atomic<unsigned> reached[most_functions];
     std::atomic<unsigned> failures[most_functions];
+    std::atomic<bool> is_told; // whether the call came back, and what was wrong is known
+    std::atomic<bool> has_returned_twice;
     std::atomic<std::size_t> complaint_length;
     char complaint[16384];
 };
@@ -43,6 +47,9 @@ void prepare(const plan &planned);
 // The plan counts for this process until disarm().
 void arm() noexcept;
 void disarm() noexcept;
+
+// Of the functions, the one with this number fails when it is called next.
+void fail_next(int function) noexcept;
 
 // Asked before each fallible call: in which of its ways it fails, or not at all. One that does not
 // last fails alone, and not for another call's failure before it.

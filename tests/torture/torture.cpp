@@ -11,11 +11,14 @@ namespace {
 // More only repeat what is wrong.
 constexpr std::size_t most_complaints = 8;
 
-std::string description(const injection::plan &planned, const trial_result &result)
+std::string description(const injection::plan &planned, error_queue queue,
+                        const trial_result &result)
 {
+    const std::string before =
+        queue == error_queue::with_an_error ? "with an error of libcrypto before it, " : "";
     if (result.failed == nullptr)
-        return "no call failing";
-    std::string text = "call " + std::to_string(planned.call);
+        return before + "no call failing";
+    std::string text = before + "call " + std::to_string(planned.call);
     text += planned.where == injection::side::forked ? " of the process it forks, " : ", ";
     text += result.failed->name + "(), ";
     text += planned.lasting ? "and every later one failing"
@@ -50,18 +53,27 @@ private:
             const trial_result alone = attempt({where, call, false, 0});
             if (alone.failed == nullptr)
                 return;
-            for (unsigned way = 1; way < alone.failed->ways; ++way)
+            for (unsigned way = 1; way < alone.failed->ways.size(); ++way)
                 attempt({where, call, false, way});
             attempt({where, call, true, 0});
         }
     }
 
+    // The errors of libcrypto that stood there before are another machine to those that leave them.
     trial_result attempt(const injection::plan &planned)
     {
-        trial_result tried = try_call(machine_, call_, planned);
+        if (leaves_libcrypto_errors(call_.function))
+            attempt(planned, error_queue::with_an_error);
+        return attempt(planned, error_queue::empty);
+    }
+
+    trial_result attempt(const injection::plan &planned, error_queue queue)
+    {
+        trial_result tried = try_call(machine_, call_, planned, queue);
         ++result_.runs;
         if (!tried.complaint.empty())
-            result_.complaints.push_back(description(planned, tried) + ":\n" + tried.complaint);
+            result_.complaints.push_back(description(planned, queue, tried) + ":\n" +
+                                         tried.complaint);
         const std::vector<fallible_function> &functions = fallible_functions();
         for (std::size_t number = 0; number < functions.size(); ++number) {
             if (const unsigned failures = injection::shared().failures[number]; failures != 0)

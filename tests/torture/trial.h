@@ -15,8 +15,14 @@ struct trial_result {
     std::string complaint;           // what was wrong; empty where nothing was
 };
 
+// What libcrypto's queue of errors holds before the call.
+enum class error_queue { empty, with_an_error };
+
 // Makes the call once in a process of its own, which then has to be as it was before: nothing
 // crashed, leaked or hung, and the answer is one that the documentation allows.
 trial_result try_call(const constructed_machine &machine, const library_call &call,
-                      const injection::plan &planned,
+                      const injection::plan &planned, error_queue queue = error_queue::empty,
                       std::chrono::seconds limit = std::chrono::seconds(20));
+
+// Whether the documentation promises that the function leaves libcrypto's errors as they were.
+bool leaves_libcrypto_errors(const std::string &function);
