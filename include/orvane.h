@@ -202,8 +202,8 @@ ORVANE_API char *harddisk_id_smartctl(const char *device);
  *
  * name:    the disk's name in /sys/block, such as "nvme0n1"; NULL gives NULL.
  * Returns: new text of at most three bytes in a block of 1024; empty when there is
- *          no such disk; NULL when the command cannot be started. A model of fewer
- *          than three bytes has its newline with it.
+ *          no such disk or its model cannot be read; NULL when the command cannot
+ *          be started. A model of fewer than three bytes has its newline with it.
  * Reads:   cat /sys/block/NAME/device/model.
  * Writes:  one line to the trace log.
  * Threads: safe; trace stamps may mix, as for time_string().
@@ -351,7 +351,7 @@ ORVANE_API char *network_interface_get_max_mac(void);
  *          nothing, the second word of the first line with "Family", in any
  *          case, that dmidecode prints for the System Information (root). The
  *          family, not the manufacturer, stands in on purpose. At most 1023
- *          bytes.
+ *          bytes. Which letters are a pair of cases is the locale's choice.
  * Writes:  nothing.
  * Threads: safe.
  */
@@ -364,8 +364,8 @@ ORVANE_API char *orvane_get_vendor(void);
  *          line or the tool's word is; NULL when no source answers.
  * Reads:   the first line of /sys/class/dmi/id/product_sku; when that gives
  *          nothing, the second word of the first line with "Version", in any
- *          case, that dmidecode prints for the System Information (root). At
- *          most 1023 bytes.
+ *          case, as for orvane_get_vendor(), that dmidecode prints for the
+ *          System Information (root). At most 1023 bytes.
  * Writes:  nothing.
  * Threads: safe.
  */
@@ -380,7 +380,8 @@ ORVANE_API char *orvane_get_model(void);
  *          cannot be read and executed; the empty text when one of the three
  *          then gives nothing.
  * Reads:   dmidecode -t 1 (root) for the first line with "Serial Number", in any
- *          case, then the two files; the first line of each, at most 127 bytes.
+ *          case, as for orvane_get_vendor(), then the two files; the first line
+ *          of each, at most 127 bytes.
  * Writes:  nothing.
  * Threads: safe.
  */
@@ -714,8 +715,9 @@ ORVANE_API bool compute_sha256(const char *text, unsigned char *digest);
  *          trusts the key fully, one that expired is good. Before these, in
  *          this order: ORVANE_GPG_NO_CONTEXT, ORVANE_GPG_FILE_UNREADABLE,
  *          ORVANE_GPG_NO_OUTPUT, ORVANE_GPG_VERIFY_FAILED (no gpg, say, or no
- *          OpenPGP data in the file), ORVANE_GPG_NO_SIGNATURE. With anything
- *          but ORVANE_OK nothing is stored.
+ *          OpenPGP data in the file), ORVANE_GPG_NO_SIGNATURE, also where gpg
+ *          ended before it told of one. With anything but ORVANE_OK nothing is
+ *          stored.
  * Errors:  content of more than 4096 bytes, or of a size that GPGME cannot
  *          tell, is not handed over: ORVANE_OK, NULL in `*content`, `*length`
  *          untouched. Nor is content without memory for it, or that cannot be

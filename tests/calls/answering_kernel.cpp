@@ -32,7 +32,8 @@ constexpr char disk_answers[] = "/dev/.answers";
 constexpr char whole_disk = 'D';
 constexpr char disk_partition = 'P';
 
-constexpr char cards[] = "/sys/class/net";
+// What a card answers. The kernel knows its cards where nothing is at /sys, too.
+constexpr char card_answers[] = "/dev/.cards";
 
 using path_text = std::array<char, 512>;
 using mac_address = std::array<unsigned char, 6>;
@@ -70,13 +71,33 @@ bool is_block_device(const char *path)
     return is_block;
 }
 
-// The file with the answers of a device stands for it. One without answers has no driver.
+// The file with the answers of a device stands for it, for whoever may open the device. One without
+// answers has no driver.
 int open_disk(const char *path, int flags)
 {
+    const int wanted = (flags & O_ACCMODE) == O_RDONLY ? R_OK : R_OK | W_OK;
+    if (::faccessat(AT_FDCWD, path, wanted, AT_EACCESS) != 0)
+        return -1;
     path_text answers = {};
     std::snprintf(answers.data(), answers.size(), "%s%s", disk_answers, std::strrchr(path, '/'));
     const int fd = really_open(answers.data(), O_RDONLY | (flags & O_CLOEXEC));
     return fd < 0 && errno == ENOENT ? refuse(ENXIO) : fd;
+}
+
+int really_ask(int fd, unsigned long request, void *argument)
+{
+    constexpr auto name = [] { return "ioctl"; };
+    return next_definition<int(int, unsigned long, void *)>(name)(fd, request, argument);
+}
+
+// The real kernel knows none of the disks and cards here, but it may let the process ask nothing.
+bool may_ask(int fd, unsigned long request, void *argument)
+{
+    const int before = errno;
+    if (really_ask(fd, request, argument) != 0 && errno == EPERM)
+        return false;
+    errno = before;
+    return true;
 }
 
 int tell_identity(int fd, void *identity)
@@ -88,14 +109,14 @@ int tell_identity(int fd, void *identity)
 bool is_card(const char *name)
 {
     path_text path = {};
-    std::snprintf(path.data(), path.size(), "%s/%s/address", cards, name);
+    std::snprintf(path.data(), path.size(), "%s/%s/address", card_answers, name);
     return ::access(path.data(), F_OK) == 0;
 }
 
 bool read_address(const char *name, const char *kind, mac_address &address)
 {
     path_text path = {};
-    std::snprintf(path.data(), path.size(), "%s/%s/%s", cards, name, kind);
+    std::snprintf(path.data(), path.size(), "%s/%s/%s", card_answers, name, kind);
     std::array<char, 18> text = {};
     const int fd = really_open(path.data(), O_RDONLY | O_CLOEXEC);
     const bool is_read = fd >= 0 && ::read(fd, text.data(), text.size() - 1) == 17;
@@ -178,14 +199,18 @@ extern "C" int answered_open(const char *path, int flags, mode_t mode)
 
 extern "C" int answered_ioctl(int fd, unsigned long request, void *argument)
 {
+    const bool is_of_card = request == SIOCGIFHWADDR || request == SIOCETHTOOL;
+    const bool is_answered = request == HDIO_GET_IDENTITY ||
+                             (is_of_card && is_card(static_cast<ifreq *>(argument)->ifr_name));
+    if (!is_answered)
+        return really_ask(fd, request, argument);
+    if (!may_ask(fd, request, argument))
+        return -1;
     if (request == HDIO_GET_IDENTITY)
         return tell_identity(fd, argument);
-    if (request == SIOCGIFHWADDR && is_card(static_cast<ifreq *>(argument)->ifr_name))
+    if (request == SIOCGIFHWADDR)
         return tell_current_address(*static_cast<ifreq *>(argument));
-    if (request == SIOCETHTOOL && is_card(static_cast<ifreq *>(argument)->ifr_name))
-        return tell_permanent_address(*static_cast<ifreq *>(argument));
-    constexpr auto name = [] { return "ioctl"; };
-    return next_definition<int(int, unsigned long, void *)>(name)(fd, request, argument);
+    return tell_permanent_address(*static_cast<ifreq *>(argument));
 }
 
 extern "C" int answered_getifaddrs(ifaddrs **entries)
@@ -193,7 +218,7 @@ extern "C" int answered_getifaddrs(ifaddrs **entries)
     *entries = nullptr;
     dirent **names = nullptr;
     const auto is_no_dot = [](const dirent *entry) { return entry->d_name[0] != '.' ? 1 : 0; };
-    const int count = ::scandir(cards, &names, is_no_dot, ::alphasort);
+    const int count = ::scandir(card_answers, &names, is_no_dot, ::alphasort);
     if (count < 0)
         return errno == ENOENT ? 0 : -1;
     if (count > 0)
@@ -239,11 +264,11 @@ void add_disk(constructed_machine &machine, const std::string &path, const std::
 void add_card(constructed_machine &machine, const std::string &name, const std::string &current,
               const std::string &permanent, const std::string &device)
 {
-    const std::string card = std::string(cards) + "/" + name;
-    machine.file(card + "/address", current + "\n");
-    machine.file(card + "/permanent_address", permanent + "\n");
+    const std::string answers = std::string(card_answers) + "/" + name;
+    machine.file(answers + "/address", current + "\n");
+    machine.file(answers + "/permanent_address", permanent + "\n");
     machine.directory(device);
-    machine.link(card + "/device", device);
+    machine.link("/sys/class/net/" + name + "/device", device);
 }
 
 } // namespace answering_kernel

@@ -5,9 +5,9 @@
 #include <csignal>
 #include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
+#include <sys/time.h>
 #include <sys/types.h>
 
 // What a process has that a call must leave as it was.
@@ -20,7 +20,15 @@ public:
     [[nodiscard]] std::string changed_in(const process_state &later, bool may_be_changed) const;
 
 private:
-    std::map<int, std::pair<dev_t, ino_t>> descriptors_;
+    struct open_file {
+        dev_t device;
+        ino_t number;
+        int flags;
+
+        bool operator==(const open_file &) const = default;
+    };
+
+    std::map<int, open_file> descriptors_;
     sigset_t mask_ = {};
     std::array<struct sigaction, NSIG> dispositions_ = {};
     std::string directory_;
@@ -28,4 +36,6 @@ private:
     std::vector<std::string> environment_;
     std::string locale_;
     uid_t user_ = 0;
+    std::array<itimerval, 3> timers_ = {};
+    nlink_t threads_ = 0; // 0 where nothing tells them
 };

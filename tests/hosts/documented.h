@@ -8,30 +8,39 @@ namespace documented {
 
 functions operator+(functions first, const functions &rest);
 
-// Run tools, through the shell or without it.
+// By what they need. to_...: functions and ways that may fail without it. answers_...: ways that
+// have an answer, and certainly not without it.
+
+// Tools; and those that the shell finds by PATH.
 extern const functions to_run_tools;
-
-// Have the shell find a tool by PATH.
+extern const functions answers_of_tools;
 extern const functions to_search_path;
+extern const functions answers_by_path;
 
-// Ask sources that are root's alone.
+// Sources that are root's alone.
 extern const functions to_need_root;
+extern const functions answers_for_root;
 
-// Write files beside the trace log; or write the log, and that is all they do.
+// Files to write, and the trace log, where that is what they are called for.
 extern const functions to_write_files;
-
-// Leave lines in the trace log on their way.
 extern const functions to_trace;
+extern const functions answers_in_trace;
 
-// Read below /proc, below /sys.
+// Files below /proc, below /sys.
 extern const functions to_read_proc;
+extern const functions answers_of_proc;
 extern const functions to_read_sys;
+extern const functions answers_of_sys;
 
-// Read a file that the caller names, wherever it is.
-extern const functions to_read_named_files;
-
-// Put requests to devices or sockets.
+// Requests to disks or cards.
 extern const functions to_make_requests;
+extern const functions answers_of_requests;
+
+// Look for words in any case of letters as the locale has them.
+extern const functions to_pair_letters;
+
+// Run gpg, which has a store of keys and files of its own.
+extern const functions to_run_gpg;
 
 // End the process where GLib has no memory.
 extern const functions to_end_without_memory;
@@ -41,8 +50,5 @@ extern const functions to_change_the_process;
 
 // Wait for any child of the process.
 extern const functions to_wait_for_any_child;
-
-// Count a read that a signal handler breaks off as failed.
-extern const functions to_fail_when_interrupted;
 
 } // namespace documented

@@ -8,7 +8,6 @@
 #include <ostream>
 #include <set>
 #include <string>
-#include <string_view>
 #include <vector>
 
 // What a host does to the process that makes a call, from its construction to its end.
@@ -26,16 +25,22 @@ public:
     virtual void rest() {}
 };
 
-using functions = std::set<std::string_view>;
+// Exported functions, or ways through them: "function/way", with "*" for any rest of its name.
+using functions = std::set<std::string>;
+
+bool has(const functions &named, const library_call &call);
 
 // A caller's process as the library may find it.
 struct host {
     std::string name;
     std::function<std::unique_ptr<condition>()> enter;
 
-    // The functions whose documentation lets this host fail them. All others must give their
-    // answer.
+    // Those whose documentation lets this host fail them. All others must give their answer.
     functions may_fail = {};
+
+    // Those that cannot have their answer here, which is how the host shows that it is what it
+    // says.
+    functions must_fail = {};
 
     // Where the documentation says that the process is ended here: by this signal, and with this
     // word on standard error.
@@ -43,7 +48,7 @@ struct host {
     std::set<int> ends_by = {};
     std::string ends_with = {};
 
-    // The functions that may leave a child of theirs to be waited for.
+    // Those that may leave a child of theirs to be waited for.
     functions may_leave_child = {};
 
     // The host's own doing makes the sanitizers' impossible.

@@ -5,6 +5,7 @@
 #include "documented.h"
 #include "process.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cctype>
@@ -14,6 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <system_error>
@@ -35,8 +37,6 @@
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-using documented::operator+;
 
 namespace {
 
@@ -63,6 +63,25 @@ public:
 private:
     int signal_;
     struct sigaction before_ = {};
+};
+
+// Whether nobody has to wait for a child, nor can.
+bool is_child_gone_by_itself()
+{
+    const pid_t child = ::fork();
+    if (child == 0)
+        ::_exit(0);
+    siginfo_t end = {};
+    ::waitid(P_PID, static_cast<id_t>(child), &end, WEXITED | WNOWAIT);
+    return child > 0 && ::waitpid(child, nullptr, WNOHANG) < 0 && errno == ECHILD;
+}
+
+class without_children : public with_handler {
+public:
+    explicit without_children(void (*handler)(int)) : with_handler(SIGCHLD, handler)
+    {
+        require(is_child_gone_by_itself(), "children that go by themselves");
+    }
 };
 
 void reap_every_child(int /*signal*/)
@@ -111,6 +130,8 @@ private:
             const pid_t child = ::fork();
             if (child == 0)
                 ::_exit(0);
+            if (child < 0)
+                continue;
             // A call that waits for any child may have taken this one.
             ::waitpid(child, nullptr, 0);
             ++children_;
@@ -149,14 +170,46 @@ public:
     }
 };
 
-// The caller ignores the signal as daemons do; the tools find it as they would.
 class no_growing_files : public with_handler {
 public:
-    no_growing_files() : no_growing_files(SIG_IGN) {}
     explicit no_growing_files(void (*disposition)(int)) : with_handler(SIGXFSZ, disposition) {}
+
+protected:
+    // Says why not; a write that succeeds has no reason.
+    static int error_of_write()
+    {
+        const int file = ::memfd_create("growing", MFD_CLOEXEC);
+        errno = 0;
+        const int error = ::write(file, "", 1) < 0 ? errno : 0;
+        ::close(file);
+        return error;
+    }
 
 private:
     limited limit_{RLIMIT_FSIZE, 0};
+};
+
+// The caller ignores the signal as daemons do; the tools find it as they would.
+class no_growing_files_and_ignored : public no_growing_files {
+public:
+    no_growing_files_and_ignored() : no_growing_files(SIG_IGN)
+    {
+        require(error_of_write() == EFBIG, "no growing files");
+    }
+};
+
+class no_growing_files_by_default : public no_growing_files {
+public:
+    no_growing_files_by_default() : no_growing_files(SIG_DFL)
+    {
+        const pid_t child = ::fork();
+        if (child == 0)
+            ::_exit(error_of_write());
+        int status = 0;
+        require(::waitpid(child, &status, 0) == child && WIFSIGNALED(status) &&
+                    WTERMSIG(status) == SIGXFSZ,
+                "an end by a growing file");
+    }
 };
 
 // Has the stack grow as far as a call needs it: a stack that cannot grow ends any program.
@@ -251,7 +304,11 @@ protected:
 
 class without : public other_mounts {
 public:
-    explicit without(std::string path) : path_(std::move(path)) { cover(path_.c_str(), MS_RDONLY); }
+    explicit without(std::string path) : path_(std::move(path))
+    {
+        cover(path_.c_str(), MS_RDONLY);
+        require(std::filesystem::is_empty(path_), "nothing in " + path_);
+    }
     ~without() override { ::umount2(path_.c_str(), MNT_DETACH); }
 
 private:
@@ -328,6 +385,16 @@ private:
     bool was_set_ = false;
 };
 
+class empty_path : public with_variable {
+public:
+    empty_path() : with_variable("PATH", "")
+    {
+        // The shell's status for a command that it does not find.
+        require(run_program({"/bin/sh", "-c", "cat"}, [] { return true; }).status == 127,
+                "no tool without its directory");
+    }
+};
+
 class in_locale : public condition {
 public:
     explicit in_locale(const std::string &name)
@@ -394,7 +461,10 @@ host closed(const std::vector<int> &descriptors)
 {
     class without_descriptors : public condition {
     public:
-        explicit without_descriptors(const std::vector<int> &descriptors) : closed_(descriptors) {}
+        explicit without_descriptors(const std::vector<int> &descriptors) : closed_(descriptors)
+        {
+            require(std::ranges::none_of(descriptors, is_open) && errno == EBADF, "closed");
+        }
 
     private:
         closed_descriptors closed_;
@@ -406,6 +476,15 @@ host closed(const std::vector<int> &descriptors)
     return {name, on<without_descriptors>(descriptors)};
 }
 
+// Under a sanitizer, where a process takes its time, each of them alone and all three.
+std::vector<std::vector<int>> closed_sets_of_descriptors()
+{
+    std::vector<std::vector<int>> sets = every_set_of_standard_descriptors();
+    if (is_sanitized)
+        std::erase_if(sets, [](const std::vector<int> &set) { return set.size() == 2; });
+    return sets;
+}
+
 functions every_function()
 {
     functions all;
@@ -414,12 +493,13 @@ functions every_function()
     return all;
 }
 
-host with_room(const std::string &name, rlim_t room)
+host with_room(const std::string &name, rlim_t room, const functions &must_fail)
 {
     return {
         .name = name,
         .enter = on<address_space>(room),
         .may_fail = every_function(),
+        .must_fail = must_fail,
         .may_end = documented::to_end_without_memory,
         .ends_by = {SIGTRAP, SIGABRT},
         .ends_with = "GLib-ERROR",
@@ -429,47 +509,103 @@ host with_room(const std::string &name, rlim_t room)
 
 std::vector<host> make_hosts()
 {
-    const functions log_calls = {"orvane_trace", "orvane_logger_env_init", "log_write"};
-    // "%m" is in the caller's language.
-    const functions to_speak = {"orvane_trace"};
+    using namespace documented;
+    // "%m" is in the caller's language, where the system has it in that.
+    const functions to_speak = {"orvane_trace/errno"};
+    const functions to_make_trace_directory = {"orvane_logger_env_init/made"};
+    const functions trace_of_root = {"orvane_trace/directory_made", "orvane_logger_env_init/made"};
+    const functions answers_in_files =
+        answers_in_trace + functions{"log_write/new_file", "key_file_save_to_file/new_file"};
     std::vector<host> all = {
         {"usual", on<condition>()},
-        {"children_ignored", on<with_handler>(SIGCHLD, SIG_IGN)},
-        {"children_reaped", on<with_handler>(SIGCHLD, reap_every_child)},
+        {"children_ignored", on<without_children>(SIG_IGN)},
+        {"children_reaped", on<without_children>(reap_every_child)},
     };
-    for (const std::vector<int> &descriptors : every_set_of_standard_descriptors())
+    for (const std::vector<int> &descriptors : closed_sets_of_descriptors())
         all.push_back(closed(descriptors));
     const std::vector<host> others = {
-        {"six_descriptors", on<few_descriptors>(), documented::to_run_tools},
-        {"no_processes", on<without_processes>(),
-         documented::to_run_tools + documented::to_need_root + documented::to_write_files},
-        {"no_growing_files", on<no_growing_files>(), documented::to_write_files},
+        {
+            .name = "six_descriptors",
+            .enter = on<few_descriptors>(),
+            .may_fail = to_run_tools + answers_of_tools,
+        },
+        {
+            .name = "no_processes",
+            .enter = on<without_processes>(),
+            .may_fail = to_run_tools + to_need_root,
+            .must_fail = answers_of_tools + answers_for_root + trace_of_root,
+        },
+        {
+            .name = "no_growing_files",
+            .enter = on<no_growing_files_and_ignored>(),
+            .may_fail = to_write_files + to_trace + to_run_gpg,
+            .must_fail = answers_in_files,
+        },
         {
             .name = "no_growing_files_by_default",
-            .enter = on<no_growing_files>(SIG_DFL),
-            .may_fail = documented::to_write_files,
-            .may_end = documented::to_trace + documented::to_write_files,
+            .enter = on<no_growing_files_by_default>(),
+            .may_fail = to_write_files + to_trace + to_run_gpg,
+            .must_fail = answers_in_files,
+            .may_end = {"key_file_save_to_file"},
             .ends_by = {SIGXFSZ},
         },
-        with_room("no_address_space", 0),
-        with_room("small_address_space", 2 * 1024 * rlim_t{1024}),
-        {"no_proc", on<without>("/proc"),
-         documented::to_read_proc + documented::to_read_named_files},
-        {"no_sys", on<without>("/sys"), documented::to_read_sys + documented::to_read_named_files},
-        {"full_log", on<full_log>(), log_calls},
-        {"no_room_for_a_log", on<no_room_for_a_log>(), log_calls},
-        {"read_only_log", on<read_only_log>(), log_calls},
-        {"empty_path", on<with_variable>("PATH", ""), documented::to_search_path},
-        {"turkish", on<turkish>(), to_speak},
-        {"german", on<german>(), to_speak},
-        {"ordinary_user", on<ordinary_user>(),
-         documented::to_need_root + documented::to_write_files},
-        {"no_ioctl", on<without_ioctl>(), documented::to_make_requests},
-        {"interrupted", on<interrupted>(), documented::to_fail_when_interrupted},
+        with_room("no_address_space", 0, {"get_lsblk_output/listing"}),
+        with_room("small_address_space", 2 * 1024 * rlim_t{1024}, {}),
+        {
+            .name = "no_proc",
+            .enter = on<without>("/proc"),
+            .may_fail = to_read_proc,
+            .must_fail = answers_of_proc,
+        },
+        {
+            .name = "no_sys",
+            .enter = on<without>("/sys"),
+            .may_fail = to_read_sys,
+            .must_fail = answers_of_sys,
+        },
+        {
+            .name = "full_log",
+            .enter = on<full_log>(),
+            .may_fail = to_trace,
+            .must_fail = answers_in_trace,
+        },
+        {
+            .name = "no_room_for_a_log",
+            .enter = on<no_room_for_a_log>(),
+            .may_fail = to_trace,
+            .must_fail = answers_in_trace + to_make_trace_directory,
+        },
+        {
+            .name = "read_only_log",
+            .enter = on<read_only_log>(),
+            .may_fail = to_trace,
+            .must_fail = answers_in_trace + to_make_trace_directory,
+        },
+        {
+            .name = "empty_path",
+            .enter = on<empty_path>(),
+            .may_fail = to_search_path,
+            .must_fail = answers_by_path,
+        },
+        {.name = "turkish", .enter = on<turkish>(), .may_fail = to_speak + to_pair_letters},
+        {.name = "german", .enter = on<german>(), .may_fail = to_speak},
+        {
+            .name = "ordinary_user",
+            .enter = on<ordinary_user>(),
+            .may_fail = to_need_root + to_run_gpg,
+            .must_fail = answers_for_root + trace_of_root,
+        },
+        {
+            .name = "no_ioctl",
+            .enter = on<without_ioctl>(),
+            .may_fail = to_make_requests,
+            .must_fail = answers_of_requests,
+        },
+        {.name = "interrupted", .enter = on<interrupted>()},
         {
             .name = "forking",
             .enter = on<forking>(),
-            .may_leave_child = documented::to_wait_for_any_child,
+            .may_leave_child = to_wait_for_any_child,
         },
     };
     all.insert(all.end(), others.begin(), others.end());

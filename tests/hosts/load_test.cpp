@@ -6,23 +6,26 @@
 #include "orvane.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
+#include <malloc.h>
 
 namespace {
 
 constexpr int times = 1000;
 
 // The first loads fill what is kept for good: names, handlers for the end of the process.
-constexpr int times_until_settled = 50;
+constexpr int times_until_settled = 300;
 
 class loaded_library {
 public:
@@ -46,7 +49,17 @@ private:
 
 #define FUNCTION(library, name) (library).function(#name, static_cast<decltype(&::name)>(nullptr))
 
-// One call of each kind: a file, a tool, a tool without a shell, and each of the libraries behind.
+std::string encoded(const loaded_library &library, std::string_view data)
+{
+    std::array<char, 64> text = {};
+    unsigned int length = 0;
+    FUNCTION(library, base64_encode)
+    (data.data(), static_cast<int>(data.size()), text.data(), &length);
+    return {text.data(), length};
+}
+
+// One call of each kind: a file, a tool, a tool without a shell, and each of the libraries behind,
+// with the lists and streams that they lend.
 std::string everything_told(const loaded_library &library)
 {
     const auto told = [](char *text) { return owned_text(text).value(); };
@@ -56,6 +69,8 @@ std::string everything_told(const loaded_library &library)
     all += " " + told(FUNCTION(library, find_root_disk)(
                      R"({"blockdevices":[{"name":"sda","children":[{"mountpoint":"/"}]}]})"));
     all += " " + std::to_string(FUNCTION(library, _os_get_version)());
+    all += " " + told(FUNCTION(library, network_interface_get_max_mac)());
+    all += " " + encoded(library, "machine!");
     unsigned char digest[32] = {};
     all += FUNCTION(library, compute_sha256)("abc", digest) ? " digest" : " none";
     all += FUNCTION(library, orvane_trace)("loaded") == 1 ? " traced" : " lost";
@@ -101,6 +116,8 @@ protected:
         machine.file("/sys/block/nvme0n1/device/model", "Fast Disk\n");
         machine.file("/sys/block/nvme0n1/device/serial", "S1\n");
         machine.file("/etc/os-release", "VARIANT=\"EDU\"\n");
+        machine.file("/proc/net/bonding/bond0", "Slave Interface: enp1s0\n"
+                                                "Permanent HW addr: a0:00:00:00:00:01\n");
     }
 };
 
@@ -112,21 +129,26 @@ TEST_F(loaded_again_and_again, leaves_nothing_behind)
     std::ptrdiff_t mappings = 0;
     std::ptrdiff_t descriptors = 0;
     long pages = 0;
+    std::size_t bytes = 0;
     for (int time = 0; time < times; ++time) {
         {
             const loaded_library library;
             ASSERT_EQ(everything_told(library), "ACME 4c4c4544-0043-3010-8052-b4c04f564231 "
-                                                "Fast-Disk_S1 sda 2 digest traced");
+                                                "Fast-Disk_S1 sda 2 a0:00:00:00:00:01 "
+                                                "bWFjaGluZSE= digest traced");
         }
         ASSERT_FALSE(is_loaded());
         if (time == times_until_settled) {
             mappings = lines_of(own + "/maps");
             descriptors = entries_of(own + "/fd");
             pages = resident_pages(own);
+            bytes = ::mallinfo2().uordblks;
         }
     }
     EXPECT_LE(lines_of(own + "/maps"), mappings);
     EXPECT_EQ(entries_of(own + "/fd"), descriptors);
-    // A page at each load would be four times this.
+    // A page at each load would be more than twice this.
     EXPECT_LT(resident_pages(own), pages + times / 4);
+    // The smallest block, of 32 bytes, at each load would be more than twice this.
+    EXPECT_LT(::mallinfo2().uordblks, bytes + times * std::size_t{8});
 }

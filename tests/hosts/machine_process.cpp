@@ -42,7 +42,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int seconds_for_a_call = 20;
 constexpr int seconds_for_a_machine = 60;
 
 // A text that one process leaves for another, cut where it is too long.
@@ -67,8 +66,8 @@ void check(bool is_well, const std::string &what)
 }
 
 // The faked tools are shell scripts, which want more of their caller than real ones: programs found
-// by PATH, and a place for the record of their runs.
-void leave_tools_on_their_own(const std::string &directory)
+// by PATH, and a place for the record of their runs. What they print comes after `preparation`.
+void prepare_tools(const std::string &directory, const std::string &preparation)
 {
     struct statfs status = {};
     if (::statfs(directory.c_str(), &status) != 0 || status.f_type != TMPFS_MAGIC)
@@ -80,9 +79,34 @@ void leave_tools_on_their_own(const std::string &directory)
         std::string text = constructed_machine::content(entry.path());
         if (!text.starts_with(shell))
             continue;
-        text.insert(text.find('\n'), "\nPATH=/usr/bin:/bin\nulimit -S -f unlimited");
+        text.insert(text.find('\n'),
+                    "\nPATH=/usr/bin:/bin\nulimit -S -f unlimited\n" + preparation);
         std::ofstream(entry.path(), std::ios::binary) << text;
     }
+}
+
+void leave_to_root(const fs::path &file)
+{
+    fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
+}
+
+// What other users may not read on a machine, they may not read here. Root does not notice.
+void leave_roots_sources_to_root(constructed_machine &machine)
+{
+    for (const fs::directory_entry &entry : fs::recursive_directory_iterator("/dev")) {
+        if (!entry.is_symlink() && entry.is_block_file())
+            leave_to_root(entry);
+    }
+    for (const std::string directory : {"/sys/devices/virtual/dmi/id", "/sys/class/dmi/id"}) {
+        for (const char *const fact : {"/product_uuid", "/product_serial"}) {
+            if (fs::exists(directory + fact))
+                leave_to_root(directory + fact);
+        }
+    }
+    const std::string roots_own = machine.scratch("root");
+    machine.file(roots_own, "", 0400);
+    prepare_tools("/usr/sbin",
+                  "[ -r " + roots_own + " ] || { echo 'Permission denied' >&2; exit 1; }");
 }
 
 // The trace log's room as a machine had it when it was furnished, for each call anew.
@@ -166,9 +190,9 @@ void machine_process::shared_room::make_call(const library_call &call, const hos
         told = call.run();
     here->rest();
 
-    const bool may_change = documented::to_change_the_process.contains(call.function);
+    const bool may_change = has(documented::to_change_the_process, call);
     std::string changed = before.changed_in(process_state::now(), may_change);
-    if (!host.may_leave_child.contains(call.function) && has_children())
+    if (!has(host.may_leave_child, call) && has_children())
         changed += "a child is left; ";
     changes = changed;
     answer = told;
@@ -266,7 +290,7 @@ bool machine_process::answers_in(int seconds) const
     return ::poll(&event, 1, seconds * 1000) == 1;
 }
 
-outcome machine_process::ask(const host &host)
+outcome machine_process::ask(const host &host, int seconds)
 {
     outcome told;
     char answer = 0;
@@ -282,7 +306,7 @@ outcome machine_process::ask(const host &host)
         end(true);
         return told;
     }
-    if (!answers_in(seconds_for_a_call)) {
+    if (!answers_in(seconds)) {
         told.has_hung = true;
         end(true);
         return told;
@@ -316,8 +340,8 @@ void machine_process::serve(int requests) const
             call_.furnish(machine);
         if (testing::Test::HasFailure())
             throw std::runtime_error("a check failed while the machine was furnished");
-        for (const char *const directory : {"/usr/sbin", "/usr/bin"})
-            leave_tools_on_their_own(directory);
+        leave_roots_sources_to_root(machine);
+        prepare_tools("/usr/bin", "");
 
         const trace_room log(machine.scratch("log"));
         constexpr char ready = 'r';

@@ -30,7 +30,7 @@ public:
 
     [[nodiscard]] const library_call &call() const { return call_; }
 
-    outcome ask(const host &host);
+    outcome ask(const host &host, int seconds = 20);
 
 private:
     struct shared_room;

@@ -41,6 +41,12 @@ const std::set<std::string> rsa_routines = {"load_public_key", "verify_signature
 // These take what the first read gives: what the tool says of one device comes in one piece.
 const std::set<std::string> single_readers = {"harddisk_id", "orvane_get_harddisk_id"};
 
+std::string half_of_a_cut_event()
+{
+    const std::string start = "(EE) Time: 9999-99-99 99:99:99\t\tMessage: ";
+    return start + std::string(1023 / 2 - start.size(), 'x');
+}
+
 // What else a call may answer where a text could not be formatted or was written in part, for no
 // documentation says what it is then. All that is formatted here is short and of known kinds, so
 // that the C library has no reason to fail; and to a full disk, one write gives what it can.
@@ -53,8 +59,10 @@ const std::map<std::string, std::vector<std::string>> answers_of_cut_texts = {
     {"orvane_get_harddisk_id", {""}},
     // Without its seconds, its minutes, or anything.
     {"time_string", {"9999-99-99 99:99:", ":99.999", ""}},
-    // Half of the event. A second write for the rest could stand behind another writer's event.
-    {"log_write", {"(WW) Time: 9999-99-99 99:99", "before\n(WW) Time: 9999-99-99 99:99"}},
+    // Half of the line. A second write for the rest could stand behind another writer's line.
+    {"log_write",
+     {"(WW) Time: 9999-99-99 99:99", "before\n(WW) Time: 9999-99-99 99:99", half_of_a_cut_event()}},
+    {"orvane_trace", {"1 not begun", "1 not ended"}},
 };
 
 // What the processes of a trial print, the sanitizers' reports included.
