@@ -12,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <ostream>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -41,17 +42,37 @@ bool is_of_no_use(const library_call &call, const host &place)
            (has_own_log && place.name.find("log") != std::string::npos);
 }
 
+// With a sanitizer, which takes many times as long, every host sees a third of the calls, and every
+// call a third of the hosts.
+bool is_one_of_three(std::size_t call, std::size_t place)
+{
+    return !is_sanitized || (call + place) % 3 == 0;
+}
+
 // All hosts of one call come one after the other, because they share its machine.
 std::vector<call_on_host> every_call_on_every_host()
 {
+    const std::vector<library_call> &calls = library_calls();
     std::vector<call_on_host> all;
-    for (const library_call &call : library_calls()) {
-        for (const host &place : hosts()) {
-            if (!is_of_no_use(call, place))
-                all.push_back({&call, &place});
+    for (std::size_t call = 0; call < calls.size(); ++call) {
+        for (std::size_t place = 0; place < hosts().size(); ++place) {
+            if (!is_of_no_use(calls[call], hosts()[place]) && is_one_of_three(call, place))
+                all.push_back({&calls[call], &hosts()[place]});
         }
     }
     return all;
+}
+
+// The first way through each function.
+std::vector<const library_call *> call_of_each_function()
+{
+    std::set<std::string> functions;
+    std::vector<const library_call *> first;
+    for (const library_call &call : library_calls()) {
+        if (functions.insert(call.function).second)
+            first.push_back(&call);
+    }
+    return first;
 }
 
 // How many calls came through, in the words of a summary, and how many could not be made.
@@ -166,11 +187,11 @@ TEST(caller_with_much_memory, is_answered_as_any_other)
     const resident_memory much;
     const host place = {"much_memory", [] { return std::make_unique<condition>(); }};
     std::ostringstream objections;
-    for (const library_call &call : library_calls()) {
-        machine_process machine(call);
-        const call_on_host one = {&call, &place};
+    for (const library_call *const call : call_of_each_function()) {
+        machine_process machine(*call);
+        const call_on_host one = {call, &place};
         const outcome made = machine.ask(place);
-        const std::string wrong = objection(call, place, made);
+        const std::string wrong = objection(*call, place, made);
         if (wrong.empty())
             call_counts::survive(place.name);
         else
