@@ -247,9 +247,9 @@ ORVANE_API char *harddisk_id_lvm(const char *dev_name);
 /*
  * What "lsblk -J" prints, for find_root_disk().
  *
- * Returns: new text, empty when the command is missing or prints nothing, and no
- *          whole JSON where reading breaks off; NULL when the shell cannot be
- *          started.
+ * Returns: new text, empty when the command is missing or prints nothing; where
+ *          reading breaks off, the lines before that; NULL when the shell cannot
+ *          be started.
  * Reads:   lsblk -J, which the shell finds by PATH.
  * Errors:  "Failed to run lsblk" with the system's reason on standard error when
  *          the shell cannot be started. A listing of more than 4095 bytes ends the
@@ -351,7 +351,8 @@ ORVANE_API char *network_interface_get_max_mac(void);
  *          nothing, the second word of the first line with "Family", in any
  *          case, that dmidecode prints for the System Information (root). The
  *          family, not the manufacturer, stands in on purpose. At most 1023
- *          bytes. Which letters are a pair of cases is the locale's choice.
+ *          bytes. Which letters differ in case alone, the environment's locale
+ *          says.
  * Writes:  nothing.
  * Threads: safe.
  */
@@ -583,8 +584,9 @@ ORVANE_API int is_huawei_9x0(void);
  * expected: 64, 40 or 32 lower-case hexadecimal digits; what stands behind them
  *           does not count. NULL is never equal, and the file is not opened.
  * Returns:  1 when the digest is the expected one. 0 in every other case alike:
- *           it differs, `expected` is shorter or has a capital, or the file
- *           cannot be opened or read to its end, as a directory cannot.
+ *           it differs, `expected` is shorter or has a capital, the file cannot
+ *           be opened or read to its end, as a directory cannot, or libcrypto
+ *           fails.
  * Reads:    the file; the digest is OpenSSL libcrypto's. A pipe is waited for,
  *           and a read that a signal handler breaks off counts as failed.
  * Threads:  safe, on threads with at least 32 KiB of stack.
@@ -861,9 +863,9 @@ ORVANE_API unsigned int _os_get_version(void);
  * Returns: 1 when the log could be opened, even if the write then failed; 0 when
  *          it could not.
  * Errors:  "Open log file failed" or "Write to log file failed" with the
- *          system's reason on standard error. errno is left as it was. The
- *          SIGXFSZ that a write beyond the process's file size limit raises is
- *          taken back, so that such a line is lost and no more.
+ *          system's reason on standard error. errno is left as it was. A
+ *          line that does not fit into a full disk or the process's file size
+ *          limit is cut or lost; the SIGXFSZ of such a write is taken back.
  * Threads: safe for the log: each line is one appending write(). Stamps may mix,
  *          as for time_string().
  */
@@ -910,8 +912,8 @@ ORVANE_API const char *time_string(void);
  * message: any bytes.
  * tag:     the severity; "II", "WW" and "EE" are in use.
  * enabled: 0 makes the call do nothing at all.
- * Errors:  never reported; an event that cannot be written is lost. SIGXFSZ is
- *          taken back as by orvane_trace().
+ * Errors:  never reported; an event that cannot be written is lost, or cut, as a
+ *          line of orvane_trace() is.
  * Threads: each event is one appending write(), but the stamp comes from
  *          localtime(), so concurrent callers may see each other's.
  */
@@ -972,7 +974,8 @@ ORVANE_API char *key_file_to_data(struct _GKeyFile *kf, size_t *length);
  * Errors:  "Unable to save settings2: " (no text could be made) or "Unable to
  *          save settings3: " (it could not be written) and the reason, as a GLib
  *          warning without a log domain: on standard error unless the program
- *          handles GLib's log. The file is left as it was.
+ *          handles GLib's log. The file is left as it was. A process at its file
+ *          size limit gets SIGXFSZ, as from any write.
  */
 ORVANE_API void key_file_save_to_file(struct _GKeyFile *kf, const char *path);
 

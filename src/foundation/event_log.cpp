@@ -50,7 +50,6 @@ extern "C" void log_write(const char *path, const char *message, const char *tag
     if (!log)
         return;
 
-    const orvane::file_size_signal_guard event_may_be_lost;
     const orvane::heap_text stamp = orvane::event_stamp();
     orvane::bounded_text<orvane::event_bytes> event;
     if (stamp && *stamp != '\0') {
@@ -62,5 +61,6 @@ extern "C" void log_write(const char *path, const char *message, const char *tag
 
     // One write for the event, so that lines of several writers never mix. Deliberate: an event
     // that cannot be written is lost in silence, for the caller's work goes on either way.
+    const orvane::file_size_signal_guard event_may_be_lost;
     [[maybe_unused]] const ssize_t written = ::write(log.get(), event.c_str(), event.length());
 }

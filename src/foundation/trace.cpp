@@ -29,6 +29,20 @@ void end_with_newline(text_buffer &line) noexcept
         line.append("\n");
 }
 
+// Standard error may be a file that has reached the limit, too.
+void complain(const char *what) noexcept
+{
+    const file_size_signal_guard complaint_may_be_lost;
+    ::perror(what);
+}
+
+// One write for the line, so that lines of several processes never mix.
+ssize_t write_line(int log, const text_buffer &line) noexcept
+{
+    const file_size_signal_guard line_may_be_lost;
+    return ::write(log, line.c_str(), line.length());
+}
+
 } // namespace
 
 } // namespace orvane
@@ -77,7 +91,6 @@ extern "C" int orvane_trace(const char *format, ...)
 {
     // A trace line often stands between a failed call and the caller's look at errno.
     const orvane::errno_guard callers_errno;
-    const orvane::file_size_signal_guard line_may_be_lost;
     // A program may put its own functions in their place.
     // cppcheck-suppress knownConditionTrueFalse
     if (::orvane_logger_env_init() == 0 || ::orvane_is_tracing() == 0)
@@ -85,7 +98,7 @@ extern "C" int orvane_trace(const char *format, ...)
 
     const orvane::unique_fd log(::open(orvane::trace_file, O_WRONLY | O_CREAT | O_APPEND, 0644));
     if (!log) {
-        ::perror("Open log file failed");
+        orvane::complain("Open log file failed");
         return 0;
     }
 
@@ -101,8 +114,7 @@ extern "C" int orvane_trace(const char *format, ...)
     va_end(arguments);
     orvane::end_with_newline(line);
 
-    // One write for the line, so that lines of several processes never mix.
-    if (::write(log.get(), line.c_str(), line.length()) < 0)
-        ::perror("Write to log file failed");
+    if (orvane::write_line(log.get(), line) < 0)
+        orvane::complain("Write to log file failed");
     return 1;
 }

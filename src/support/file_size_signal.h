@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "support/errno_guard.h"
+
 #include <csignal>
 #include <ctime>
 
@@ -22,6 +24,7 @@ public:
     file_size_signal_guard &operator=(const file_size_signal_guard &) = delete;
     ~file_size_signal_guard()
     {
+        const errno_guard errno_of_the_write; // that there is none to take is no news
         constexpr std::timespec no_time = {};
         // One that the caller itself keeps waiting is the caller's.
         if (::sigismember(&pending_before_, SIGXFSZ) == 0)

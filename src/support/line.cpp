@@ -20,6 +20,16 @@ bool can_go_on(std::FILE *stream) noexcept
     return true;
 }
 
+// As many bytes as there is room for, or as come before the end or a failure.
+std::size_t read_bytes(std::FILE *stream, char *room, std::size_t size) noexcept
+{
+    std::size_t count = 0;
+    do
+        count += ::fread(room + count, 1, size - count, stream);
+    while (count != size && can_go_on(stream));
+    return count;
+}
+
 unique_file open_for_reading(const char *path) noexcept
 {
     return unique_file(path == nullptr ? nullptr : ::fopen(path, "r"));
@@ -67,25 +77,21 @@ bool first_line_of_command(const char *command, text_buffer &line) noexcept
 void read_text(std::FILE *stream, text_buffer &text) noexcept
 {
     text.clear();
-    char *end = text.data();
-    char *const last = text.data() + text.capacity() - 1;
-    do
-        end += ::fread(end, 1, static_cast<std::size_t>(last - end), stream);
-    while (end != last && can_go_on(stream));
+    static_cast<void>(read_bytes(stream, text.data(), text.capacity() - 1));
 }
 
 bool start_of_file(const char *path, text_buffer &text) noexcept
 {
     const unique_file file = open_for_reading(path);
     text.clear();
-    if (!file || ::fread(text.data(), 1, text.capacity(), file.get()) == 0)
+    if (!file || read_bytes(file.get(), text.data(), text.capacity()) == 0)
         return false;
-    text.terminate();
     // A part with a failure behind it would be taken for the whole.
     if (::ferror(file.get()) != 0) {
         text.clear();
         return false;
     }
+    text.terminate();
     return true;
 }
 

@@ -22,7 +22,8 @@ bool first_line_of_command(const char *command, text_buffer &line) noexcept;
 // Reads as much of a stream as the buffer holds, on to its end or until it cannot be read.
 void read_text(std::FILE *stream, text_buffer &text) noexcept;
 
-// Reads as much of a file as the buffer holds. False when there is no such file or no byte in it.
+// Reads as much of a file as the buffer holds. False when there is no such file, no byte in it, or
+// it cannot be read so far.
 bool start_of_file(const char *path, text_buffer &text) noexcept;
 
 void cut_at_line_end(text_buffer &text) noexcept;

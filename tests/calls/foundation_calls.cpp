@@ -314,21 +314,6 @@ void settings_file(constructed_machine &machine)
     machine.file("/srv/calls/empty", "");
 }
 
-owned_key_file key_file_of(std::string_view text)
-{
-    owned_key_file kf(::g_key_file_new());
-    constexpr auto flags =
-        static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
-    if (!::g_key_file_load_from_data(kf.get(), text.data(), text.size(), flags, nullptr))
-        throw std::runtime_error("not a key file: " + std::string(text));
-    return kf;
-}
-
-std::string text_of(GKeyFile *kf)
-{
-    return glib_text(::g_key_file_to_data(kf, nullptr, nullptr)).get();
-}
-
 std::string told_glib(char *text)
 {
     const glib_text owned(text);

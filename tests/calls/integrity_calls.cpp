@@ -714,20 +714,13 @@ std::string from_url(std::string_view url)
     });
 }
 
-library_call conversion_call(const std::string &function, const std::string &way, running run,
-                             const std::string &answer,
-                             const std::vector<std::string> &failures = {})
-{
-    return call_for(function, way, nullptr, run, answer, failures);
-}
-
 // The ways to convert nothing, which are refused alike.
 template <auto convert>
 std::vector<library_call> refusals_of(const std::string &function, orvane_result code)
 {
     constexpr std::size_t room = 13;
     const auto call_with = [&](const std::string &way, running run) {
-        return conversion_call(function, way, run, told(code) + ", untouched");
+        return bare_call(function, way, run, told(code) + ", untouched");
     };
     return {
         call_with("nothing",
@@ -767,22 +760,21 @@ std::vector<library_call> base64_calls()
 {
     return {
         // Nothing, or a part of the text, where libcrypto cannot write the rest.
-        conversion_call("base64_encode", "padded", [] { return encoded("machine!"); },
-                        "0, bWFjaGluZSE=", {"62, untouched", "0, bWFjaGlu", "0, "}),
-        conversion_call("base64_encode", "negative", converted_to_negative_length<base64_encode>,
-                        "0, "),
-        conversion_call("base64_decode", "padded", [] { return decoded("bWFjaGluZSE="); },
-                        "0, machine!", {"0, none"}),
-        conversion_call("base64_decode", "part",
-                        [] { return decoded(std::string_view("bWFjaGluZSE=").substr(0, 8)); },
-                        "0, machin", {"0, none"}),
-        conversion_call("base64_decode", "negative", converted_to_negative_length<base64_decode>,
-                        "0, ", {"0, none"}),
-        conversion_call(
+        bare_call("base64_encode", "padded", [] { return encoded("machine!"); },
+                  "0, bWFjaGluZSE=", {"62, untouched", "0, bWFjaGlu", "0, "}),
+        bare_call("base64_encode", "negative", converted_to_negative_length<base64_encode>, "0, "),
+        bare_call("base64_decode", "padded", [] { return decoded("bWFjaGluZSE="); }, "0, machine!",
+                  {"0, none"}),
+        bare_call("base64_decode", "part",
+                  [] { return decoded(std::string_view("bWFjaGluZSE=").substr(0, 8)); },
+                  "0, machin", {"0, none"}),
+        bare_call("base64_decode", "negative", converted_to_negative_length<base64_decode>, "0, ",
+                  {"0, none"}),
+        bare_call(
             "base64_decode", "length", [] { return decoded("bWF"); }, "59, untouched"),
-        conversion_call(
+        bare_call(
             "base64_decode", "character", [] { return decoded("bWF?"); }, "60, untouched"),
-        conversion_call(
+        bare_call(
             "base64_decode", "padding", [] { return decoded("bW=F"); }, "61, untouched"),
     };
 }
@@ -790,22 +782,22 @@ std::vector<library_call> base64_calls()
 std::vector<library_call> url_calls()
 {
     return {
-        conversion_call(
+        bare_call(
             "transform_to_url", "escapes", [] { return to_url("+/="); }, "0, %2B%2F%3D"),
-        conversion_call(
+        bare_call(
             "transform_to_url", "percent", [] { return to_url("a%"); }, "0, a%"),
-        conversion_call(
+        bare_call(
             "transform_to_url", "character", [] { return to_url("a?"); }, "64, "),
-        conversion_call(
+        bare_call(
             "transform_from_url", "escapes", [] { return from_url("a%2B%2F%3D"); }, "0, a+/="),
-        conversion_call(
+        bare_call(
             "transform_from_url", "cut_escape",
             [] { return from_url(std::string_view("a%2B%2F").substr(0, 2)); }, "0, a+"),
-        conversion_call(
+        bare_call(
             "transform_from_url", "character", [] { return from_url("a?"); }, "64, "),
-        conversion_call(
+        bare_call(
             "transform_from_url", "escape", [] { return from_url("a%2b"); }, "66, "),
-        conversion_call(
+        bare_call(
             "transform_from_url", "short_escape", [] { return from_url("a%2"); }, "66, "),
     };
 }

@@ -607,14 +607,6 @@ void lenovo_in_table(constructed_machine &machine)
     dmidecode_prints(machine, "", "\tManufacturer: LENOVO\n");
 }
 
-owned_key_file key_file_of(const std::string &text)
-{
-    owned_key_file kf(::g_key_file_new());
-    if (!::g_key_file_load_from_data(kf.get(), text.data(), text.size(), G_KEY_FILE_NONE, nullptr))
-        throw std::runtime_error("not a key file: " + text);
-    return kf;
-}
-
 std::string type_by(std::string_view lines, bool ignore_case)
 {
     const std::string text = "[manufacturer_patterns]\n" + std::string(lines);
@@ -645,10 +637,10 @@ std::string matched(const char *manufacturer, const char *pattern)
 
 constexpr char several_patterns[] = "empty=\ntongfang=THTF\nlenovo=KaiTian|LENOVO\nHUAWEI=HUAWEI\n";
 
-std::string text_of(GKeyFile *made)
+std::string told_patterns(GKeyFile *made)
 {
     const owned_key_file kf(made);
-    return kf ? glib_text(::g_key_file_to_data(kf.get(), nullptr, nullptr)).get() : "NULL";
+    return kf ? text_of(kf.get()) : "NULL";
 }
 
 constexpr char exact_patterns[] = "[manufacturer_patterns]\n"
@@ -771,10 +763,10 @@ std::vector<library_call> table_calls()
                   "TYPE_LIANSHUO TYPE_HUAWEI TYPE_UNKNOWN "),
         bare_call(
             "generate_machine_whitelist", "whole",
-            [] { return text_of(generate_machine_whitelist()); }, exact_patterns),
+            [] { return told_patterns(generate_machine_whitelist()); }, exact_patterns),
         bare_call(
             "generate_machine_whitelist_ignore_case", "whole",
-            [] { return text_of(generate_machine_whitelist_ignore_case()); },
+            [] { return told_patterns(generate_machine_whitelist_ignore_case()); },
             patterns_without_case),
         bare_call(
             "get_machine_info_simulate", "never",

@@ -150,6 +150,19 @@ const functions answers_of_requests =
 const functions to_pair_letters = {"orvane_get_vendor/capitals", "orvane_get_model/capitals",
                                    "hw_oem_info/capitals"};
 
+const functions to_need_no_memory = {
+    "toLowerCase",         "removeSpaces",
+    "removeSpacesTabs",    "removeSpecialChar",
+    "remove_null_chars",   "file_stat",
+    "redirect_stdio",      "findTypeEnum",
+    "machineTypeToString", "maching_machine_type_with_dmidecode",
+    "compute_sha256",      "file_check_sha256",
+    "file_check_sha1",     "file_check_md5",
+    "transform_to_url",    "transform_from_url",
+    "orvane_trace",        "orvane_is_tracing",
+    "time_string",
+};
+
 const functions to_end_without_memory = {
     "maching_machine_type",
     "generate_machine_whitelist",

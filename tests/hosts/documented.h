@@ -42,6 +42,9 @@ extern const functions to_pair_letters;
 // Run gpg, which has a store of keys and files of its own.
 extern const functions to_run_gpg;
 
+// Have all that they need on the stack.
+extern const functions to_need_no_memory;
+
 // End the process where GLib has no memory.
 extern const functions to_end_without_memory;
 

@@ -58,8 +58,8 @@ std::string encoded(const loaded_library &library, std::string_view data)
     return {text.data(), length};
 }
 
-// One call of each kind: a file, a tool, a tool without a shell, and each of the libraries behind,
-// with the lists and streams that they lend.
+// One call of each kind: a file, a tool, a tool without a shell, and the libraries behind, with the
+// lists and streams that they lend. Not GPGME, which stays for good once it has been asked.
 std::string everything_told(const loaded_library &library)
 {
     const auto told = [](char *text) { return owned_text(text).value(); };

@@ -166,6 +166,14 @@ TEST_F(base64_bytes, are_none_for_a_negative_length)
     }
 }
 
+TEST_F(base64_bytes, are_none_of_an_empty_text_whatever_its_length)
+{
+    decoding result(8);
+    EXPECT_EQ(result.of(std::string(4, '\0')), 0);
+    EXPECT_EQ(result.size, 0U);
+    EXPECT_TRUE(result.room.holds(""));
+}
+
 TEST_F(base64_bytes, are_decoded_afresh_every_time)
 {
     decoding result(8);

@@ -172,12 +172,15 @@ TEST_P(digest_in_steps, finishes_and_closes_when_a_read_fails_in_the_middle)
 
 TEST_P(digest_in_steps, finishes_and_closes_when_a_step_of_libcrypto_fails)
 {
+    texts expected;
     for (const char *const step : {"init", "update", "final"}) {
         calls.fail_once(step);
         EXPECT_EQ(check(of_abc()), 0) << step;
-        EXPECT_EQ(calls.made().back(), "close file") << step;
+        const texts steps = {opening(),   init(),  "read file", update("abc"),
+                             "read file", final(), "close file"};
+        expected.insert(expected.end(), steps.begin(), steps.end());
     }
-    EXPECT_EQ(std::ranges::count(calls.made(), final()), 3);
+    EXPECT_EQ(calls.made(), expected);
 }
 
 TEST_P(digest_in_steps, is_none_when_one_of_several_updates_fails)

@@ -420,6 +420,13 @@ TEST_F(silent_event_log, takes_an_event)
     EXPECT_EQ(said_about(path()), "");
 }
 
+TEST_F(silent_event_log, leaves_errno_after_an_event)
+{
+    errno = EDOM;
+    log_write(path().c_str(), "message", "II", 1);
+    EXPECT_EQ(errno, EDOM);
+}
+
 TEST_F(silent_event_log, is_given_up_when_it_cannot_be_opened)
 {
     record_calls();

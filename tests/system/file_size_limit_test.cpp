@@ -127,6 +127,19 @@ TEST_P(log_at_file_size_limit, loses_the_line_and_nothing_else)
     EXPECT_FALSE(is_blocked());
 }
 
+TEST_P(log_at_file_size_limit, takes_a_signal_of_no_other_write)
+{
+    const kept_waiting caller;
+    standard_error_of([] {
+        const no_longer_files here;
+        const int file = ::open(GetParam().file, O_WRONLY | O_APPEND | O_CLOEXEC);
+        EXPECT_EQ(::write(file, "x", 1), -1);
+        ::close(file);
+        GetParam().write();
+    });
+    EXPECT_TRUE(is_waiting());
+}
+
 TEST_P(log_at_file_size_limit, is_none_of_a_handlers_business)
 {
     static volatile std::sig_atomic_t signals;
@@ -175,7 +188,8 @@ protected:
 
 TEST_F(query_at_file_size_limit, has_its_answer)
 {
-    EXPECT_NE(standard_error_of([] { EXPECT_EQ(version(), 2U); }), "");
+    const std::string complaint = "Write to log file failed: File too large\n";
+    EXPECT_EQ(standard_error_of([] { EXPECT_EQ(version(), 2U); }), complaint + complaint);
 }
 
 TEST_F(query_at_file_size_limit, has_its_answer_when_its_complaints_go_to_a_file_as_full)

@@ -350,6 +350,13 @@ TEST(root_disk, does_not_look_at_a_position_in_another_text)
     EXPECT_EQ(standard_error_of([] { EXPECT_EQ(root_disk(nullptr), "(no text)"); }), "");
 }
 
+TEST(root_disk, does_not_look_at_a_position_behind_its_text)
+{
+    static constexpr char text[] = "not json\0gone";
+    interpose::cJSON_GetErrorPtr = [] { return &text[sizeof "not json"]; };
+    EXPECT_EQ(standard_error_of([] { EXPECT_EQ(root_disk(text), "(no text)"); }), "");
+}
+
 TEST(root_disk, is_none_where_there_is_no_memory_for_its_name)
 {
     interpose::strdup = [](const char *) -> char * { return nullptr; };

@@ -2,21 +2,17 @@
 //
 // What the torture is to find, found: these calls do on purpose what the library must not.
 #include "fixture.h"
+#include "misdeeds.h"
 #include "orvane.h"
 #include "torture.h"
 #include "trial.h"
 
-#include <chrono>
-#include <clocale>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <iostream>
-#include <stdexcept>
 #include <string>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <openssl/err.h>
 #include <sys/stat.h>
@@ -24,8 +20,6 @@
 #include <unistd.h>
 
 namespace {
-
-using namespace std::chrono_literals;
 
 // Makes the one fallible call that the library makes for these tests.
 bool is_failed()
@@ -57,15 +51,14 @@ protected:
 };
 
 // What a call does where the library's call fails.
-struct misdeed : named_case {
-    void (*action)();
-    std::string complaint; // what is in it
+struct misdeed_of_a_function : misdeed {
     std::string function = "file_stat";
     error_queue queue = error_queue::empty;
 };
 const misdeed *committed;
 
-class misbehaviour : public torture_engine, public testing::WithParamInterface<misdeed> {};
+class misbehaviour : public torture_engine,
+                     public testing::WithParamInterface<misdeed_of_a_function> {};
 
 TEST_P(misbehaviour, is_noticed)
 {
@@ -78,60 +71,22 @@ TEST_P(misbehaviour, is_noticed)
     });
     call.function = GetParam().function;
     EXPECT_EQ(try_call(machine, call, nothing_fails, GetParam().queue).complaint, "");
-    const trial_result tried = try_call(machine, call, first_call_fails, GetParam().queue, 2s);
+    const trial_result tried =
+        try_call(machine, call, first_call_fails, GetParam().queue, GetParam().seconds_to_wait());
     EXPECT_NE(tried.failed, nullptr);
     EXPECT_NE(tried.complaint.find(GetParam().complaint), std::string::npos) << tried.complaint;
 }
 
-const misdeed misdeeds[] = {
-    {"an_open_descriptor", [] { ::open("/dev/null", O_RDONLY); }, "is left open"},
-    {"a_closed_descriptor", [] { ::close(STDIN_FILENO); }, "descriptor 0 is closed"},
-    {"a_descriptor_of_another_file",
-     [] {
-         const int other = ::open("/", O_RDONLY);
-         ::dup2(other, STDIN_FILENO);
-         ::close(other);
-     },
-     "descriptor 0 is of another file"},
-    {"a_child_that_nobody_waits_for",
-     [] {
-         if (::fork() == 0)
-             ::_exit(0);
-     },
-     "a child is left"},
-    {"a_child_that_goes_on",
-     [] {
-         if (::fork() == 0)
-             ::pause();
-     },
-     "a child is left"},
+const misdeed_of_a_function misdeeds_of_one[] = {
     {"a_child_that_comes_back",
      [] {
          if (::fork() != 0)
              ::wait(nullptr);
      },
      "a child came back"},
-    {"a_changed_signal_mask",
-     [] {
-         sigset_t mask = {};
-         ::sigaddset(&mask, SIGUSR1);
-         ::sigprocmask(SIG_BLOCK, &mask, nullptr);
-     },
-     "another signal mask"},
-    {"a_changed_disposition", [] { std::signal(SIGCHLD, SIG_IGN); },
-     "another disposition of signal 17"},
     {"a_changed_disposition_of_a_broken_pipe", [] { std::signal(SIGPIPE, SIG_IGN); },
      "another disposition of signal 13"},
-    {"another_working_directory", [] { std::filesystem::current_path("/dev"); },
-     "another working directory"},
-    {"another_umask", [] { ::umask(077); }, "another umask"},
-    {"a_changed_environment", [] { ::setenv("TZ", "CET", 1); }, "another environment"},
-    {"another_locale", [] { std::setlocale(LC_ALL, "C.UTF-8"); }, "another locale"},
-    {"an_abort", [] { std::abort(); }, "ended by Aborted"},
-    {"an_exit", [] { ::_exit(3); }, "exit status 3"},
     {"an_exit_that_tells_success", [] { ::_exit(EXIT_SUCCESS); }, "ended before it came back"},
-    {"an_exception", [] { throw std::runtime_error("on purpose"); }, "thrown: on purpose"},
-    {"a_hang", [] { ::pause(); }, "it hangs"},
     {"a_new_error_of_libcrypto", [] { ERR_raise(ERR_LIB_USER, 1); },
      "another first error of libcrypto; another last error of libcrypto", "load_public_key"},
     {"a_new_error_of_libcrypto_behind_another", [] { ERR_raise(ERR_LIB_USER, 1); },
@@ -165,7 +120,17 @@ const misdeed misdeeds[] = {
     {"a_crash", [] { ::raise(SIGSEGV); }, "ended by Segmentation fault"},
 #endif
 };
-INSTANTIATE_TEST_SUITE_P(of, misbehaviour, testing::ValuesIn(misdeeds),
+INSTANTIATE_TEST_SUITE_P(of, misbehaviour, testing::ValuesIn(misdeeds_of_one),
+                         [](const auto &one) { return one.param.name; });
+
+std::vector<misdeed_of_a_function> misdeeds_of_this_function()
+{
+    std::vector<misdeed_of_a_function> all;
+    for (const misdeed &one : misdeeds_of_any_call())
+        all.push_back({one});
+    return all;
+}
+INSTANTIATE_TEST_SUITE_P(of_any_call, misbehaviour, testing::ValuesIn(misdeeds_of_this_function()),
                          [](const auto &one) { return one.param.name; });
 
 TEST_F(torture_engine, has_no_complaint_about_the_documented_failure)

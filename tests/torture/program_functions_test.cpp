@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// A program that defines the two sources which the library leaves to programs. The library reaches
-// them here alone, and what comes of their texts.
+// A program that defines the two sources which the library leaves to programs. No other program
+// that is tortured has them, nor reaches what comes of their texts.
 #include "answers.h"
 #include "fixture.h"
+#include "glib_owners.h"
 #include "orvane.h"
+#include "summary.h"
 #include "torture.h"
 
 #include <cstring>
-#include <memory>
 #include <string>
 
-#include <glib.h>
 #include <gtest/gtest.h>
 
 #define DEFINED_BY_PROGRAM extern "C" __attribute__((visibility("default")))
@@ -44,15 +44,14 @@ TEST_F(source_of_a_program, may_have_no_scene)
         .failures = {"0"},
     };
     const torture_result result = torture(machine, call);
-    EXPECT_EQ(result.complaints, texts{});
+    report(call, result);
     EXPECT_EQ(result.failures.count("zdk_system_get_appScene"), 1U);
     EXPECT_EQ(result.failures.count("g_get_os_info"), 0U);
 }
 
 std::string machine_type()
 {
-    const std::unique_ptr<GKeyFile, decltype(&::g_key_file_free)> patterns(
-        ::generate_machine_whitelist(), &::g_key_file_free);
+    const owned_key_file patterns(::generate_machine_whitelist());
     return told(::maching_machine_type(patterns.get(), false));
 }
 
@@ -68,7 +67,7 @@ TEST_F(source_of_a_program, may_name_a_maker_that_cannot_be_copied)
         .failures = {"-1"},
     };
     const torture_result result = torture(machine, call);
-    EXPECT_EQ(result.complaints, texts{});
+    report(call, result);
     EXPECT_EQ(result.failures.count("strdup"), 1U);
     EXPECT_EQ(result.failures.count("popen"), 0U) << "the firmware is asked";
 }

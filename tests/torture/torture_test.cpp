@@ -2,12 +2,10 @@
 #include "fallible_functions.h"
 #include "fixture.h"
 #include "library_calls.h"
+#include "summary.h"
 #include "torture.h"
 #include "trial.h"
 
-#include <iostream>
-#include <map>
-#include <numeric>
 #include <ostream>
 #include <set>
 #include <string>
@@ -22,43 +20,6 @@ static void PrintTo(const library_call &call, std::ostream *stream)
 
 namespace {
 
-using counts = std::map<std::string, unsigned long>;
-
-unsigned long sum(const counts &counted)
-{
-    return std::accumulate(counted.begin(), counted.end(), 0UL,
-                           [](unsigned long sum, const auto &one) { return sum + one.second; });
-}
-
-// The injected failures of all tests: by the library's function and by the one that failed.
-class injected_failures : public testing::Environment {
-public:
-    void add(const library_call &call, const torture_result &result)
-    {
-        std::cout << "torture: " << call.function << " " << call.way << " " << sum(result.failures)
-                  << " (" << result.runs << " runs)\n";
-        by_caller_[call.function] += sum(result.failures);
-        for (const auto &[name, count] : result.failures)
-            by_failed_[name] += count;
-    }
-
-    void TearDown() override
-    {
-        for (const auto &[name, count] : by_caller_)
-            std::cout << "torture: " << name << " total " << count << "\n";
-        for (const auto &[name, count] : by_failed_)
-            std::cout << "torture: failed " << name << " " << count << "\n";
-        std::cout << "torture: total " << sum(by_caller_) << "\n";
-    }
-
-private:
-    counts by_caller_;
-    counts by_failed_;
-};
-
-auto &injected =
-    *static_cast<injected_failures *>(testing::AddGlobalTestEnvironment(new injected_failures));
-
 class torture_of : public on_machine, public testing::WithParamInterface<library_call> {
 protected:
     void furnish() override
@@ -70,10 +31,7 @@ protected:
 
 TEST_P(torture_of, leaves_the_process_whole_and_tells_the_documented_failure)
 {
-    const torture_result result = torture(machine, GetParam());
-    injected.add(GetParam(), result);
-    for (const std::string &complaint : result.complaints)
-        ADD_FAILURE() << complaint;
+    report(GetParam(), torture(machine, GetParam()));
 }
 
 std::string name_of(const testing::TestParamInfo<library_call> &info)

@@ -24,6 +24,8 @@ template <class Function> Function *replacement(const std::string &name, Functio
 {
     const auto &functions = fallible_functions();
     const auto found = std::ranges::find(functions, name, &fallible_function::name);
+    if (found == functions.end())
+        throw std::runtime_error("not among the fallible functions: " + name);
     return reinterpret_cast<Function *>(found->replacement);
 }
 #define REPLACED(name) replacement(#name, &::name)

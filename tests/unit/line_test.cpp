@@ -351,6 +351,19 @@ TEST_F(interrupted_source, has_the_whole_line_of_a_pipe_in_the_file_system)
     EXPECT_EQ(signals_taken, 1);
 }
 
+TEST_F(interrupted_source, has_the_whole_start_of_a_pipe_in_the_file_system)
+{
+    const std::string pipe = machine.scratch("pipe");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const std::string writer = "{ " + print_around_a_signal("half ", "rest") + "} >" + pipe;
+    const orvane::tool_output running(::popen(writer.c_str(), "r"));
+    ASSERT_TRUE(running);
+    orvane::bounded_text<64> text;
+    EXPECT_TRUE(orvane::start_of_file(pipe.c_str(), text));
+    EXPECT_EQ(text.view(), "half rest");
+    EXPECT_EQ(signals_taken, 1);
+}
+
 // The start of a file.
 
 namespace {
