@@ -186,8 +186,8 @@ ORVANE_API char *harddisk_id(const char *dev_name);
  *          resolved.
  * Returns: new text, "MODEL_SERIAL" without spaces and newlines, each part cut at
  *          510 bytes; NULL when /usr/sbin/smartctl is not readable and executable
- *          or cannot be started, the name does not resolve to a block device, or
- *          one of the two is not told.
+ *          or cannot be started, the name does not resolve to a block device, its
+ *          report cannot be read to the end, or one of the two is not told.
  * Reads:   /usr/sbin/smartctl -i DEVICE (root), DEVICE being the resolved path,
  *          cut with the command line at 255 bytes. The last field of the last
  *          line about a model, and about a serial number, is taken.
@@ -232,8 +232,8 @@ ORVANE_API int is_logical_volume(const char *dev_name);
  *
  * dev_name: a logical volume's block device or a link to it; NULL is a name that
  *           cannot be resolved.
- * Returns:  new text; NULL when a tool is missing or tells no such volume, and
- *           when smartctl has no answer.
+ * Returns:  new text; NULL when a tool is missing, tells no such volume or cannot
+ *           be read to its end, and when smartctl has no answer.
  * Reads:    /sbin/lvdisplay DEVICE, cut at 255 bytes, for the volume group, then
  *           /sbin/pvdisplay (both root). A physical volume named like sda3_crypt
  *           stands for the first of the name's parts, without those that hold

@@ -37,6 +37,8 @@ void read_volume_group(std::FILE *report, lvm_name &group) noexcept
     line_buffer line;
     while (read_line(report, line))
         static_cast<void>(take_value(line, group_label, group));
+    if (broke_off(report))
+        group.clear();
 }
 
 // Deliberate: the group is compared as a prefix, and the physical volume is the last one of the
@@ -57,7 +59,7 @@ bool read_physical_volume(std::FILE *report, const lvm_name &group, lvm_name &vo
             is_found = true;
         follows_volume = false;
     }
-    return is_found;
+    return is_found && !broke_off(report);
 }
 
 void undo_encryption(lvm_name &volume) noexcept

@@ -57,6 +57,10 @@ void read_smartctl_report(std::FILE *report, smartctl_field &model, smartctl_fie
         take_field(line, model_words, model);
         take_field(line, serial_words, serial);
     }
+    if (broke_off(report)) {
+        model.clear();
+        serial.clear();
+    }
 }
 
 } // namespace orvane

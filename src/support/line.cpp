@@ -62,6 +62,11 @@ bool read_line(std::FILE *stream, text_buffer &line) noexcept
     return end != line.data() && ::feof(stream) != 0;
 }
 
+bool broke_off(std::FILE *stream) noexcept
+{
+    return ::ferror(stream) != 0;
+}
+
 bool first_line_of_file(const char *path, text_buffer &line) noexcept
 {
     const unique_file file = open_for_reading(path);
@@ -86,8 +91,8 @@ bool start_of_file(const char *path, text_buffer &text) noexcept
     text.clear();
     if (!file || read_bytes(file.get(), text.data(), text.capacity()) == 0)
         return false;
-    // A part with a failure behind it would be taken for the whole.
-    if (::ferror(file.get()) != 0) {
+    // A part would be taken for the whole.
+    if (broke_off(file.get())) {
         text.clear();
         return false;
     }

@@ -14,6 +14,9 @@ using line_buffer = bounded_text<1024>;
 // of the stream and when it cannot be read.
 bool read_line(std::FILE *stream, text_buffer &line) noexcept;
 
+// Whether reading has ended before the end. What would have come last is not known then.
+bool broke_off(std::FILE *stream) noexcept;
+
 // Read the first line and cut it at its first CR or LF; nothing else is trimmed. False when there
 // is no line: no such file, no such tool, no output.
 bool first_line_of_file(const char *path, text_buffer &line) noexcept;
