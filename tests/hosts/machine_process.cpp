@@ -278,6 +278,7 @@ void machine_process::end(bool by_force)
     ::close(requests_);
     int status = 0;
     ::waitpid(process_, &status, 0);
+    ::kill(-process_, SIGKILL); // what a call has left running
     process_ = -1;
     if (!by_force && status != 0)
         ADD_FAILURE() << "the machine of " << call_.function << " ends with " << status << ": "
