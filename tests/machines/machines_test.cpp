@@ -10,7 +10,6 @@
 #include "orvane.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <map>
 #include <stdexcept>
 
@@ -26,18 +25,6 @@ std::string said_to(const std::string &question)
     } catch (const std::runtime_error &error) {
         return error.what();
     }
-}
-
-// The names of the folders.
-texts machine_names()
-{
-    texts names;
-    for (const auto &entry : std::filesystem::directory_iterator(MACHINES)) {
-        if (entry.is_directory())
-            names.push_back(entry.path().filename());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 std::string test_name(const testing::TestParamInfo<std::string> &info)
@@ -62,7 +49,8 @@ protected:
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(of, recorded_computer, testing::ValuesIn(machine_names()), test_name);
+INSTANTIATE_TEST_SUITE_P(of, recorded_computer,
+                         testing::ValuesIn(recorded_machine::names_in(MACHINES)), test_name);
 
 TEST_P(recorded_computer, answers_as_expected)
 {
@@ -89,5 +77,5 @@ TEST_P(recorded_computer, is_described_in_one_line)
 
 TEST(recorded_computers, are_at_least_thirty)
 {
-    EXPECT_GE(machine_names().size(), 30U);
+    EXPECT_GE(recorded_machine::names_in(MACHINES).size(), 30U);
 }

@@ -53,6 +53,17 @@ std::string trail(const constructed_machine &machine)
 
 } // namespace
 
+std::vector<std::string> recorded_machine::names_in(const std::string &folders)
+{
+    std::vector<std::string> names;
+    for (const fs::directory_entry &entry : fs::directory_iterator(folders)) {
+        if (entry.is_directory())
+            names.push_back(entry.path().filename());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
 void recorded_machine::furnish(constructed_machine &machine) const
 {
     for (const char *const known : {"/etc/os-release", "/usr/lib/os-release"})

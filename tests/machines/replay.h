@@ -13,6 +13,9 @@ class recorded_machine {
 public:
     explicit recorded_machine(std::string folder) : folder_(std::move(folder)) {}
 
+    // The names of the folders in there, in their order.
+    [[nodiscard]] static std::vector<std::string> names_in(const std::string &folders);
+
     // Makes the machine such a computer.
     void furnish(constructed_machine &machine) const;
 

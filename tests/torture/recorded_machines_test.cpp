@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <set>
 #include <string>
 #include <tuple>
@@ -30,17 +29,6 @@ constexpr std::array<query, 5> queries = {{
     {"orvane_get_vendor", "vendor"},
     {"find_root_disk", "find_root_disk(get_lsblk_output())"},
 }};
-
-texts machine_names()
-{
-    texts names;
-    for (const auto &entry : std::filesystem::directory_iterator(MACHINES)) {
-        if (entry.is_directory())
-            names.push_back(entry.path().filename());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 using machine_and_query = std::tuple<std::string, query>;
 
@@ -105,7 +93,7 @@ TEST_P(torture_of_recorded, leaves_the_process_whole_and_tells_a_documented_fail
 }
 
 INSTANTIATE_TEST_SUITE_P(machine, torture_of_recorded,
-                         testing::Combine(testing::ValuesIn(machine_names()),
+                         testing::Combine(testing::ValuesIn(recorded_machine::names_in(MACHINES)),
                                           testing::ValuesIn(queries)),
                          test_name);
 
