@@ -59,7 +59,7 @@ std::string encoded(const loaded_library &library, std::string_view data)
 }
 
 // One call of each kind: a file, a tool, a tool without a shell, and the libraries behind, with the
-// lists and streams that they lend. Not GPGME, which stays for good once it has been asked.
+// lists and streams that they lend. GPGME is not among them.
 std::string everything_told(const loaded_library &library)
 {
     const auto told = [](char *text) { return owned_text(text).value(); };
