@@ -6,9 +6,8 @@
 #include "orvane.h"
 #include "support/bounded_text.h"
 #include "support/fatal.h"
-#include "support/fields.h"
-#include "support/handles.h"
-#include "support/prefix.h"
+#include "support/text.h"
+#include "support/owned.h"
 
 #include <cstdio>
 #include <cstring>
@@ -67,7 +66,7 @@ char *cmdline_find_root_token(const char *line) noexcept
         fatal_bounds_violation("the kernel command line is longer than 4095 characters");
     work.append(line);
 
-    fields words(work.data(), " \t");
+    tokenizer words(work.data(), " \t");
     while (const char *const word = words.next()) {
         if (has_prefix(word, "root="))
             return ::strdup(word);
@@ -82,7 +81,7 @@ char *resolve_root_spec(const char *token) noexcept
 
     // Deliberate: a value ends at its own first "=" too, and a form that is not known here stands
     // for itself: callers test what they get for being a block device.
-    fields parts(work.data(), "=");
+    tokenizer parts(work.data(), "=");
     const char *const key = parts.next();
     const char *const form = key != nullptr ? parts.next() : nullptr;
     if (form == nullptr)

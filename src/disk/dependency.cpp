@@ -4,10 +4,9 @@
 #include "disk/dependency.h"
 
 #include "orvane.h"
-#include "support/fields.h"
-#include "support/interrupted.h"
-#include "support/prefix.h"
-#include "support/tool.h"
+#include "support/text.h"
+#include "support/guards.h"
+#include "support/shell.h"
 
 #include <cerrno>
 #include <cstring>
@@ -81,14 +80,14 @@ bool make_standard_output(int fd) noexcept
 // Deliberate: one read. What the tool says of one device fits it, and comes in one piece.
 void read_report(const unique_fd &output, text_buffer &report) noexcept
 {
-    uninterrupted([&] { return ::read(output.get(), report.data(), report.capacity() - 1); });
+    retry_on_eintr([&] { return ::read(output.get(), report.data(), report.capacity() - 1); });
 }
 
 // Deliberate: any child will do. Where the caller ignores its children or reaps them by itself,
 // this one may be gone already, and the wait lasts for as long as the caller has others.
 void wait_for_child() noexcept
 {
-    uninterrupted([] { return ::wait(nullptr); });
+    retry_on_eintr([] { return ::wait(nullptr); });
 }
 
 } // namespace
@@ -97,7 +96,7 @@ void find_dependency(char *report, text_buffer &name) noexcept
 {
     if (::strchr(report, ':') == nullptr && !says_none(report))
         return;
-    fields parts(report, ":");
+    tokenizer parts(report, ":");
     while (const char *const part = parts.next()) {
         if (says_none(part)) {
             ::orvane_trace("cannot found deps");

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "support/bounded_text.h"
-#include "support/handles.h"
+#include "support/owned.h"
 
 namespace orvane {
 

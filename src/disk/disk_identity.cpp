@@ -3,7 +3,7 @@
 // Which disk holds the root file system, told by that disk's identity.
 #include "orvane.h"
 
-#include "support/handles.h"
+#include "support/owned.h"
 
 namespace orvane {
 

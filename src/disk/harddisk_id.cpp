@@ -7,7 +7,7 @@
 #include "disk/mapping.h"
 #include "disk/nvme.h"
 #include "orvane.h"
-#include "support/prefix.h"
+#include "support/text.h"
 
 #include <optional>
 

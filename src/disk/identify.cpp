@@ -4,7 +4,7 @@
 #include "disk/graphic.h"
 #include "orvane.h"
 #include "support/bounded_text.h"
-#include "support/handles.h"
+#include "support/owned.h"
 
 #include <cstddef>
 #include <span>

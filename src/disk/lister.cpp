@@ -7,9 +7,9 @@
 #include "disk/graphic.h"
 #include "orvane.h"
 #include "support/json_handles.h"
-#include "support/line.h"
-#include "support/printable.h"
-#include "support/tool.h"
+#include "support/line_reader.h"
+#include "support/text.h"
+#include "support/shell.h"
 
 #include <algorithm>
 #include <cstring>
@@ -34,7 +34,7 @@ const cJSON *find_device(const cJSON *devices, const char *wanted) noexcept
     for (int i = 0; i < count; ++i) {
         const cJSON *const device = ::cJSON_GetArrayItem(devices, i);
         const char *const name = name_of(device);
-        ::orvane_trace("current name '%s', dev_name '%s'", printable(name), printable(wanted));
+        ::orvane_trace("current name '%s', dev_name '%s'", or_null(name), or_null(wanted));
         if (name == nullptr)
             continue;
         const char *const component = last_component(name);

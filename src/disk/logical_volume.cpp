@@ -4,9 +4,8 @@
 #include "disk/device_path.h"
 #include "disk/lvm_report.h"
 #include "orvane.h"
-#include "support/line.h"
-#include "support/shell_word.h"
-#include "support/tool.h"
+#include "support/line_reader.h"
+#include "support/shell.h"
 
 #include <cstring>
 

@@ -4,9 +4,8 @@
 #include "disk/block_device.h"
 #include "disk/device_path.h"
 #include "orvane.h"
-#include "support/fields.h"
-#include "support/line.h"
-#include "support/prefix.h"
+#include "support/text.h"
+#include "support/line_reader.h"
 
 #include <cstring>
 
@@ -37,7 +36,7 @@ void read_volume_group(std::FILE *report, lvm_name &group) noexcept
     line_buffer line;
     while (read_line(report, line))
         static_cast<void>(take_value(line, group_label, group));
-    if (broke_off(report))
+    if (has_read_error(report))
         group.clear();
 }
 
@@ -59,7 +58,7 @@ bool read_physical_volume(std::FILE *report, const lvm_name &group, lvm_name &vo
             is_found = true;
         follows_volume = false;
     }
-    return is_found && !broke_off(report);
+    return is_found && !has_read_error(report);
 }
 
 void undo_encryption(lvm_name &volume) noexcept
@@ -68,7 +67,7 @@ void undo_encryption(lvm_name &volume) noexcept
         return;
     lvm_name name;
     name.append(last_component(volume.c_str()));
-    fields parts(name.data(), "_");
+    tokenizer parts(name.data(), "_");
     while (const char *const part = parts.next()) {
         if (::strstr(part, "crypt") != nullptr)
             continue;

@@ -7,7 +7,7 @@
 #include "disk/lister.h"
 #include "disk/nvme.h"
 #include "orvane.h"
-#include "support/printable.h"
+#include "support/text.h"
 
 #include <blkid.h>
 
@@ -21,7 +21,7 @@ using unique_probe = owned<blkid_struct_probe, ::blkid_free_probe>;
 // is tested as a path would be.
 heap_text find_candidate(const char *dependency) noexcept
 {
-    const char *const name = printable(dependency);
+    const char *const name = or_null(dependency);
     bounded_text<1024> node;
     node.format("/dev/%s", name);
     ::orvane_trace("physicalDiskNode: %s", node.c_str());

@@ -7,8 +7,8 @@
 #include "disk/graphic.h"
 #include "orvane.h"
 #include "support/directory.h"
-#include "support/line.h"
-#include "support/prefix.h"
+#include "support/line_reader.h"
+#include "support/text.h"
 
 #include <cstring>
 #include <string_view>

@@ -3,10 +3,9 @@
 // The start of a disk's model, for callers that tell makers apart by it.
 #include "orvane.h"
 
-#include "support/handles.h"
-#include "support/line.h"
-#include "support/shell_word.h"
-#include "support/tool.h"
+#include "support/owned.h"
+#include "support/line_reader.h"
+#include "support/shell.h"
 
 #include <cstring>
 

@@ -5,8 +5,8 @@
 
 #include "support/fatal.h"
 #include "support/json_handles.h"
-#include "support/line.h"
-#include "support/tool.h"
+#include "support/line_reader.h"
+#include "support/shell.h"
 
 #include <cstdio>
 #include <cstring>

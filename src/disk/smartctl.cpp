@@ -5,10 +5,9 @@
 
 #include "disk/device_path.h"
 #include "orvane.h"
-#include "support/fields.h"
-#include "support/line.h"
-#include "support/shell_word.h"
-#include "support/tool.h"
+#include "support/text.h"
+#include "support/line_reader.h"
+#include "support/shell.h"
 
 #include <algorithm>
 #include <cstring>
@@ -39,7 +38,7 @@ void take_field(line_buffer &line, words known, smartctl_field &value) noexcept
 {
     if (!mentions(line.c_str(), known))
         return;
-    fields parts(line.data(), ":");
+    tokenizer parts(line.data(), ":");
     while (const char *const part = parts.next()) {
         if (mentions(part, known))
             continue;
@@ -57,7 +56,7 @@ void read_smartctl_report(std::FILE *report, smartctl_field &model, smartctl_fie
         take_field(line, model_words, model);
         take_field(line, serial_words, serial);
     }
-    if (broke_off(report)) {
+    if (has_read_error(report)) {
         model.clear();
         serial.clear();
     }

@@ -3,8 +3,8 @@
 // The event log: tagged lines for administrators in a file of the caller's choosing.
 #include "orvane.h"
 #include "support/bounded_text.h"
-#include "support/file_size_signal.h"
-#include "support/handles.h"
+#include "support/guards.h"
+#include "support/owned.h"
 
 #include <cstring>
 #include <ctime>

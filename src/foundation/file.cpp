@@ -2,7 +2,7 @@
 //
 // A file's mode bits, and valid standard descriptors.
 #include "orvane.h"
-#include "support/handles.h"
+#include "support/owned.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -4,7 +4,7 @@
 #include "orvane.h"
 
 #include "foundation/application_scene.h"
-#include "support/prefix.h"
+#include "support/text.h"
 
 namespace orvane {
 

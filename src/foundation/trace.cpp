@@ -3,9 +3,8 @@
 // The trace log: one line for each notable step of a query, in one fixed file.
 #include "orvane.h"
 #include "support/bounded_text.h"
-#include "support/errno_guard.h"
-#include "support/file_size_signal.h"
-#include "support/handles.h"
+#include "support/guards.h"
+#include "support/owned.h"
 
 #include <cstdio>
 #include <cstring>

@@ -5,7 +5,7 @@
 
 #include "orvane.h"
 #include "support/bounded_text.h"
-#include "support/handles.h"
+#include "support/owned.h"
 
 #include <cctype>
 #include <cstring>

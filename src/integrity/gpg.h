@@ -2,7 +2,7 @@
 #pragma once
 
 #include "integrity/standard_descriptors.h"
-#include "support/handles.h"
+#include "support/owned.h"
 
 #include <cstddef>
 

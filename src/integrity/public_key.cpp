@@ -3,8 +3,8 @@
 // Reading an RSA public key.
 #include "integrity/crypto_errors.h"
 #include "orvane.h"
-#include "support/handles.h"
-#include "support/printable.h"
+#include "support/owned.h"
+#include "support/text.h"
 
 #include <cstdio>
 
@@ -15,7 +15,7 @@ extern "C" RSA *load_public_key(const char *path)
     const orvane::crypto_errors_guard guard;
     orvane::unique_file file(path == nullptr ? nullptr : ::fopen(path, "r"));
     if (!file) {
-        ::fprintf(stderr, "Error opening public key file: %s\n", orvane::printable(path));
+        ::fprintf(stderr, "Error opening public key file: %s\n", orvane::or_null(path));
         return nullptr;
     }
     RSA *const key = ::PEM_read_RSAPublicKey(file.get(), nullptr, nullptr, nullptr);

@@ -3,7 +3,7 @@
 // Whether a text carries a valid RSA signature.
 #include "integrity/crypto_errors.h"
 #include "orvane.h"
-#include "support/handles.h"
+#include "support/owned.h"
 
 #include <cstdio>
 #include <cstring>

@@ -3,7 +3,7 @@
 // Decoding base64 that was broken into lines.
 #include "integrity/base64_chain.h"
 #include "orvane.h"
-#include "support/handles.h"
+#include "support/owned.h"
 
 #include <climits>
 #include <cstdint>

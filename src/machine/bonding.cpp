@@ -3,7 +3,7 @@
 
 #include "orvane.h"
 #include "support/directory.h"
-#include "support/line.h"
+#include "support/line_reader.h"
 
 #include <sys/stat.h>
 

@@ -2,8 +2,8 @@
 #include "machine/huawei_9x0.h"
 
 #include "orvane.h"
-#include "support/handles.h"
-#include "support/line.h"
+#include "support/owned.h"
+#include "support/line_reader.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "machine/manufacturer.h"
 #include "orvane.h"
-#include "support/prefix.h"
+#include "support/text.h"
 
 namespace orvane {
 

@@ -4,7 +4,7 @@
 #include "machine/machine_type.h"
 
 #include "orvane.h"
-#include "support/prefix.h"
+#include "support/text.h"
 
 #include <algorithm>
 #include <iterator>

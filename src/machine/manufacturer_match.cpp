@@ -8,7 +8,7 @@
 #include "machine/manufacturer_patterns.h"
 #include "orvane.h"
 #include "support/glib_handles.h"
-#include "support/prefix.h"
+#include "support/text.h"
 
 #include <cstring>
 #include <optional>

@@ -7,7 +7,7 @@
 #include "machine/mac_address.h"
 #include "machine/usb_bus.h"
 #include "orvane.h"
-#include "support/prefix.h"
+#include "support/text.h"
 
 #include <algorithm>
 #include <cstring>

@@ -4,7 +4,7 @@
 #include "machine/dmi.h"
 #include "machine/dmidecode.h"
 #include "orvane.h"
-#include "support/line.h"
+#include "support/line_reader.h"
 
 #include <unistd.h>
 

@@ -5,7 +5,7 @@
 
 #include "machine/dmidecode.h"
 #include "orvane.h"
-#include "support/line.h"
+#include "support/line_reader.h"
 
 #include <algorithm>
 #include <iterator>

@@ -3,10 +3,9 @@
 
 #include "orvane.h"
 #include "support/directory.h"
-#include "support/line.h"
-#include "support/prefix.h"
-#include "support/shell_word.h"
-#include "support/tool.h"
+#include "support/line_reader.h"
+#include "support/text.h"
+#include "support/shell.h"
 
 #include <cstring>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "support/handles.h"
+#include "support/owned.h"
 
 #include <cstring>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "support/line.h"
+#include "support/line_reader.h"
 #include "fuzz.h"
 #include "orvane.h"
 

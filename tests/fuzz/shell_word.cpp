@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "support/shell_word.h"
+#include "support/shell.h"
 #include "fuzz.h"
 #include "shell.h"
 

@@ -3,8 +3,8 @@
 // As much of a stream as a text holds.
 #include "fixture.h"
 #include "stepped_stream.h"
-#include "support/line.h"
-#include "support/tool.h"
+#include "support/line_reader.h"
+#include "support/shell.h"
 
 #include <csignal>
 

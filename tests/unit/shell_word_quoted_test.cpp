@@ -2,7 +2,7 @@
 //
 // Texts that stand between single quotes whatever they are.
 #include "cases.h"
-#include "support/shell_word.h"
+#include "support/shell.h"
 
 #include <string>
 #include <string_view>

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "cases.h"
-#include "support/line.h"
-#include "support/shell_word.h"
-#include "support/tool.h"
+#include "support/line_reader.h"
+#include "support/shell.h"
 
 #include <string>
 #include <string_view>

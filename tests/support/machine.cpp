@@ -27,6 +27,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// The tools' own shell, by a name that watch_shell() leaves alone.
+constexpr char interpreter[] = "/usr/bin/dash";
 constexpr char trace_log[] = "/var/log/orvane/liborvane.log";
 
 void check(int result, const std::string &what)
@@ -78,33 +80,34 @@ fs::path deepest_existing_directory(fs::path path)
     return fs::canonical(path);
 }
 
-std::string why_no_namespaces()
+// Whether this process has entered namespaces that no machine has been started in yet.
+bool has_fresh_namespaces = false;
+
+void enter_namespaces()
 {
-    if (::geteuid() != 0)
-        return "a constructed machine needs root";
-    // In a child, because it cannot be taken back.
-    const pid_t child = ::fork();
-    if (child == 0)
-        ::_exit(::unshare(CLONE_NEWNS | CLONE_NEWNET) == 0 ? 0 : errno);
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    if (status == 0)
-        return {};
-    return "no private namespaces here: " + std::generic_category().message(WEXITSTATUS(status));
+    check(::unshare(CLONE_NEWNS | CLONE_NEWNET), "no private namespaces here");
+    has_fresh_namespaces = true;
 }
 
 } // namespace
 
 std::string constructed_machine::unavailable()
 {
-    // Asked once: a fork of a process under a sanitizer takes longer than most tests.
-    static const std::string reason = why_no_namespaces();
-    return reason;
+    if (::geteuid() != 0)
+        return "a constructed machine needs root";
+    try {
+        enter_namespaces();
+    } catch (const std::system_error &error) {
+        return error.what();
+    }
+    return {};
 }
 
 void constructed_machine::start()
 {
-    check(::unshare(CLONE_NEWNS | CLONE_NEWNET), "unshare");
+    if (!has_fresh_namespaces)
+        enter_namespaces();
+    has_fresh_namespaces = false;
     check(::mount("none", "/", "none", MS_REC | MS_PRIVATE, ""), "make mounts private");
 
     std::string staging = "/tmp/orvane-machine.XXXXXX";
@@ -112,8 +115,8 @@ void constructed_machine::start()
         throw std::system_error(errno, std::generic_category(), "mkdtemp");
     staging_ = staging;
     cover(staging_);
-    for (const char *const room : {"/proc", "/host", "/records", "/scratch"})
-        fs::create_directory(staging_ + room);
+    for (const char *const folder : {"/proc", "/host", "/records", "/scratch"})
+        fs::create_directory(staging_ + folder);
     fs::permissions(staging_ + "/scratch", fs::perms::all);
     bind("/proc", staging_ + "/proc", true);
 
@@ -194,7 +197,7 @@ bool constructed_machine::is_ours(const std::string &path) const
 }
 
 // Afterwards the path is free and its directory stands, on a file system of this machine.
-void constructed_machine::make_room(const std::string &path)
+void constructed_machine::clear_path(const std::string &path)
 {
     const fs::path parent = fs::path(path).parent_path();
     const fs::path standing = deepest_existing_directory(parent);
@@ -206,26 +209,26 @@ void constructed_machine::make_room(const std::string &path)
 
 void constructed_machine::file(const std::string &path, std::string_view content, mode_t mode)
 {
-    make_room(path);
+    clear_path(path);
     write_file(path, content, mode);
 }
 
 void constructed_machine::directory(const std::string &path, mode_t mode)
 {
-    make_room(path);
+    clear_path(path);
     check(::mkdir(path.c_str(), 0700), "mkdir " + path);
     check(::chmod(path.c_str(), mode), "chmod " + path);
 }
 
 void constructed_machine::link(const std::string &path, const std::string &target)
 {
-    make_room(path);
+    clear_path(path);
     fs::create_symlink(target, path);
 }
 
 void constructed_machine::node(const std::string &path, mode_t type, unsigned major, unsigned minor)
 {
-    make_room(path);
+    clear_path(path);
     check(::mknod(path.c_str(), type | 0600, makedev(major, minor)), "mknod " + path);
     check(::chmod(path.c_str(), 0666), "chmod " + path);
 }
@@ -242,7 +245,7 @@ void constructed_machine::character_device(const std::string &path, unsigned maj
 
 void constructed_machine::remove(const std::string &path)
 {
-    make_room(path);
+    clear_path(path);
 }
 
 void constructed_machine::file_system(const std::string &path, const std::string &options)
@@ -269,7 +272,7 @@ void constructed_machine::executable(const std::string &path, std::string_view c
 {
     const std::string record = quoted(record_of(path));
     std::ostringstream text;
-    text << "#!/bin/sh\n"
+    text << "#!" << interpreter << "\n"
          << "{ printf '%s\\0' \"$#\" \"$0\" \"$@\"; cat " << staging_
          << "/proc/$$/environ; printf '\\0'; } >>" << record << "\n"
          << commands << "\n";
@@ -318,6 +321,23 @@ std::vector<std::string> constructed_machine::trace() const
         messages.push_back(parts[2]);
     }
     return messages;
+}
+
+void constructed_machine::watch_shell()
+{
+    watched_shell_ = fs::canonical("/bin") / "sh";
+    script(watched_shell_, "exec " + std::string(interpreter) + " \"$@\"");
+}
+
+std::vector<std::string> constructed_machine::shell_commands() const
+{
+    std::vector<std::string> commands;
+    for (const tool_run &run : runs(watched_shell_)) {
+        // Some C libraries end the shell's options with "--" before the command.
+        if (run.arguments.size() >= 3 && run.arguments[1] == "-c")
+            commands.push_back(run.arguments.back());
+    }
+    return commands;
 }
 
 std::string constructed_machine::content(const std::string &path)

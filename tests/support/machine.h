@@ -31,7 +31,8 @@ public:
     constructed_machine &operator=(const constructed_machine &) = delete;
     ~constructed_machine() { stop(); }
 
-    // Why no machine can be constructed here, or nothing when one can.
+    // Why no machine can be constructed here, or nothing when one can. The process is in namespaces
+    // of its own afterwards.
     static std::string unavailable();
 
     void start();
@@ -49,6 +50,10 @@ public:
     void tool(const std::string &path, std::string_view prints);
     void script(const std::string &path, std::string_view commands, mode_t mode = 0755);
     [[nodiscard]] std::vector<tool_run> runs(const std::string &path) const;
+
+    // Records each command line that a program gives to /bin/sh from now on; it runs all the same.
+    void watch_shell();
+    [[nodiscard]] std::vector<std::string> shell_commands() const;
 
     // A small file system for the directory at the path, mounted with the options of tmpfs(5).
     void file_system(const std::string &path, const std::string &options);
@@ -78,13 +83,14 @@ private:
     void bind(const std::string &from, const std::string &to, bool writable);
     void fill_proc() const;
     void fill_dev();
-    void make_room(const std::string &path);
+    void clear_path(const std::string &path);
     void node(const std::string &path, mode_t type, unsigned major, unsigned minor);
     void executable(const std::string &path, std::string_view commands, mode_t mode);
     [[nodiscard]] std::string record_of(const std::string &tool_path) const;
     [[nodiscard]] bool is_ours(const std::string &path) const;
 
     std::string staging_;
+    std::string watched_shell_;
     std::vector<std::string> mounts_;
     std::vector<dev_t> file_systems_;
 };

@@ -1,12 +1,37 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// What a query must leave to its caller as it was: errno and signals.
 #pragma once
 
-#include "support/errno_guard.h"
-
+#include <cerrno>
 #include <csignal>
 #include <ctime>
 
 namespace orvane {
+
+// Leaves errno at the end of its life as it was at the start, for side work such as tracing that
+// stands between a failed call and the caller's look at errno.
+class errno_guard {
+public:
+    errno_guard() noexcept : before_(errno) {}
+    errno_guard(const errno_guard &) = delete;
+    errno_guard &operator=(const errno_guard &) = delete;
+    ~errno_guard() { restore(); }
+
+    void restore() const noexcept { errno = before_; }
+
+private:
+    int before_;
+};
+
+// Repeats a system call for as long as a caller's signal handler breaks it off.
+template <class Call> auto retry_on_eintr(Call call) noexcept
+{
+    auto result = call();
+    while (result == -1 && errno == EINTR)
+        result = call();
+    return result;
+}
 
 // A write beyond the process's file size limit fails and raises SIGXFSZ, which ends a caller that
 // knows nothing of it. For its lifetime the guard holds the signal back from this thread, and takes

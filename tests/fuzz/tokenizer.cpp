@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // The separators on the first line, and behind it the text.
-#include "support/fields.h"
+#include "support/text.h"
 #include "fuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
@@ -9,7 +9,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     std::string text = text_of(data, size);
     const std::string separators = take_line(text);
     std::string cut_up = text;
-    orvane::fields parts(cut_up.data(), separators.c_str());
+    orvane::tokenizer parts(cut_up.data(), separators.c_str());
 
     std::size_t start = 0;
     while ((start = text.find_first_not_of(separators, start)) != std::string::npos) {

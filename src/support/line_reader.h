@@ -15,7 +15,7 @@ using line_buffer = bounded_text<1024>;
 bool read_line(std::FILE *stream, text_buffer &line) noexcept;
 
 // Whether reading has ended before the end. What would have come last is not known then.
-bool broke_off(std::FILE *stream) noexcept;
+bool has_read_error(std::FILE *stream) noexcept;
 
 // Read the first line and cut it at its first CR or LF; nothing else is trimmed. False when there
 // is no line: no such file, no such tool, no output.

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <memory>
 #include <set>
+#include <source_location>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -54,6 +55,16 @@ protected:
         EXPECT_EQ(open_descriptors(), descriptors_before_);
         EXPECT_FALSE(has_children());
         machine.stop();
+    }
+
+    // What the library has written to the trace log since the machine started. The line of the
+    // caller is reported with a difference.
+    void expect_trace(const texts &lines,
+                      std::source_location caller = std::source_location::current()) const
+    {
+        const testing::ScopedTrace place(caller.file_name(), static_cast<int>(caller.line()),
+                                         "expect_trace()");
+        EXPECT_EQ(machine.trace(), lines);
     }
 
     // What the machine of a test holds from the start.

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "fixture.h"
 #include "stepped_stream.h"
-#include "support/line.h"
-#include "support/tool.h"
+#include "support/line_reader.h"
+#include "support/shell.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "support/line.h"
+#include "support/line_reader.h"
 
-#include "support/handles.h"
-#include "support/tool.h"
+#include "support/owned.h"
+#include "support/shell.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -62,7 +62,7 @@ bool read_line(std::FILE *stream, text_buffer &line) noexcept
     return end != line.data() && ::feof(stream) != 0;
 }
 
-bool broke_off(std::FILE *stream) noexcept
+bool has_read_error(std::FILE *stream) noexcept
 {
     return ::ferror(stream) != 0;
 }
@@ -92,7 +92,7 @@ bool start_of_file(const char *path, text_buffer &text) noexcept
     if (!file || read_bytes(file.get(), text.data(), text.capacity()) == 0)
         return false;
     // A part would be taken for the whole.
-    if (broke_off(file.get())) {
+    if (has_read_error(file.get())) {
         text.clear();
         return false;
     }

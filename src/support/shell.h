@@ -1,9 +1,21 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// Running system tools, and building their command lines.
 #pragma once
 
 #include "support/bounded_text.h"
+#include "support/owned.h"
+
+#include <string_view>
 
 namespace orvane {
+
+// Whether the caller may read and execute the tool at this path: asked before each run, so that a
+// missing tool costs no process.
+bool is_runnable(const char *path) noexcept;
+
+// Runs a command line through the shell for its output; empty when it cannot be started.
+tool_output run_tool(const char *command) noexcept;
 
 // Appends a text to a command line between single quotes. What is too long is cut, and the word is
 // closed all the same; without room for both quotes nothing is appended.

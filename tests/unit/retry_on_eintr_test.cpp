@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "support/interrupted.h"
+#include "support/guards.h"
 
 #include <cerrno>
 #include <cstddef>
@@ -47,7 +47,7 @@ struct outcome {
 outcome of(std::vector<step> steps)
 {
     stepped_calls calls(std::move(steps));
-    const long result = orvane::uninterrupted([&calls] { return calls.next(); });
+    const long result = orvane::retry_on_eintr([&calls] { return calls.next(); });
     return {result, calls.made()};
 }
 
@@ -96,7 +96,7 @@ TEST(uninterrupted_call, succeeds_with_a_signal_of_long_ago_in_errno)
 TEST(uninterrupted_call, gives_the_result_in_its_own_type)
 {
     EXPECT_TRUE(
-        (std::is_same_v<decltype(orvane::uninterrupted([] { return ssize_t{1}; })), ssize_t>));
-    EXPECT_TRUE((std::is_same_v<decltype(orvane::uninterrupted([] { return pid_t{1}; })), pid_t>));
-    EXPECT_EQ(orvane::uninterrupted([] { return ssize_t{1} << 40; }), ssize_t{1} << 40);
+        (std::is_same_v<decltype(orvane::retry_on_eintr([] { return ssize_t{1}; })), ssize_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(orvane::retry_on_eintr([] { return pid_t{1}; })), pid_t>));
+    EXPECT_EQ(orvane::retry_on_eintr([] { return ssize_t{1} << 40; }), ssize_t{1} << 40);
 }

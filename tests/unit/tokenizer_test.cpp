@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "cases.h"
-#include "support/fields.h"
+#include "support/text.h"
 
 #include <cstring>
 #include <string>
@@ -12,7 +12,7 @@ namespace {
 texts all_fields(std::string text, const char *separators)
 {
     texts found;
-    orvane::fields walk(text.data(), separators);
+    orvane::tokenizer walk(text.data(), separators);
     while (const char *const field = walk.next())
         found.emplace_back(field);
     return found;
@@ -24,17 +24,17 @@ struct split_text : named_case {
     texts fields;
 };
 
-class fields_of : public testing::TestWithParam<split_text> {};
+class tokens_of : public testing::TestWithParam<split_text> {};
 
 } // namespace
 
-TEST_P(fields_of, stand_between_runs_of_separators)
+TEST_P(tokens_of, stand_between_runs_of_separators)
 {
     EXPECT_EQ(all_fields(GetParam().text, GetParam().separators), GetParam().fields);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    a_text, fields_of,
+    a_text, tokens_of,
     testing::Values(split_text{"one", "one", "=", {"one"}},
                     split_text{"several", "a=b=c", "=", {"a", "b", "c"}},
                     split_text{"a_run", "a===b", "=", {"a", "b"}},
@@ -54,56 +54,56 @@ INSTANTIATE_TEST_SUITE_P(
                     split_text{"separators_alone", "===", "=", {}},
                     split_text{"nothing", "", "=", {}}));
 
-TEST(fields, are_cut_out_of_the_text_in_place)
+TEST(tokenizer, are_cut_out_of_the_text_in_place)
 {
     char text[] = "ab=c";
-    orvane::fields walk(text, "=");
+    orvane::tokenizer walk(text, "=");
     EXPECT_EQ(walk.next(), text);
     EXPECT_STREQ(text, "ab");
     EXPECT_EQ(walk.next(), text + 3);
 }
 
-TEST(fields, stay_at_their_end)
+TEST(tokenizer, stay_at_their_end)
 {
     char text[] = "a=";
-    orvane::fields walk(text, "=");
+    orvane::tokenizer walk(text, "=");
     EXPECT_STREQ(walk.next(), "a");
     EXPECT_EQ(walk.next(), nullptr);
     EXPECT_EQ(walk.next(), nullptr);
 }
 
-TEST(fields, of_nothing_stay_at_their_end)
+TEST(tokenizer, of_nothing_stay_at_their_end)
 {
     char text[] = "";
-    orvane::fields walk(text, "=");
+    orvane::tokenizer walk(text, "=");
     EXPECT_EQ(walk.next(), nullptr);
     EXPECT_EQ(walk.next(), nullptr);
 }
 
-TEST(fields, of_two_texts_do_not_meet)
+TEST(tokenizer, of_two_texts_do_not_meet)
 {
     char words[] = "a b";
     char parts[] = "c=d";
-    orvane::fields outer(words, " ");
-    orvane::fields inner(parts, "=");
+    orvane::tokenizer outer(words, " ");
+    orvane::tokenizer inner(parts, "=");
     EXPECT_STREQ(outer.next(), "a");
     EXPECT_STREQ(inner.next(), "c");
     EXPECT_STREQ(outer.next(), "b");
     EXPECT_STREQ(inner.next(), "d");
 }
 
-TEST(fields, of_a_field_leave_the_outer_walk_where_it_is)
+TEST(tokenizer, of_a_field_leave_the_outer_walk_where_it_is)
 {
     char text[] = "a=b c=d";
-    orvane::fields outer(text, " ");
-    orvane::fields inner(outer.next(), "=");
+    orvane::tokenizer outer(text, " ");
+    orvane::tokenizer inner(outer.next(), "=");
     EXPECT_STREQ(inner.next(), "a");
     EXPECT_STREQ(inner.next(), "b");
     EXPECT_EQ(inner.next(), nullptr);
     EXPECT_STREQ(outer.next(), "c=d");
 }
 
-TEST(fields, leave_a_walk_of_the_process_where_it_is)
+TEST(tokenizer, leave_a_walk_of_the_process_where_it_is)
 {
     char of_the_process[] = "one two";
     ASSERT_STREQ(std::strtok(of_the_process, " "), "one");

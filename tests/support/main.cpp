@@ -1,0 +1,310 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// The main() of every test program. Each case runs in a forked child, several at a time: a case
+// that crashes, hangs or spoils its process harms no other, and no program is started anew for it.
+//
+//     --jobs=N        cases at a time; one for each processor by default
+//     --in-process    run them one after the other without forking, for a debugger or valgrind
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using clock_type = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds longest_case(180);
+constexpr int skipped_status = 77;
+constexpr std::string_view skip_mark = "skipped because: ";
+
+int check(int result, const char *what)
+{
+    if (result < 0)
+        throw std::system_error(errno, std::generic_category(), what);
+    return result;
+}
+
+// What a child prints, and what the sanitizers print for it.
+class captured_output {
+public:
+    captured_output() : fd_(check(::memfd_create("output", MFD_CLOEXEC), "memfd_create")) {}
+    captured_output(captured_output &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+    captured_output &operator=(captured_output &&) = delete;
+    ~captured_output()
+    {
+        if (fd_ >= 0)
+            ::close(fd_);
+    }
+
+    void receive() const
+    {
+        check(::dup2(fd_, STDOUT_FILENO), "dup2");
+        check(::dup2(fd_, STDERR_FILENO), "dup2");
+    }
+    [[nodiscard]] std::string text() const
+    {
+        std::string text(static_cast<std::size_t>(::lseek(fd_, 0, SEEK_END)), '\0');
+        check(static_cast<int>(::pread(fd_, text.data(), text.size(), 0)), "pread");
+        return text;
+    }
+
+private:
+    int fd_;
+};
+
+class skip_reasons : public testing::EmptyTestEventListener {
+    void OnTestPartResult(const testing::TestPartResult &result) override
+    {
+        if (result.skipped())
+            std::printf("%s%s\n", skip_mark.data(), result.message());
+    }
+};
+
+// Whether something in the process reports at its exit: a sanitizer, or the counters of coverage.
+bool is_examined()
+{
+    constexpr const char *reporters[] = {"__asan_init", "__tsan_init", "counters_are_written_now"};
+    return std::any_of(std::begin(reporters), std::end(reporters),
+                       [](const char *name) { return ::dlsym(RTLD_DEFAULT, name) != nullptr; });
+}
+
+// Does not return. Exit handlers run only where something reports there: to destroy the records of
+// thousands of other cases takes longer than most cases.
+[[noreturn]] void run_in_child(const std::string &filter, const captured_output &output)
+{
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    ::setpgid(0, 0);
+    output.receive();
+    testing::UnitTest &tests = *testing::UnitTest::GetInstance();
+    tests.listeners().Append(new skip_reasons);
+    testing::GTEST_FLAG(filter) = filter;
+    testing::GTEST_FLAG(output) = "";
+    const int status = RUN_ALL_TESTS();
+    const bool is_skipped = status == 0 && tests.skipped_test_count() > 0;
+    const int result = is_skipped ? skipped_status : status;
+    if (is_examined())
+        std::exit(result);
+    std::fflush(nullptr);
+    ::_exit(result);
+}
+
+std::vector<std::string> names_in_listing(const std::string &listing)
+{
+    std::vector<std::string> names;
+    std::string suite;
+    for (std::size_t start = 0; start < listing.size();) {
+        const std::size_t end = std::min(listing.find('\n', start), listing.size());
+        const std::string line = listing.substr(start, end - start);
+        const std::string word = line.substr(0, line.find("  #"));
+        if (line.starts_with("  "))
+            names.push_back(suite + word.substr(2));
+        else if (word.ends_with('.'))
+            suite = word;
+        start = end + 1;
+    }
+    return names;
+}
+
+// The cases that the filter chooses.
+std::vector<std::string> chosen_cases()
+{
+    const captured_output listing;
+    const pid_t child = check(::fork(), "fork");
+    if (child == 0) {
+        listing.receive();
+        testing::GTEST_FLAG(list_tests) = true;
+        const int status = RUN_ALL_TESTS();
+        std::fflush(nullptr);
+        ::_exit(status);
+    }
+    int status = 0;
+    check(::waitpid(child, &status, 0), "waitpid");
+    if (status != 0)
+        throw std::runtime_error("the cases cannot be listed");
+    return names_in_listing(listing.text());
+}
+
+unsigned number_in_environment(const char *name, unsigned otherwise)
+{
+    const char *const text = std::getenv(name);
+    return text != nullptr ? static_cast<unsigned>(std::stoul(text)) : otherwise;
+}
+
+// This process's share of the cases, by Google Test's own variables.
+std::vector<std::string> shard_of(const std::vector<std::string> &cases)
+{
+    const unsigned shards = number_in_environment("GTEST_TOTAL_SHARDS", 1);
+    const unsigned index = number_in_environment("GTEST_SHARD_INDEX", 0);
+    ::unsetenv("GTEST_TOTAL_SHARDS");
+    ::unsetenv("GTEST_SHARD_INDEX");
+    std::vector<std::string> own;
+    for (std::size_t i = index; i < cases.size(); i += shards)
+        own.push_back(cases[i]);
+    return own;
+}
+
+class runner {
+public:
+    runner(std::vector<std::string> cases, unsigned jobs) : cases_(std::move(cases)), jobs_(jobs) {}
+
+    int run()
+    {
+        const clock_type::time_point begin = clock_type::now();
+        std::size_t next = 0;
+        while (next < cases_.size() || !running_.empty()) {
+            while (next < cases_.size() && running_.size() < jobs_ && !is_enough())
+                start(cases_[next++]);
+            if (running_.empty())
+                break;
+            wait_for_one();
+        }
+        summarise(clock_type::now() - begin);
+        return failed_.empty() ? 0 : 1;
+    }
+
+private:
+    struct child {
+        std::string name;
+        captured_output output;
+        clock_type::time_point begin;
+    };
+
+    [[nodiscard]] bool is_enough() const
+    {
+        return testing::GTEST_FLAG(fail_fast) && !failed_.empty();
+    }
+
+    void start(const std::string &name)
+    {
+        child started{name, captured_output(), clock_type::now()};
+        std::fflush(nullptr);
+        const pid_t pid = check(::fork(), "fork");
+        if (pid == 0)
+            run_in_child(name, started.output);
+        running_.emplace(pid, std::move(started));
+    }
+
+    void wait_for_one()
+    {
+        int status = 0;
+        pid_t pid = 0;
+        while ((pid = ::waitpid(-1, &status, WNOHANG)) == 0) {
+            end_what_hangs();
+            std::this_thread::sleep_for(std::chrono::microseconds(500));
+        }
+        check(pid, "waitpid");
+        const auto ended = running_.find(pid);
+        if (ended == running_.end())
+            return;
+        // What a case has left behind must not outlive it.
+        ::kill(-pid, SIGKILL);
+        judge(ended->second, status);
+        running_.erase(ended);
+    }
+
+    void end_what_hangs() const
+    {
+        for (const auto &[pid, one] : running_) {
+            if (clock_type::now() - one.begin > longest_case)
+                ::kill(-pid, SIGKILL);
+        }
+    }
+
+    void judge(const child &ended, int status)
+    {
+        const std::string output = ended.output.text();
+        if (WIFEXITED(status) && WEXITSTATUS(status) == 0) {
+            ++passed_;
+        } else if (WIFEXITED(status) && WEXITSTATUS(status) == skipped_status) {
+            ++skipped_[reason_in(output)];
+        } else {
+            failed_.push_back(ended.name);
+            std::printf("%s", output.c_str());
+            if (WIFSIGNALED(status))
+                std::printf("%s ended by signal %d, %s\n", ended.name.c_str(), WTERMSIG(status),
+                            ::strsignal(WTERMSIG(status)));
+            else
+                std::printf("%s ended with status %d\n", ended.name.c_str(), WEXITSTATUS(status));
+            std::fflush(stdout);
+        }
+    }
+
+    static std::string reason_in(const std::string &output)
+    {
+        const std::size_t mark = output.find(skip_mark);
+        if (mark == std::string::npos)
+            return "no reason";
+        const std::size_t start = mark + skip_mark.size();
+        return output.substr(start, output.find('\n', start) - start);
+    }
+
+    void summarise(clock_type::duration time) const
+    {
+        std::size_t skipped = 0;
+        for (const auto &[reason, count] : skipped_)
+            skipped += count;
+        std::printf("[==========] %zu tests ran. (%lld ms total)\n",
+                    passed_ + skipped + failed_.size(),
+                    static_cast<long long>(
+                        std::chrono::duration_cast<std::chrono::milliseconds>(time).count()));
+        std::printf("[  PASSED  ] %zu tests.\n", passed_);
+        for (const auto &[reason, count] : skipped_)
+            std::printf("[  SKIPPED ] %zu tests: %s\n", count, reason.c_str());
+        for (const std::string &name : failed_)
+            std::printf("[  FAILED  ] %s\n", name.c_str());
+        std::fflush(stdout);
+    }
+
+    const std::vector<std::string> cases_;
+    const unsigned jobs_;
+    std::map<pid_t, child> running_;
+    std::size_t passed_ = 0;
+    std::map<std::string, std::size_t> skipped_;
+    std::vector<std::string> failed_;
+};
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    // A death test that starts the program anew is a case's own child already.
+    bool in_process = std::any_of(argv, argv + argc, [](std::string_view option) {
+        return option.starts_with("--gtest_internal_run_death_test");
+    });
+    testing::InitGoogleTest(&argc, argv);
+    in_process = in_process || testing::GTEST_FLAG(list_tests);
+    unsigned jobs = std::max(1U, std::thread::hardware_concurrency());
+    for (const std::string_view option : std::vector<std::string_view>(argv + 1, argv + argc)) {
+        if (option == "--in-process") {
+            in_process = true;
+        } else if (option.starts_with("--jobs=")) {
+            jobs = static_cast<unsigned>(std::max(1, std::atoi(option.substr(7).data())));
+        } else {
+            std::fprintf(stderr, "%s: unknown option %s\n", argv[0], option.data());
+            return 2;
+        }
+    }
+    if (in_process)
+        return RUN_ALL_TESTS();
+    const std::vector<std::string> cases = shard_of(chosen_cases());
+    return runner(cases, jobs).run();
+}
