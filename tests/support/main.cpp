@@ -5,6 +5,8 @@
 //
 //     --jobs=N        cases at a time; one for each processor by default
 //     --in-process    run them one after the other without forking, for a debugger or valgrind
+#include "sanitizers.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -13,6 +15,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <set>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -21,7 +25,6 @@
 
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
@@ -34,7 +37,6 @@ using clock_type = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds longest_case(180);
 constexpr int skipped_status = 77;
-constexpr std::string_view skip_mark = "skipped because: ";
 
 int check(int result, const char *what)
 {
@@ -71,20 +73,34 @@ private:
     int fd_;
 };
 
-class skip_reasons : public testing::EmptyTestEventListener {
+// How a case ended, on a line of its own that the parent reads.
+constexpr std::string_view end_mark = "@ended ";
+
+class end_notes : public testing::EmptyTestEventListener {
     void OnTestPartResult(const testing::TestPartResult &result) override
     {
         if (result.skipped())
-            std::printf("%s%s\n", skip_mark.data(), result.message());
+            reason_ = result.message();
     }
+    void OnTestEnd(const testing::TestInfo &test) override
+    {
+        const char *const end = test.result()->Failed()    ? "failed"
+                                : test.result()->Skipped() ? "skipped"
+                                                           : "passed";
+        std::printf("\n%s%s %s.%s %s\n", end_mark.data(), end, test.test_suite_name(), test.name(),
+                    reason_.c_str());
+        std::fflush(stdout);
+        reason_.clear();
+    }
+
+    std::string reason_;
 };
 
 // Whether something in the process reports at its exit: a sanitizer, or the counters of coverage.
 bool is_examined()
 {
-    constexpr const char *reporters[] = {"__asan_init", "__tsan_init", "counters_are_written_now"};
-    return std::any_of(std::begin(reporters), std::end(reporters),
-                       [](const char *name) { return ::dlsym(RTLD_DEFAULT, name) != nullptr; });
+    return has_address_sanitizer() || has_thread_sanitizer() ||
+           std::getenv("GCOV_ERROR_FILE") != nullptr;
 }
 
 // Does not return. Exit handlers run only where something reports there: to destroy the records of
@@ -94,17 +110,14 @@ bool is_examined()
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::setpgid(0, 0);
     output.receive();
-    testing::UnitTest &tests = *testing::UnitTest::GetInstance();
-    tests.listeners().Append(new skip_reasons);
+    testing::UnitTest::GetInstance()->listeners().Append(new end_notes);
     testing::GTEST_FLAG(filter) = filter;
     testing::GTEST_FLAG(output) = "";
     const int status = RUN_ALL_TESTS();
-    const bool is_skipped = status == 0 && tests.skipped_test_count() > 0;
-    const int result = is_skipped ? skipped_status : status;
     if (is_examined())
-        std::exit(result);
+        std::exit(status);
     std::fflush(nullptr);
-    ::_exit(result);
+    ::_exit(status);
 }
 
 std::vector<std::string> names_in_listing(const std::string &listing)
@@ -162,6 +175,15 @@ std::vector<std::string> shard_of(const std::vector<std::string> &cases)
     return own;
 }
 
+std::vector<std::string> split(const std::string &text, char separator)
+{
+    std::vector<std::string> parts;
+    std::istringstream stream(text);
+    for (std::string part; std::getline(stream, part, separator);)
+        parts.push_back(part);
+    return parts;
+}
+
 class runner {
 public:
     runner(std::vector<std::string> cases, unsigned jobs) : cases_(std::move(cases)), jobs_(jobs) {}
@@ -172,18 +194,20 @@ public:
         std::size_t next = 0;
         while (next < cases_.size() || !running_.empty()) {
             while (next < cases_.size() && running_.size() < jobs_ && !is_enough())
-                start(cases_[next++]);
+                next = start(next);
             if (running_.empty())
                 break;
             wait_for_one();
         }
         summarise(clock_type::now() - begin);
-        return failed_.empty() ? 0 : 1;
+        if (!failed_.empty())
+            return 1;
+        return passed_ == 0 && !skipped_.empty() ? skipped_status : 0;
     }
 
 private:
     struct child {
-        std::string name;
+        std::vector<std::string> cases;
         captured_output output;
         clock_type::time_point begin;
     };
@@ -193,14 +217,24 @@ private:
         return testing::GTEST_FLAG(fail_fast) && !failed_.empty();
     }
 
-    void start(const std::string &name)
+    // Starts a child for one case, or for several where forking and the report at the end take
+    // longer than the case. Returns the number of the case after them.
+    std::size_t start(std::size_t first)
     {
-        child started{name, captured_output(), clock_type::now()};
+        const std::size_t last = std::min(first + (is_examined() ? 8 : 1), cases_.size());
+        child started{{cases_.begin() + static_cast<std::ptrdiff_t>(first),
+                       cases_.begin() + static_cast<std::ptrdiff_t>(last)},
+                      captured_output(),
+                      clock_type::now()};
+        std::string filter;
+        for (const std::string &name : started.cases)
+            filter += name + ":";
         std::fflush(nullptr);
         const pid_t pid = check(::fork(), "fork");
         if (pid == 0)
-            run_in_child(name, started.output);
+            run_in_child(filter, started.output);
         running_.emplace(pid, std::move(started));
+        return last;
     }
 
     void wait_for_one()
@@ -232,29 +266,38 @@ private:
     void judge(const child &ended, int status)
     {
         const std::string output = ended.output.text();
-        if (WIFEXITED(status) && WEXITSTATUS(status) == 0) {
-            ++passed_;
-        } else if (WIFEXITED(status) && WEXITSTATUS(status) == skipped_status) {
-            ++skipped_[reason_in(output)];
-        } else {
-            failed_.push_back(ended.name);
-            std::printf("%s", output.c_str());
-            if (WIFSIGNALED(status))
-                std::printf("%s ended by signal %d, %s\n", ended.name.c_str(), WTERMSIG(status),
-                            ::strsignal(WTERMSIG(status)));
+        const std::size_t failed_before = failed_.size();
+        std::set<std::string> without_end(ended.cases.begin(), ended.cases.end());
+        for (const std::string &line : split(output, '\n')) {
+            if (!line.starts_with(end_mark))
+                continue;
+            const std::vector<std::string> words = split(line, ' ');
+            without_end.erase(words.at(2));
+            if (words[1] == "failed")
+                failed_.push_back(words[2]);
+            else if (words[1] == "skipped")
+                ++skipped_[line.substr(line.find(words[2]) + words[2].size() + 1)];
             else
-                std::printf("%s ended with status %d\n", ended.name.c_str(), WEXITSTATUS(status));
-            std::fflush(stdout);
+                ++passed_;
         }
+        failed_.insert(failed_.end(), without_end.begin(), without_end.end());
+        // A sanitizer may have found something after the last case.
+        if (failed_.size() == failed_before && status != 0)
+            failed_.push_back(ended.cases.back());
+        if (failed_.size() != failed_before)
+            report(ended, output, status);
     }
 
-    static std::string reason_in(const std::string &output)
+    static void report(const child &ended, const std::string &output, int status)
     {
-        const std::size_t mark = output.find(skip_mark);
-        if (mark == std::string::npos)
-            return "no reason";
-        const std::size_t start = mark + skip_mark.size();
-        return output.substr(start, output.find('\n', start) - start);
+        std::printf("%s", output.c_str());
+        if (WIFSIGNALED(status))
+            std::printf("%s: ended by signal %d, %s\n", ended.cases.front().c_str(),
+                        WTERMSIG(status), ::strsignal(WTERMSIG(status)));
+        else
+            std::printf("%s: ended with status %d\n", ended.cases.front().c_str(),
+                        WEXITSTATUS(status));
+        std::fflush(stdout);
     }
 
     void summarise(clock_type::duration time) const

@@ -5,7 +5,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <iterator>
+#include <stdexcept>
 #include <system_error>
 
 #include <fcntl.h>
@@ -164,4 +166,15 @@ bool has_children()
 {
     siginfo_t info = {};
     return ::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == 0;
+}
+
+std::string build_folder()
+{
+    std::filesystem::path folder = std::filesystem::read_symlink("/proc/self/exe");
+    while (!std::filesystem::exists(folder / "CMakeCache.txt")) {
+        if (folder == folder.root_path())
+            throw std::runtime_error("the program stands in no build folder");
+        folder = folder.parent_path();
+    }
+    return folder;
 }

@@ -53,3 +53,6 @@ mode_t permissions(const std::string &path);
 
 // Whether this process has a child, running or not yet waited for.
 bool has_children();
+
+// The folder of the build that the running program belongs to.
+std::string build_folder();

@@ -1,6 +1,19 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// What the sanitizers are told in every test program.
+// The options of the sanitizers in every test program.
+#include "sanitizers.h"
+
+#include <dlfcn.h>
+
+bool has_address_sanitizer()
+{
+    return ::dlsym(RTLD_DEFAULT, "__asan_init") != nullptr;
+}
+
+bool has_thread_sanitizer()
+{
+    return ::dlsym(RTLD_DEFAULT, "__tsan_init") != nullptr;
+}
 
 extern "C" const char *__asan_default_options()
 {
