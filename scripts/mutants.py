@@ -20,16 +20,16 @@ from faults import Fault
 
 ROOT = Path(__file__).resolve().parent.parent
 
-# No test takes half a second; a program that says nothing for so long does not come back.
-SILENCE = 20
+# A case that takes so many seconds does not end; hardly any takes one.
+CASE_SECONDS = 20
 LONGEST_RUN = 300
-# Each takes a test from everywhere, so that a fault which many tests notice is noticed soon.
-STRIDES = 8
 UNIT_TESTS = "tests/unit/unit_tests"
-SYSTEM_TESTS = "tests/system/system_tests"
-OTHER_TESTS = ["tests/system/gpg_tests", "tests/system/scene_tests"]
+SYSTEM_TESTS = {
+    subsystem: f"tests/system/{subsystem}_tests"
+    for subsystem in ("foundation", "disk", "machine", "integrity", "gpg", "scene")
+}
 # Words in the names of tests that do not tell their subject.
-NO_SUBJECT = {"test", "internal", "id", "machine"}
+NO_SUBJECT = {"test", "id", "machine"}
 
 # Runs a program where nothing that it does, starts or leaves behind outlives it, with some files in
 # the place of others. The project may stand below /tmp, which is covered.
@@ -117,15 +117,10 @@ class Batch:
 
     program: str
     wanted: str = "*"
-    strides: int = 1
-    stride: int = 0
 
     def command(self, program):
-        return [program, "--gtest_fail_fast", "--gtest_color=no", f"--gtest_filter={self.wanted}"]
-
-    def environment(self):
-        shard = {"GTEST_TOTAL_SHARDS": str(self.strides), "GTEST_SHARD_INDEX": str(self.stride)}
-        return {**os.environ, **shard}
+        options = ["--gtest_fail_fast", "--gtest_color=no", f"--gtest_filter={self.wanted}"]
+        return [program, *options, "--jobs=1", f"--timeout={CASE_SECONDS}"]
 
 
 @dataclass(frozen=True)
@@ -161,9 +156,7 @@ class Build:
                 UNIT_TESTS: self.link_command("unit_tests", UNIT_TESTS),
             }
             self.sources = self.included_sources()
-            self.suites = {
-                program: self.suites_of(program) for program in [SYSTEM_TESTS, *OTHER_TESTS]
-            }
+            self.suites = {program: self.suites_of(program) for program in SYSTEM_TESTS.values()}
         except (OSError, subprocess.CalledProcessError) as error:
             raise MutateError(f"{folder} is no build of the tests: {error}") from error
         self.compilations = {}
@@ -342,25 +335,24 @@ class Trial:
         self.workshop = workshop
 
     def batches(self, file):
-        """Every test once, those first that the file's name leads to."""
+        """Every test once, those first that the file's folder and name lead to."""
         subject = set(Path(file).stem.split("_")) - NO_SUBJECT
-        fitting = {
-            program: sorted(
-                f"{suite}.*"
-                for stem, suites in files.items()
-                if subject & set(stem.split("_"))
-                for suite in suites
-            )
-            for program, files in self.build.suites.items()
-        }
-        unit = [Batch(UNIT_TESTS)]
-        system = [Batch(program, ":".join(suites)) for program, suites in fitting.items() if suites]
-        for stride in range(STRIDES):
-            others = "-" + ":".join(fitting[SYSTEM_TESTS])
-            system.append(Batch(SYSTEM_TESTS, others, STRIDES, stride))
-        system += [Batch(program, "-" + ":".join(fitting[program])) for program in OTHER_TESTS]
+        own = SYSTEM_TESTS.get(Path(file).parent.name)
+        fitting = sorted(
+            f"{suite}.*"
+            for stem, suites in self.build.suites.get(own, {}).items()
+            if subject & set(stem.split("_"))
+            for suite in suites
+        )
+        system = []
+        if fitting:
+            system = [Batch(own, ":".join(fitting)), Batch(own, "-" + ":".join(fitting))]
+        elif own:
+            system = [Batch(own)]
+        system += [Batch(program) for program in SYSTEM_TESTS.values() if program != own]
+        unit = Batch(UNIT_TESTS)
         # The unit tests of a header are compiled first, which takes longer than all else.
-        return system + unit if file.endswith(".h") else unit + system
+        return [*system, unit] if file.endswith(".h") else [*system[:2], unit, *system[2:]]
 
     def failure_with(self, mutant):
         """How the fault is noticed, or nothing."""
@@ -395,7 +387,6 @@ class Trial:
             ["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]
             + ["sh", "-euc", ISOLATED, "sh", str(ROOT), str(len(instead)), *mounts]
             + batch.command(str(program)),
-            env=batch.environment(),
             cwd=program.parent,
         )
         try:
@@ -413,11 +404,11 @@ class Trial:
         return Failure(f"{name} fails", output, test)
 
     def output_of(self, process):
-        """All that it prints, until it ends or says nothing for too long."""
+        """All that it prints, until it ends or takes too long."""
         output = bytearray()
         last_moment = time.monotonic() + LONGEST_RUN
-        while time.monotonic() < last_moment:
-            if not select.select([process.stdout], [], [], SILENCE)[0]:
+        while (left := last_moment - time.monotonic()) > 0:
+            if not select.select([process.stdout], [], [], left)[0]:
                 break
             piece = os.read(process.stdout.fileno(), 65536)
             if not piece:

@@ -4,6 +4,7 @@
 // that crashes, hangs or spoils its process harms no other, and no program is started anew for it.
 //
 //     --jobs=N        cases at a time; one for each processor by default
+//     --timeout=N     seconds that a case may take; 180 by default
 //     --in-process    run them one after the other without forking, for a debugger or valgrind
 #include "sanitizers.h"
 
@@ -35,7 +36,6 @@ namespace {
 
 using clock_type = std::chrono::steady_clock;
 
-constexpr std::chrono::seconds longest_case(180);
 constexpr int skipped_status = 77;
 
 int check(int result, const char *what)
@@ -186,7 +186,10 @@ std::vector<std::string> split(const std::string &text, char separator)
 
 class runner {
 public:
-    runner(std::vector<std::string> cases, unsigned jobs) : cases_(std::move(cases)), jobs_(jobs) {}
+    runner(std::vector<std::string> cases, unsigned jobs, std::chrono::seconds timeout)
+        : cases_(std::move(cases)), jobs_(jobs), timeout_(timeout)
+    {
+    }
 
     int run()
     {
@@ -258,7 +261,7 @@ private:
     void end_what_hangs() const
     {
         for (const auto &[pid, one] : running_) {
-            if (clock_type::now() - one.begin > longest_case)
+            if (clock_type::now() - one.begin > timeout_)
                 ::kill(-pid, SIGKILL);
         }
     }
@@ -319,11 +322,20 @@ private:
 
     const std::vector<std::string> cases_;
     const unsigned jobs_;
+    const std::chrono::seconds timeout_;
     std::map<pid_t, child> running_;
     std::size_t passed_ = 0;
     std::map<std::string, std::size_t> skipped_;
     std::vector<std::string> failed_;
 };
+
+// The number behind an option such as "--jobs=", or 0 where the text is another option.
+unsigned number_of(std::string_view text, std::string_view option)
+{
+    return text.starts_with(option)
+               ? static_cast<unsigned>(std::max(1, std::atoi(text.substr(option.size()).data())))
+               : 0;
+}
 
 } // namespace
 
@@ -336,11 +348,14 @@ int main(int argc, char **argv)
     testing::InitGoogleTest(&argc, argv);
     in_process = in_process || testing::GTEST_FLAG(list_tests);
     unsigned jobs = std::max(1U, std::thread::hardware_concurrency());
+    std::chrono::seconds timeout(180);
     for (const std::string_view option : std::vector<std::string_view>(argv + 1, argv + argc)) {
         if (option == "--in-process") {
             in_process = true;
-        } else if (option.starts_with("--jobs=")) {
-            jobs = static_cast<unsigned>(std::max(1, std::atoi(option.substr(7).data())));
+        } else if (const unsigned number = number_of(option, "--jobs=")) {
+            jobs = number;
+        } else if (const unsigned seconds = number_of(option, "--timeout=")) {
+            timeout = std::chrono::seconds(seconds);
         } else {
             std::fprintf(stderr, "%s: unknown option %s\n", argv[0], option.data());
             return 2;
@@ -348,6 +363,5 @@ int main(int argc, char **argv)
     }
     if (in_process)
         return RUN_ALL_TESTS();
-    const std::vector<std::string> cases = shard_of(chosen_cases());
-    return runner(cases, jobs).run();
+    return runner(shard_of(chosen_cases()), jobs, timeout).run();
 }
