@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "planted_faults.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+int shared_number = 0;
+char *volatile lost = nullptr;
+
+} // namespace
+
+void planted_leak()
+{
+    lost = ::strdup("a text that nobody releases");
+    lost = nullptr;
+}
+
+void planted_overflow(char *buffer, std::size_t size)
+{
+    for (std::size_t i = 0; i <= size; ++i)
+        buffer[i] = 'x';
+}
+
+void planted_race()
+{
+    ++shared_number;
+}
+
+int planted_signed_overflow(int number)
+{
+    return number + 1;
+}
