@@ -13,7 +13,7 @@ const std::string path_too_long = "/dev/" + std::string(4091, '/');
 
 struct examined : named_case {
     const char *path;
-    int result;
+    bool result;
     texts trace;
 };
 
@@ -46,21 +46,22 @@ TEST_P(examined_path, is_told_by_the_result_and_the_trace)
 }
 
 INSTANTIATE_TEST_SUITE_P(that_is_a_block_device, examined_path,
-                         testing::Values(examined{"node", "/dev/sda2", 1, {}},
-                                         examined{"long_way_to_it", "/dev//./disk/../sda2", 1, {}},
-                                         examined{"without_permissions", "/dev/locked", 1, {}},
-                                         examined{"without_a_driver", "/dev/driverless", 1, {}},
-                                         examined{"odd_name", "/dev/my %s disk\xff", 1, {}},
-                                         examined{"link", "/dev/disk/by-uuid/1234-ABCD", 1, {}},
-                                         examined{"link_to_a_link", "/dev/chain", 1, {}}));
+                         testing::Values(examined{"node", "/dev/sda2", true, {}},
+                                         examined{
+                                             "long_way_to_it", "/dev//./disk/../sda2", true, {}},
+                                         examined{"without_permissions", "/dev/locked", true, {}},
+                                         examined{"without_a_driver", "/dev/driverless", true, {}},
+                                         examined{"odd_name", "/dev/my %s disk\xff", true, {}},
+                                         examined{"link", "/dev/disk/by-uuid/1234-ABCD", true, {}},
+                                         examined{"link_to_a_link", "/dev/chain", true, {}}));
 
 INSTANTIATE_TEST_SUITE_P(that_is_something_else, examined_path,
-                         testing::Values(examined{"file", "/dev/file", 0, {}},
-                                         examined{"directory", "/dev/disk", 0, {}},
-                                         examined{"character_device", "/dev/null", 0, {}},
-                                         examined{"pipe", "/dev/pipe", 0, {}},
-                                         examined{"socket", "/dev/socket", 0, {}},
-                                         examined{"link_to_a_file", "/dev/to_a_file", 0, {}}));
+                         testing::Values(examined{"file", "/dev/file", false, {}},
+                                         examined{"directory", "/dev/disk", false, {}},
+                                         examined{"character_device", "/dev/null", false, {}},
+                                         examined{"pipe", "/dev/pipe", false, {}},
+                                         examined{"socket", "/dev/socket", false, {}},
+                                         examined{"link_to_a_file", "/dev/to_a_file", false, {}}));
 
 namespace {
 
@@ -70,16 +71,16 @@ const texts not_examined = {"!stat(dev_name, &sb) return"};
 
 INSTANTIATE_TEST_SUITE_P(
     that_cannot_be_examined, examined_path,
-    testing::Values(examined{"no_name", nullptr, 0, {"!dev_name return"}},
-                    examined{"empty_name", "", 0, not_examined},
-                    examined{"missing", "/dev/root", 0, not_examined},
-                    examined{"missing_directory", "/dev/mapper/root", 0, not_examined},
-                    examined{"below_a_device", "/dev/sda2/x", 0, not_examined},
-                    examined{"slash_behind_a_device", "/dev/sda2/", 0, not_examined},
-                    examined{"dangling_link", "/dev/dangling", 0, not_examined},
-                    examined{"link_to_itself", "/dev/loop", 0, not_examined},
-                    examined{"name_too_long", name_too_long.c_str(), 0, not_examined},
-                    examined{"path_too_long", path_too_long.c_str(), 0, not_examined}));
+    testing::Values(examined{"no_name", nullptr, false, {"!dev_name return"}},
+                    examined{"empty_name", "", false, not_examined},
+                    examined{"missing", "/dev/root", false, not_examined},
+                    examined{"missing_directory", "/dev/mapper/root", false, not_examined},
+                    examined{"below_a_device", "/dev/sda2/x", false, not_examined},
+                    examined{"slash_behind_a_device", "/dev/sda2/", false, not_examined},
+                    examined{"dangling_link", "/dev/dangling", false, not_examined},
+                    examined{"link_to_itself", "/dev/loop", false, not_examined},
+                    examined{"name_too_long", name_too_long.c_str(), false, not_examined},
+                    examined{"path_too_long", path_too_long.c_str(), false, not_examined}));
 
 using block_device_test = on_machine;
 
@@ -90,7 +91,7 @@ TEST_F(block_device_test, is_found_in_no_directory_that_the_caller_may_not_searc
     machine.block_device("/dev/private/sda2");
     {
         const other_user caller;
-        EXPECT_EQ(orvane::is_block_device("/dev/private/sda2"), 0);
+        EXPECT_FALSE(orvane::is_block_device("/dev/private/sda2"));
     }
     EXPECT_EQ(machine.trace(), not_examined);
 }
@@ -99,8 +100,8 @@ TEST_F(block_device_test, is_told_where_nothing_can_be_traced)
 {
     machine.block_device("/dev/sda2");
     machine.read_only("/var/log");
-    EXPECT_EQ(orvane::is_block_device("/dev/sda2"), 1);
+    EXPECT_TRUE(orvane::is_block_device("/dev/sda2"));
     const std::string error =
-        standard_error_of([] { EXPECT_EQ(orvane::is_block_device("/dev/root"), 0); });
+        standard_error_of([] { EXPECT_FALSE(orvane::is_block_device("/dev/root")); });
     EXPECT_EQ(error, "Open log file failed: No such file or directory\n");
 }

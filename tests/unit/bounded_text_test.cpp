@@ -227,15 +227,6 @@ TEST(appending, ends_the_text_over_older_bytes)
     EXPECT_EQ(text.view(), "abc");
 }
 
-TEST(formatting_behind, leaves_no_byte_to_spare_unless_asked)
-{
-    bounded_text<8> text;
-    text.append("ab");
-    va_list none = {};
-    text.append_vformat("345678", none);
-    EXPECT_EQ(text.view(), "ab34567");
-}
-
 TEST(formatting_behind, leaves_the_spare_bytes_for_what_follows)
 {
     bounded_text<8> text;

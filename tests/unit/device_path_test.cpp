@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "disk/device_path.h"
+#include "disk/block_device.h"
 #include "fixture.h"
 
 #include <cstddef>

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// The root device as the boot loader passed it on the kernel command line.
-#include "disk/command_line.h"
+// The root device that the boot loader passed on the kernel command line.
+#include "disk/kernel_cmdline.h"
 
 #include "orvane.h"
 #include "support/bounded_text.h"
 #include "support/fatal.h"
-#include "support/text.h"
 #include "support/owned.h"
+#include "support/text.h"
 
 #include <cstdio>
 #include <cstring>
@@ -19,16 +19,16 @@ namespace {
 
 using command_line_buffer = bounded_text<4096>;
 
-// Read to its end or its first NUL, without GLib, which ends the process where it has no memory.
+// Not with g_file_get_contents(), which ends the process when memory is exhausted.
 heap_text read_first_line(const char *filename) noexcept
 {
     const unique_file file(filename == nullptr ? nullptr : ::fopen(filename, "r"));
     if (!file)
         return {};
     char *contents = nullptr;
-    std::size_t room = 0;
+    std::size_t capacity = 0;
     const bool is_read =
-        ::getdelim(&contents, &room, '\0', file.get()) >= 0 && ::ferror(file.get()) == 0;
+        ::getdelim(&contents, &capacity, '\0', file.get()) >= 0 && ::ferror(file.get()) == 0;
     heap_text line(contents);
     if (!is_read)
         return {};
@@ -43,15 +43,14 @@ char *by_uuid(const char *uuid) noexcept
     return path.copy();
 }
 
-// Deliberate: the slash alone is escaped, as udev spells it in the names of its links. A label with
-// anything else that udev escapes is not found.
+// Of the characters that udev escapes in the names of its links, only the slash is escaped here. A
+// label with another one is not found.
 char *by_label(std::string_view label) noexcept
 {
-    command_line_buffer escaped;
-    for (const char &character : label)
-        escaped.append(character == '/' ? "\\x2f" : std::string_view(&character, 1));
     command_line_buffer path;
-    path.format("/dev/disk/by-label/%s", escaped.c_str());
+    path.append("/dev/disk/by-label/");
+    for (const char &character : label)
+        path.append(character == '/' ? "\\x2f" : std::string_view(&character, 1));
     return path.copy();
 }
 
@@ -79,11 +78,11 @@ char *resolve_root_spec(const char *token) noexcept
     command_line_buffer work;
     work.append(token);
 
-    // Deliberate: a value ends at its own first "=" too, and a form that is not known here stands
-    // for itself: callers test what they get for being a block device.
+    // An unknown form such as PARTUUID=... yields its bare word, which root_device() rejects
+    // because it is no block device.
     tokenizer parts(work.data(), "=");
-    const char *const key = parts.next();
-    const char *const form = key != nullptr ? parts.next() : nullptr;
+    parts.next(); // the key, whatever it is
+    const char *const form = parts.next();
     if (form == nullptr)
         return nullptr;
     if (::strcmp(form, "UUID") == 0) {

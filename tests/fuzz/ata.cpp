@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "disk/identify.h"
+#include "disk/ata.h"
 #include "fuzz.h"
 
 #include <cstring>

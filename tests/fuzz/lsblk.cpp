@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "disk/lister.h"
+#include "disk/lsblk.h"
 #include "faked_system.h"
 
 namespace {

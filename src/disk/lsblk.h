@@ -5,11 +5,11 @@
 
 namespace orvane {
 
-// "MODEL_SERIAL" that lsblk lists for the device of this name, without "/dev/". An absent name is
-// nobody's. New text, or none.
+// "MODEL_SERIAL" that lsblk lists for the device of this name, without "/dev/". No device matches
+// an absent name.
 heap_text listed_identity(const char *device) noexcept;
 
-// The same out of a listing in JSON.
+// The same for a listing in JSON.
 heap_text identity_in_listing(const char *listing, const char *device) noexcept;
 
 } // namespace orvane

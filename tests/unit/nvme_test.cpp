@@ -16,7 +16,7 @@ protected:
         machine.file("/sys/block/nvme0n1/device/empty", "");
     }
 
-    int read(const std::string &disk, const std::string &attribute)
+    bool read(const std::string &disk, const std::string &attribute)
     {
         return orvane::read_sysfs_disk_attribute(disk.c_str(), attribute.c_str(), text);
     }
@@ -25,7 +25,7 @@ protected:
         return owned_text(orvane::nvme_id_from_sysfs(name.c_str()));
     }
 
-    orvane::sysfs_attribute text;
+    orvane::bounded_text<1024> text;
 };
 
 } // namespace
@@ -34,21 +34,21 @@ protected:
 
 TEST_F(sysfs_disk, has_an_attribute)
 {
-    EXPECT_EQ(read("nvme0n1", "model"), 0);
+    EXPECT_TRUE(read("nvme0n1", "model"));
     EXPECT_EQ(text.view(), "MODEL-X");
 }
 
 TEST_F(sysfs_disk, has_an_attribute_whatever_the_disk_is_called)
 {
     machine.file("/sys/block/sda/device/wwid", "naa.1\n");
-    EXPECT_EQ(read("sda", "wwid"), 0);
+    EXPECT_TRUE(read("sda", "wwid"));
     EXPECT_EQ(text.view(), "naa.1");
 }
 
 TEST_F(sysfs_disk, has_an_attribute_of_no_text)
 {
     machine.file("/sys/block/nvme0n1/device/blank", " \n");
-    EXPECT_EQ(read("nvme0n1", "blank"), 0);
+    EXPECT_TRUE(read("nvme0n1", "blank"));
     EXPECT_EQ(text.view(), "");
 }
 
@@ -58,7 +58,7 @@ TEST_F(sysfs_disk, has_an_attribute_of_every_graphic_byte_once_others_are_folded
     for (int byte = 1; byte <= 0xff; ++byte)
         content += static_cast<char>(byte);
     machine.file("/sys/block/nvme0n1/device/bytes", content + "A");
-    EXPECT_EQ(read("nvme0n1", "bytes"), 0);
+    EXPECT_TRUE(read("nvme0n1", "bytes"));
     EXPECT_EQ(text.view(), "!\"#$%&'()*+,-./0123456789:;<=>?@ABCDEFGHIJKLMNOPQRSTUVWXYZ[\\]^_`"
                            "abcdefghijklmnopqrstuvwxyz{|}~-A");
 }
@@ -76,7 +76,7 @@ class missing_attribute : public sysfs_disk, public testing::WithParamInterface<
 
 TEST_P(missing_attribute, leaves_no_text)
 {
-    EXPECT_EQ(read(GetParam().disk, GetParam().attribute), -1);
+    EXPECT_FALSE(read(GetParam().disk, GetParam().attribute));
     EXPECT_TRUE(text.empty());
 }
 
@@ -94,7 +94,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(sysfs_disk, has_no_attribute_of_an_empty_name_even_if_there_is_such_a_file)
 {
     machine.file("/sys/block/device/model", "MODEL\n");
-    EXPECT_EQ(read("", "model"), -1);
+    EXPECT_FALSE(read("", "model"));
     EXPECT_TRUE(text.empty());
 }
 

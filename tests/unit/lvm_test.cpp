@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "cases.h"
-#include "disk/lvm_report.h"
+#include "disk/lvm.h"
 #include "report.h"
 
 #include <ostream>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "disk/identify.h"
+#include "disk/ata.h"
 
-#include "disk/graphic.h"
+#include "disk/identity_text.h"
 #include "orvane.h"
 #include "support/bounded_text.h"
 #include "support/owned.h"
@@ -17,13 +17,13 @@ namespace orvane {
 
 namespace {
 
-using identify_text = bounded_text<1024>;
-
-// As the kernel lays out the words of the ATA answer.
+// The offsets of the ATA specification, which the kernel's record follows.
 static_assert(offsetof(hd_driveid, serial_no) == 20 && sizeof(hd_driveid::serial_no) == 20);
 static_assert(offsetof(hd_driveid, model) == 54 && sizeof(hd_driveid::model) == 40);
 
-void append_graphic(std::span<const unsigned char> bytes, identify_text &text) noexcept
+using identity_buffer = bounded_text<128>;
+
+void append_graphic(std::span<const unsigned char> bytes, identity_buffer &text) noexcept
 {
     for (const unsigned char byte : bytes) {
         const char c = static_cast<char>(byte);
@@ -50,14 +50,11 @@ bool identify(const char *node, hd_driveid &identity) noexcept
 
 char *join_identity(const hd_driveid &identity) noexcept
 {
-    identify_text serial;
-    append_graphic(identity.serial_no, serial);
-    identify_text model;
-    append_graphic(identity.model, model);
-
-    bounded_text<2048> joined;
-    joined.format("%s_%s", model.c_str(), serial.c_str());
-    return joined.copy();
+    identity_buffer text;
+    append_graphic(identity.model, text);
+    text.append("_");
+    append_graphic(identity.serial_no, text);
+    return text.copy();
 }
 
 char *ata_identity(const char *device) noexcept

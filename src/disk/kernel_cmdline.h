@@ -6,7 +6,7 @@ namespace orvane {
 // A copy of the first word of a kernel command line that begins with "root=", or nullptr.
 char *cmdline_find_root_token(const char *line) noexcept;
 
-// The device path that a "root=" word means, as a copy, or nullptr.
+// A copy of the device path that a "root=" word stands for, or nullptr.
 char *resolve_root_spec(const char *token) noexcept;
 
 } // namespace orvane

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// The device-mapper tool, which knows what a mapped device stands on.
-#include "disk/dependency.h"
+// The device-mapper tool, which reports the device under a mapped one.
+#include "disk/dmsetup.h"
 
 #include "orvane.h"
-#include "support/text.h"
 #include "support/guards.h"
 #include "support/shell.h"
+#include "support/text.h"
 
 #include <cerrno>
 #include <cstring>
@@ -20,14 +20,14 @@ namespace orvane {
 namespace {
 
 constexpr char dmsetup[] = "/usr/sbin/dmsetup";
-constexpr int cannot_execute = 127; // as shells say it
+constexpr int cannot_execute = 127; // the exit status of shells in this case
 
-bool says_none(const char *field) noexcept
+bool reports_none(const char *field) noexcept
 {
     return has_prefix(field, "0 dependencies");
 }
 
-void complain_about_execve() noexcept
+void print_execve_error() noexcept
 {
     const char *const reason = ::strerrordesc_np(errno);
     bounded_text<256> message;
@@ -38,21 +38,21 @@ void complain_about_execve() noexcept
         ::write(STDERR_FILENO, message.c_str(), message.length());
 }
 
-// A program that another thread starts meanwhile would hold the pipe open for as long as it runs,
-// and a tool that says nothing would then seem to go on.
+// A program that another thread starts in the meantime would keep the pipe open while it runs, and
+// the end of the tool's output would not be noticed.
 void keep_from_other_programs(const unique_fd &fd) noexcept
 {
     ::fcntl(fd.get(), F_SETFD, FD_CLOEXEC);
 }
 
-// execve() changes none of its texts; its type is older than const.
-char *const *unchanged(const char *const *texts) noexcept
+// execve() does not modify its strings, although its prototype lacks the const.
+char *const *as_vector(const char *const *texts) noexcept
 {
     // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast)
     return const_cast<char *const *>(texts);
 }
 
-// A caller without standard output may have it there already. The tool is to have it alone.
+// In a caller without standard output the pipe may already have its descriptor.
 bool make_standard_output(int fd) noexcept
 {
     if (fd == STDOUT_FILENO)
@@ -62,8 +62,8 @@ bool make_standard_output(int fd) noexcept
     return is_made;
 }
 
-// Becomes the tool in a child process. Other threads of the caller may have held locks at the time
-// of the fork, so nothing here takes one: each call is async-signal-safe.
+// Executes the tool in the child. Other threads of the caller may have held locks at the time of
+// the fork, so only async-signal-safe functions are called.
 [[noreturn]] void run_dmsetup(int read_end, int write_end, const char *mapped) noexcept
 {
     ::close(read_end);
@@ -72,19 +72,19 @@ bool make_standard_output(int fd) noexcept
 
     const char *const arguments[] = {dmsetup, "deps", "-o", "devname", mapped, nullptr};
     const char *const environment[] = {nullptr};
-    ::execve(dmsetup, unchanged(arguments), unchanged(environment));
-    complain_about_execve();
+    ::execve(dmsetup, as_vector(arguments), as_vector(environment));
+    print_execve_error();
     ::_exit(cannot_execute);
 }
 
-// Deliberate: one read. What the tool says of one device fits it, and comes in one piece.
+// One read is enough: the tool writes what it reports of one device in one piece.
 void read_report(const unique_fd &output, text_buffer &report) noexcept
 {
     retry_on_eintr([&] { return ::read(output.get(), report.data(), report.capacity() - 1); });
 }
 
-// Deliberate: any child will do. Where the caller ignores its children or reaps them by itself,
-// this one may be gone already, and the wait lasts for as long as the caller has others.
+// Waits for any child. When the caller has reaped this one already, the wait lasts until another of
+// its children ends.
 void wait_for_child() noexcept
 {
     retry_on_eintr([] { return ::wait(nullptr); });
@@ -94,18 +94,18 @@ void wait_for_child() noexcept
 
 void find_dependency(char *report, text_buffer &name) noexcept
 {
-    if (::strchr(report, ':') == nullptr && !says_none(report))
+    if (::strchr(report, ':') == nullptr && !reports_none(report))
         return;
     tokenizer parts(report, ":");
     while (const char *const part = parts.next()) {
-        if (says_none(part)) {
+        if (reports_none(part)) {
             ::orvane_trace("cannot found deps");
             return;
         }
         if (::strstr(part, "dependencies") != nullptr)
             continue;
-        // Deliberate: what remains of several devices is no device's name. Only a mapping of one
-        // is followed.
+        // The names of several devices run together into one that does not exist: only a mapping
+        // of a single device is followed.
         name.append(part);
         ::removeSpecialChar(name.data());
         return;
@@ -137,7 +137,7 @@ heap_text dependency_name(const char *mapped) noexcept
     write_end.reset();
     bounded_text<1024> report;
     read_report(read_end, report);
-    // A tool that has more to say must not wait for a reader.
+    // A tool that writes more must not block.
     read_end.reset();
 
     bounded_text<1024> name;

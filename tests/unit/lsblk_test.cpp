@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // The identity of a disk in a listing by lsblk.
-#include "disk/lister.h"
+#include "disk/lsblk.h"
 #include "fixture.h"
 
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "disk/command_line.h"
+#include "disk/kernel_cmdline.h"
 #include "fixture.h"
 
 #include <csignal>

@@ -2,7 +2,7 @@
 //
 // Which device a report of dmsetup names.
 #include "dependency_reports.h"
-#include "disk/dependency.h"
+#include "disk/dmsetup.h"
 #include "fixture.h"
 
 #include <cstring>

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "disk/lvm_report.h"
+//
+// Logical volumes: the disk under one is the disk of its physical volume.
+#include "disk/lvm.h"
 
 #include "disk/block_device.h"
-#include "disk/device_path.h"
 #include "orvane.h"
-#include "support/text.h"
 #include "support/line_reader.h"
+#include "support/shell.h"
+#include "support/text.h"
 
 #include <cstring>
 
@@ -13,10 +15,13 @@ namespace orvane {
 
 namespace {
 
+constexpr char lvdisplay[] = "/sbin/lvdisplay";
+constexpr char pvdisplay[] = "/sbin/pvdisplay";
+
 constexpr char group_label[] = "VG Name";
 constexpr char volume_label[] = "PV Name";
 
-// What a line holds beside its label, without blanks. False where it has no such label.
+// The text of a line beside its label, without blanks. False when the line has no such label.
 bool take_value(const line_buffer &line, const char *label, lvm_name &value) noexcept
 {
     const char *const text = line.c_str();
@@ -41,7 +46,7 @@ void read_volume_group(std::FILE *report, lvm_name &group) noexcept
 }
 
 // Deliberate: the group is compared as a prefix, and the physical volume is the last one of the
-// whole report, whatever its group. Meant for machines with a single physical volume.
+// whole report, in whatever group. This is meant for machines with a single physical volume.
 bool read_physical_volume(std::FILE *report, const lvm_name &group, lvm_name &volume) noexcept
 {
     bool is_found = false;
@@ -73,11 +78,48 @@ void undo_encryption(lvm_name &volume) noexcept
             continue;
         path_buffer node;
         node.format("/dev/%s", part);
-        if (is_block_device(node.c_str()) != 0) {
+        if (is_block_device(node.c_str())) {
             volume.assign(node.view());
             return;
         }
     }
 }
 
+namespace {
+
+bool query_volume_group(const char *device, lvm_name &group) noexcept
+{
+    const tool_output report = run_tool_on_device(lvdisplay, device);
+    if (!report)
+        return false;
+    read_volume_group(report.get(), group);
+    return !group.empty();
+}
+
+bool query_physical_volume(const lvm_name &group, lvm_name &volume) noexcept
+{
+    const tool_output report = run_tool(pvdisplay);
+    if (!report || !read_physical_volume(report.get(), group, volume))
+        return false;
+    undo_encryption(volume);
+    return true;
+}
+
+} // namespace
+
 } // namespace orvane
+
+extern "C" char *harddisk_id_lvm(const char *dev_name)
+{
+    orvane::path_buffer path;
+    if (!orvane::is_runnable(orvane::lvdisplay) || !orvane::is_runnable(orvane::pvdisplay) ||
+        !orvane::canonicalise_block_device(dev_name, path))
+        return nullptr;
+
+    orvane::lvm_name group;
+    orvane::lvm_name volume;
+    if (!orvane::query_volume_group(dev_name, group) ||
+        !orvane::query_physical_volume(group, volume))
+        return nullptr;
+    return ::harddisk_id_smartctl(volume.c_str());
+}
