@@ -10,9 +10,9 @@ void require_same_of_file(const std::string &line, const char *device)
 {
     static const memory_file file;
     file.fill(line + "\nroot=/dev/of_another_line\n");
-    const orvane::heap_text told(command_line_get_root_device_name(file.path()));
-    require((told == nullptr) == (device == nullptr));
-    require(!told || std::string_view(told.get()) == device);
+    const orvane::heap_text named(command_line_get_root_device_name(file.path()));
+    require((named == nullptr) == (device == nullptr));
+    require(!named || std::string_view(named.get()) == device);
 }
 
 } // namespace

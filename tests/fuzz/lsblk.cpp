@@ -8,20 +8,20 @@ void require_identity(const orvane::heap_text &identity)
 {
     const std::string_view text = identity.get();
     require(!text.empty() && text.size() < 1024);
-    // A model that fills the room leaves none for what joins the serial number to it.
+    // A model that fills the buffer leaves no space for "_" and the serial number.
     require(text.size() == 1023 || text.find('_') != std::string_view::npos);
     require(has_none_of(text, " \t\n\r\v\f\x7f"));
 }
 
-// Of what the tool prints, no more than there is room for.
+// Of the tool's output, only what the buffer holds counts.
 void require_same_of_tool(const std::string &output, const char *device)
 {
     faked::tool_output = output;
-    const orvane::heap_text told = orvane::listed_identity(device);
+    const orvane::heap_text listed = orvane::listed_identity(device);
     const orvane::heap_text expected =
         orvane::identity_in_listing(up_to_zero(output.substr(0, 16383)).c_str(), device);
-    require((told == nullptr) == (expected == nullptr));
-    require(!told || std::string_view(told.get()) == expected.get());
+    require((listed == nullptr) == (expected == nullptr));
+    require(!listed || std::string_view(listed.get()) == expected.get());
 }
 
 } // namespace
