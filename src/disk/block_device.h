@@ -1,9 +1,24 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "support/bounded_text.h"
+
+#include <climits>
+
 namespace orvane {
 
-// 1 when the path leads to a block device, 0 otherwise. Traces why a path cannot be examined.
-int is_block_device(const char *dev_name) noexcept;
+using path_buffer = bounded_text<PATH_MAX>;
+
+// Whether the name leads to a block device. Traces why it cannot be examined.
+bool is_block_device(const char *dev_name) noexcept;
+
+// Resolves all symbolic links of a name; false when it does not exist.
+bool canonicalise(const char *name, path_buffer &path) noexcept;
+
+// The same, for a name that must lead to a block device.
+bool canonicalise_block_device(const char *name, path_buffer &path) noexcept;
+
+// What follows the last slash of a path, or the whole text if it has none.
+const char *last_component(const char *path) noexcept;
 
 } // namespace orvane

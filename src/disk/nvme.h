@@ -5,17 +5,15 @@
 
 namespace orvane {
 
-using sysfs_attribute = bounded_text<1024>;
-
 // Whether a device of this name, without "/dev/", belongs to an NVMe disk.
 bool is_nvme(const char *name) noexcept;
 
-// "MODEL_SERIAL" of the disk whose name in /sys/block begins this name: new text, or nullptr.
+// "MODEL_SERIAL" of the disk in /sys/block whose name is a prefix of this one, allocated with
+// malloc(), or nullptr.
 char *nvme_id_from_sysfs(const char *name) noexcept;
 
-// Reads an attribute of a disk in /sys/block into the empty `out`: without what is not graphic at
-// its ends, and with one "-" in the place of each run of that inside. 0, or -1 where there is
-// nothing to read.
-int read_sysfs_disk_attribute(const char *disk, const char *attr, sysfs_attribute &out) noexcept;
+// Appends an attribute of a disk in /sys/block: without the non-graphic characters at both ends,
+// and with each run of them inside replaced by one "-". False when nothing can be read.
+bool read_sysfs_disk_attribute(const char *disk, const char *attr, text_buffer &out) noexcept;
 
 } // namespace orvane

@@ -15,12 +15,12 @@ namespace orvane {
 namespace {
 
 constexpr char mounts_file[] = "/proc/mounts";
-constexpr char command_line_file[] = "/proc/cmdline";
+constexpr char cmdline_file[] = "/proc/cmdline";
 constexpr int readable_by_owner = 0400;
 
 using mount_table = owned<std::FILE, ::endmntent>;
 
-// The kernel's first root file system keeps its entry below the real one.
+// The kernel's initial root file system keeps its entry under the real one.
 bool is_root(const mntent &entry) noexcept
 {
     return ::strcmp(entry.mnt_dir, "/") == 0 && ::strcmp(entry.mnt_fsname, "rootfs") != 0;
@@ -38,11 +38,10 @@ heap_text mounted_root() noexcept
 
 } // namespace
 
-// Deliberate: the first such entry decides. What is mounted over it later is not the disk that the
-// machine is known by.
+// Only the first such entry counts; file systems mounted over it later do not.
 heap_text root_of_mount_table(std::FILE *table) noexcept
 {
-    constexpr std::size_t line_bytes = 4096; // as the C library's own reader has
+    constexpr std::size_t line_bytes = 4096; // the size that getmntent() uses
     char line[line_bytes];
     mntent entry = {};
     while (::getmntent_r(table, &entry, line, sizeof line) != nullptr) {
@@ -57,11 +56,11 @@ heap_text root_of_mount_table(std::FILE *table) noexcept
 extern "C" char *root_device(void)
 {
     orvane::heap_text mounted = orvane::mounted_root();
-    if (mounted && orvane::is_block_device(mounted.get()) != 0) {
+    if (mounted && orvane::is_block_device(mounted.get())) {
         ::orvane_trace("root_dev_name: %s.", mounted.get());
         return mounted.release();
     }
 
-    orvane::heap_text booted(::command_line_get_root_device_name(orvane::command_line_file));
-    return booted && orvane::is_block_device(booted.get()) != 0 ? booted.release() : nullptr;
+    orvane::heap_text booted(::command_line_get_root_device_name(orvane::cmdline_file));
+    return booted && orvane::is_block_device(booted.get()) ? booted.release() : nullptr;
 }

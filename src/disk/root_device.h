@@ -5,7 +5,7 @@
 
 namespace orvane {
 
-// The device that a table of mounted file systems names for "/"; none where it names none.
+// The device of the first entry for "/" in a mount table, or none.
 heap_text root_of_mount_table(std::FILE *table) noexcept;
 
 } // namespace orvane

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// The identity of a disk as smartctl tells it, which knows how to ask disks that the kernel cannot.
+// The identity of a disk as smartctl reports it, which reaches disks that the kernel interfaces do
+// not.
 #include "disk/smartctl.h"
 
-#include "disk/device_path.h"
+#include "disk/block_device.h"
 #include "orvane.h"
-#include "support/text.h"
 #include "support/line_reader.h"
 #include "support/shell.h"
+#include "support/text.h"
 
 #include <algorithm>
 #include <cstring>
@@ -18,6 +19,7 @@ namespace orvane {
 namespace {
 
 constexpr char smartctl[] = "/usr/sbin/smartctl";
+constexpr char smartctl_information[] = "/usr/sbin/smartctl -i";
 
 using words = std::span<const char *const>;
 constexpr const char *model_words[] = {"Model", "product", "Product", "Device Model",
@@ -31,9 +33,8 @@ bool mentions(const char *text, words known) noexcept
                        [text](const char *word) { return ::strstr(text, word) != nullptr; });
 }
 
-// Deliberate: the last field of the last line that mentions it wins, so that the device's own model
-// replaces its family's. A line that is taken apart here shows its first field alone to whoever
-// looks at it next.
+// Deliberate: the last field of the last matching line wins, so that the device's model replaces
+// its family's. Splitting leaves only the first field of the line for the next search.
 void take_field(line_buffer &line, words known, smartctl_field &value) noexcept
 {
     if (!mentions(line.c_str(), known))
@@ -70,13 +71,11 @@ extern "C" char *harddisk_id_smartctl(const char *device)
     if (!orvane::is_runnable(orvane::smartctl) || !orvane::canonicalise_block_device(device, path))
         return nullptr;
 
-    orvane::bounded_text<256> command;
-    command.format("%s -i ", orvane::smartctl);
-    orvane::append_word(command, path.view());
     orvane::smartctl_field model;
     orvane::smartctl_field serial;
     {
-        const orvane::tool_output report = orvane::run_tool(command.c_str());
+        const orvane::tool_output report =
+            orvane::run_tool_on_device(orvane::smartctl_information, path.view());
         if (!report)
             return nullptr;
         orvane::read_smartctl_report(report.get(), model, serial);

@@ -9,17 +9,17 @@
 
 namespace orvane {
 
-// The names in a directory, in its own order and without the two that every directory has.
+// The names in a directory, in directory order, without "." and "..".
 class directory_names {
 public:
     explicit directory_names(const char *path) noexcept : directory_(::opendir(path)) {}
 
     explicit operator bool() const noexcept { return directory_ != nullptr; }
 
-    // The next name, good until the one after it is asked for, or nullptr after the last.
+    // The next name, valid until the next call, or nullptr after the last.
     const char *next() noexcept
     {
-        // NOLINTNEXTLINE(concurrency-mt-unsafe): the stream is this object's own.
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread uses this stream.
         while (const dirent *const entry = ::readdir(directory_.get())) {
             if (::strcmp(entry->d_name, ".") != 0 && ::strcmp(entry->d_name, "..") != 0)
                 return entry->d_name;

@@ -10,7 +10,7 @@ namespace orvane {
 
 void fatal_bounds_violation(const char *what) noexcept
 {
-    // Past a buffer that the caller may have given stderr: abort() would not write it out.
+    // Not through stderr, which the caller may have buffered: abort() does not flush it.
     static_cast<void>(::dprintf(STDERR_FILENO, "liborvane: fatal: %s\n", what));
     ::abort();
 }

@@ -3,8 +3,8 @@
 
 namespace orvane {
 
-// Ends the process on purpose, in every build type, with one line on standard error: a text that
-// must be whole does not fit its bound, and half of it could name another device.
+// Writes one line to standard error and ends the process, in every build type: a text that must not
+// be truncated exceeds its bound, and a part of it could name another device.
 [[noreturn]] void fatal_bounds_violation(const char *what) noexcept;
 
 } // namespace orvane

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// What a query must leave to its caller as it was: errno and signals.
+// What a query must leave unchanged for its caller: errno and signals.
 #pragma once
 
 #include <cerrno>
@@ -9,8 +9,8 @@
 
 namespace orvane {
 
-// Leaves errno at the end of its life as it was at the start, for side work such as tracing that
-// stands between a failed call and the caller's look at errno.
+// Restores errno at the end of its lifetime, for work such as tracing that is done between a failed
+// call and the caller's test of errno.
 class errno_guard {
 public:
     errno_guard() noexcept : before_(errno) {}
@@ -24,7 +24,7 @@ private:
     int before_;
 };
 
-// Repeats a system call for as long as a caller's signal handler breaks it off.
+// Repeats a system call that was interrupted by a signal handler.
 template <class Call> auto retry_on_eintr(Call call) noexcept
 {
     auto result = call();
@@ -33,9 +33,9 @@ template <class Call> auto retry_on_eintr(Call call) noexcept
     return result;
 }
 
-// A write beyond the process's file size limit fails and raises SIGXFSZ, which ends a caller that
-// knows nothing of it. For its lifetime the guard holds the signal back from this thread, and takes
-// one that was raised meanwhile: a log line is lost, and nothing else happens.
+// A write beyond the process's file size limit fails and raises SIGXFSZ, whose default action ends
+// the caller. The guard blocks the signal for this thread during its lifetime and then consumes the
+// one that was raised, so that only the log line is lost.
 class file_size_signal_guard {
 public:
     file_size_signal_guard() noexcept
@@ -49,9 +49,9 @@ public:
     file_size_signal_guard &operator=(const file_size_signal_guard &) = delete;
     ~file_size_signal_guard()
     {
-        const errno_guard errno_of_the_write; // that there is none to take is no news
+        const errno_guard errno_of_the_write; // sigtimedwait() fails when none is pending
         constexpr std::timespec no_time = {};
-        // One that the caller itself keeps waiting is the caller's.
+        // A signal that was pending before belongs to the caller.
         if (::sigismember(&pending_before_, SIGXFSZ) == 0)
             ::sigtimedwait(&signal_, nullptr, &no_time);
         ::pthread_sigmask(SIG_SETMASK, &mask_before_, nullptr);

@@ -11,8 +11,8 @@ namespace orvane {
 
 namespace {
 
-// Whether a signal handler broke the read off, so that it can go on.
-bool can_go_on(std::FILE *stream) noexcept
+// Whether the read was interrupted by a signal handler and can be continued.
+bool can_continue(std::FILE *stream) noexcept
 {
     if (::ferror(stream) == 0 || errno != EINTR)
         return false;
@@ -20,13 +20,13 @@ bool can_go_on(std::FILE *stream) noexcept
     return true;
 }
 
-// As many bytes as there is room for, or as come before the end or a failure.
-std::size_t read_bytes(std::FILE *stream, char *room, std::size_t size) noexcept
+// Reads up to `size` bytes, fewer at the end of the stream or after an error.
+std::size_t read_bytes(std::FILE *stream, char *buffer, std::size_t size) noexcept
 {
     std::size_t count = 0;
     do
-        count += ::fread(room + count, 1, size - count, stream);
-    while (count != size && can_go_on(stream));
+        count += ::fread(buffer + count, 1, size - count, stream);
+    while (count != size && can_continue(stream));
     return count;
 }
 
@@ -45,8 +45,9 @@ bool first_line_of(std::FILE *stream, text_buffer &line) noexcept
 
 } // namespace
 
-// What a read stores before it is broken off holds no newline. With newlines laid out in the room,
-// the first one shows where that ends, zero bytes or not, and the next read goes on from there.
+// An interrupted fgets() may have stored bytes, none of them a newline, and does not return their
+// number. The buffer is filled with newlines beforehand, so the first one marks the end of them
+// even when they include NUL bytes, and the next read continues there.
 bool read_line(std::FILE *stream, text_buffer &line) noexcept
 {
     char *const last = line.data() + line.capacity() - 1;
@@ -56,7 +57,7 @@ bool read_line(std::FILE *stream, text_buffer &line) noexcept
         if (::fgets(end, static_cast<int>(last + 1 - end), stream) != nullptr)
             return true;
         end = std::find(end, last, '\n');
-    } while (can_go_on(stream));
+    } while (can_continue(stream));
 
     *end = '\0';
     return end != line.data() && ::feof(stream) != 0;
@@ -91,7 +92,7 @@ bool start_of_file(const char *path, text_buffer &text) noexcept
     text.clear();
     if (!file || read_bytes(file.get(), text.data(), text.capacity()) == 0)
         return false;
-    // A part would be taken for the whole.
+    // After a read error the text may be incomplete.
     if (has_read_error(file.get())) {
         text.clear();
         return false;

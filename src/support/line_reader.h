@@ -7,26 +7,26 @@
 
 namespace orvane {
 
-// The room of a line read from a file or from a tool.
+// Holds one line of a file or of a tool's output.
 using line_buffer = bounded_text<1024>;
 
-// Reads the next line, or as much of it as the buffer holds, line end included. False at the end
-// of the stream and when it cannot be read.
+// Reads the next line, line end included, or as much of it as the buffer holds. False at the end
+// of the stream and on a read error.
 bool read_line(std::FILE *stream, text_buffer &line) noexcept;
 
-// Whether reading has ended before the end. What would have come last is not known then.
+// Whether a read error, and not the end of the stream, ended the reading.
 bool has_read_error(std::FILE *stream) noexcept;
 
-// Read the first line and cut it at its first CR or LF; nothing else is trimmed. False when there
-// is no line: no such file, no such tool, no output.
+// Read the first line and truncate it at its first CR or LF; nothing else is trimmed. False when
+// there is no line: no such file, no such tool, no output.
 bool first_line_of_file(const char *path, text_buffer &line) noexcept;
 bool first_line_of_command(const char *command, text_buffer &line) noexcept;
 
-// Reads as much of a stream as the buffer holds, on to its end or until it cannot be read.
+// Reads up to the end of the stream, a read error or the capacity of the buffer.
 void read_text(std::FILE *stream, text_buffer &text) noexcept;
 
-// Reads as much of a file as the buffer holds. False when there is no such file, no byte in it, or
-// it cannot be read so far.
+// Reads as much of a file as the buffer holds. False when the file does not exist, is empty or
+// cannot be read.
 bool start_of_file(const char *path, text_buffer &text) noexcept;
 
 void cut_at_line_end(text_buffer &text) noexcept;

@@ -10,7 +10,7 @@
 
 namespace orvane {
 
-// A descriptor that closes itself. As closed as an open() that failed when it holds -1.
+// A descriptor that is closed at the end of its lifetime; -1 is none.
 class unique_fd {
 public:
     explicit unique_fd(int fd) noexcept : fd_(fd) {}
@@ -31,7 +31,7 @@ private:
     int fd_;
 };
 
-// Gives any C object an owner: owned<T, release> calls release(pointer) at its end.
+// Owns a C object: owned<T, release> calls release(pointer) at the end of its lifetime.
 template <auto Release> struct release_with {
     template <class T> void operator()(T *object) const noexcept
     {
@@ -44,7 +44,7 @@ using heap_text = owned<char, ::free>;
 using heap_bytes = owned<unsigned char, ::free>;
 using unique_file = owned<std::FILE, ::fclose>;
 
-// The output of a tool. Ending it waits for the tool, whose exit status nobody asks for.
+// The output of a tool. Closing it waits for the tool; the exit status is ignored.
 using tool_output = owned<std::FILE, ::pclose>;
 
 } // namespace orvane

@@ -5,17 +5,6 @@
 
 namespace orvane {
 
-bool is_runnable(const char *path) noexcept
-{
-    return ::access(path, R_OK | X_OK) == 0;
-}
-
-tool_output run_tool(const char *command) noexcept
-{
-    // NOLINTNEXTLINE(cert-env33-c): some tools are pipelines, and only a shell joins them.
-    return tool_output(command == nullptr ? nullptr : ::popen(command, "r"));
-}
-
 namespace {
 
 bool is_plain(std::string_view name) noexcept
@@ -26,28 +15,48 @@ bool is_plain(std::string_view name) noexcept
                                   "/_-.:+@,=") == std::string_view::npos;
 }
 
-// How a character stands between single quotes: the quote itself ends them and starts them anew.
-std::string_view quoted(const char &character) noexcept
+// A single quote cannot stand inside single quotes: it closes them, is escaped, and reopens them.
+std::string_view escaped(const char &character) noexcept
 {
     return character == '\'' ? std::string_view("'\\''") : std::string_view(&character, 1);
 }
 
 } // namespace
 
+bool is_runnable(const char *path) noexcept
+{
+    return ::access(path, R_OK | X_OK) == 0;
+}
+
+tool_output run_tool(const char *command) noexcept
+{
+    // NOLINTNEXTLINE(cert-env33-c): some tools are pipelines, which need a shell.
+    return tool_output(command == nullptr ? nullptr : ::popen(command, "r"));
+}
+
+tool_output run_tool_on_device(std::string_view tool, std::string_view device) noexcept
+{
+    bounded_text<256> command;
+    command.append(tool);
+    command.append(" ");
+    append_word(command, device);
+    return run_tool(command.c_str());
+}
+
 void append_quoted(text_buffer &command, std::string_view text) noexcept
 {
     constexpr std::string_view quote = "'";
-    const std::size_t room = command.capacity() - 1 - command.length();
-    if (room < 2 * quote.size())
+    const std::size_t available = command.capacity() - 1 - command.length();
+    if (available < 2 * quote.size())
         return;
     command.append(quote);
-    std::size_t left = room - 2 * quote.size();
+    std::size_t left = available - 2 * quote.size();
     for (const char &character : text) {
-        const std::string_view escaped = quoted(character);
-        if (escaped.size() > left)
+        const std::string_view piece = escaped(character);
+        if (piece.size() > left)
             break;
-        command.append(escaped);
-        left -= escaped.size();
+        command.append(piece);
+        left -= piece.size();
     }
     command.append(quote);
 }

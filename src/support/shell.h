@@ -10,20 +10,23 @@
 
 namespace orvane {
 
-// Whether the caller may read and execute the tool at this path: asked before each run, so that a
-// missing tool costs no process.
+// Whether the caller may read and execute the tool at this path. Tested before each run, so that a
+// missing tool starts no process.
 bool is_runnable(const char *path) noexcept;
 
-// Runs a command line through the shell for its output; empty when it cannot be started.
+// Runs a command line through the shell and returns its output; none when it cannot be started.
 tool_output run_tool(const char *command) noexcept;
 
-// Appends a text to a command line between single quotes. What is too long is cut, and the word is
-// closed all the same; without room for both quotes nothing is appended.
+// Runs a tool, given with its options, on the device of this name.
+tool_output run_tool_on_device(std::string_view tool, std::string_view device) noexcept;
+
+// Appends text to a command line between single quotes. Text that is too long is truncated and the
+// quotes are closed; nothing is appended when both quotes do not fit.
 void append_quoted(text_buffer &command, std::string_view text) noexcept;
 
-// Appends a name to a command line as one literal word. A name of letters, digits and
-// "/_-.:+@,=" stands as it is, and is cut where it is too long; any other is quoted, so that no
-// name becomes shell syntax.
+// Appends a name to a command line as one literal word. A name made of letters, digits and
+// "/_-.:+@,=" is appended unchanged, truncated where it is too long; any other is quoted, so that
+// no name becomes shell syntax.
 void append_word(text_buffer &command, std::string_view name) noexcept;
 
 } // namespace orvane

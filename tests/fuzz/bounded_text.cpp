@@ -6,17 +6,17 @@
 
 namespace {
 
-constexpr std::size_t room = 24;
+constexpr std::size_t capacity = 24;
 
 // The same in a text that has no bounds of its own.
 class model {
 public:
-    void set(const std::string &text) { text_ = up_to_zero(text.substr(0, room - 1)); }
+    void set(const std::string &text) { text_ = up_to_zero(text.substr(0, capacity - 1)); }
 
     void append(const std::string &text, std::size_t spare = 0)
     {
-        const std::size_t taken = std::min(text_.size() + spare, room - 1);
-        text_ = up_to_zero(text_ + text.substr(0, room - 1 - taken));
+        const std::size_t taken = std::min(text_.size() + spare, capacity - 1);
+        text_ = up_to_zero(text_ + text.substr(0, capacity - 1 - taken));
     }
 
     void cut(const std::string &ends) { text_ = up_to(text_, ends); }
@@ -39,7 +39,7 @@ void take_step(const std::string &line, orvane::text_buffer &text, model &expect
 {
     const std::string bytes = line.substr(std::min<std::size_t>(line.size(), 1));
     const std::string c_text = up_to_zero(bytes);
-    const std::size_t spare = bytes.size() % (room + 3);
+    const std::size_t spare = bytes.size() % (capacity + 3);
     switch (line.empty() ? '\0' : line[0]) {
     case 'a':
         text.append(bytes);
@@ -67,12 +67,12 @@ void take_step(const std::string &line, orvane::text_buffer &text, model &expect
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     std::string steps = bytes_of(data, size);
-    orvane::bounded_text<room> text;
+    orvane::bounded_text<capacity> text;
     model expected;
     while (!steps.empty()) {
         take_step(take_line(steps), text, expected);
         require(text.view() == expected.text());
-        require(text.empty() == expected.text().empty() && text.data()[room - 1] == '\0');
+        require(text.empty() == expected.text().empty() && text.data()[capacity - 1] == '\0');
     }
     require(orvane::heap_text(text.copy()).get() == expected.text());
     return 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// A device's name on the first line, and behind it what every tool says of it and the kernel, too.
+// A device's name on the first line, and behind it what every tool and the kernel report of it.
 #include "disk/smartctl.h"
 #include "faked_system.h"
 #include "orvane.h"
@@ -24,12 +24,12 @@ std::optional<std::string> answer_of_smartctl()
     return identity.substr(0, 1023);
 }
 
-bool is_same(const orvane::heap_text &told, const std::optional<std::string> &expected)
+bool is_same(const orvane::heap_text &identity, const std::optional<std::string> &expected)
 {
-    return told ? expected == told.get() : !expected;
+    return identity ? expected == identity.get() : !expected;
 }
 
-// None but the tool and the whole or the start of the name, and never more than there is room for.
+// The tool and the name, or as much of the name as the command line holds, and nothing else.
 void require_command(std::size_t place, std::string_view tool, const std::string &name)
 {
     require(faked::commands.size() > place);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "disk/dependency.h"
+#include "disk/dmsetup.h"
 #include "fuzz.h"
 
 namespace {

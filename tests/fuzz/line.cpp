@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "support/line_reader.h"
 #include "fuzz.h"
 #include "orvane.h"
+#include "support/line_reader.h"
 
 namespace {
 
 using small_buffer = orvane::bounded_text<16>;
 
-// A line, or as much of it as there is room for, and then the next.
+// Each line, or as much of it as the buffer holds, and then the next.
 void require_pieces(const std::string &bytes)
 {
     const orvane::unique_file stream = stream_of(bytes.data(), bytes.size());
@@ -31,10 +31,10 @@ void require_start(const memory_file &file, const std::string &bytes)
     require(start.view() == expected);
 }
 
-void require_first_line(char *(*told)(const char *path), const memory_file &file,
+void require_first_line(char *(*query)(const char *path), const memory_file &file,
                         const std::string &bytes)
 {
-    const orvane::heap_text line(told(file.path()));
+    const orvane::heap_text line(query(file.path()));
     require((line == nullptr) == bytes.empty());
     require(!line || line.get() == up_to(up_to_zero(bytes.substr(0, 1023)), "\r\n"));
 }

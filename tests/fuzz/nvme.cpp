@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// A device's name on the first line, the disks on the second, and behind them what the kernel says
-// of any disk's model and serial number.
+// A device's name on the first line, the disks on the second, and behind them what the kernel
+// reports as any disk's model and serial number.
 #include "disk/nvme.h"
 #include "faked_system.h"
 #include "orvane.h"

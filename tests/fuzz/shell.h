@@ -30,8 +30,8 @@ inline std::optional<std::string> literal_word(std::string_view text)
     return word;
 }
 
-// Whether a command runs a tool with one literal word behind it, which is the name or the part of
-// it that had room.
+// Whether a command runs a tool with one literal word behind it, which is the name or as much of
+// it as fits.
 inline bool runs_on(std::string_view command, std::string_view tool, std::string_view name,
                     std::string_view end = "")
 {

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "support/shell.h"
 #include "fuzz.h"
 #include "shell.h"
+#include "support/shell.h"
 
 namespace {
 
 constexpr std::string_view tool = "/usr/bin/tool ";
 
-// A byte short of the room for it nothing more than the end of the name is missing.
+// A name that does not fit loses its end and nothing else.
 template <std::size_t Room> void require_word(const std::string &name, bool must_quote)
 {
     orvane::bounded_text<Room> command;

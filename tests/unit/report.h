@@ -12,7 +12,7 @@ inline orvane::unique_file report_of(std::string_view text)
 {
     orvane::unique_file stream(std::tmpfile());
     if (!stream || std::fwrite(text.data(), 1, text.size(), stream.get()) != text.size())
-        throw std::runtime_error("no room for a report");
+        throw std::runtime_error("cannot store a report");
     std::rewind(stream.get());
     return stream;
 }

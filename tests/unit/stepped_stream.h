@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-// What one read of a stream comes to: bytes, or an error where there is one.
+// The result of one read of a stream: bytes, or an error where there is one.
 struct read_step {
     std::string data;
     int error = 0;
@@ -18,7 +18,7 @@ struct read_step {
 inline const read_step broken_off = {"", EINTR};
 inline const read_step failed = {"", EIO};
 
-// A stream whose reads come to these steps, one after the other, and then to the end.
+// A stream whose reads have these results, one after the other, and then reach the end.
 class stepped_stream {
 public:
     explicit stepped_stream(std::vector<read_step> steps) : steps_(std::move(steps))
@@ -32,7 +32,7 @@ public:
     [[nodiscard]] std::size_t steps_left() const { return steps_.size(); }
 
 private:
-    static ssize_t read(void *self, char *room, size_t size)
+    static ssize_t read(void *self, char *buffer, size_t size)
     {
         auto &steps = static_cast<stepped_stream *>(self)->steps_;
         if (steps.empty())
@@ -42,7 +42,7 @@ private:
         errno = step.error;
         if (step.error != 0)
             return -1;
-        return static_cast<ssize_t>(step.data.copy(room, size));
+        return static_cast<ssize_t>(step.data.copy(buffer, size));
     }
 
     std::vector<read_step> steps_;

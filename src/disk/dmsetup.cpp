@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// The device-mapper tool, which reports the device under a mapped one.
+#include "disk/dmsetup.h"
+
+#include "orvane.h"
+#include "support/guards.h"
+#include "support/shell.h"
+#include "support/text.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace orvane {
+
+namespace {
+
+constexpr char dmsetup[] = "/usr/sbin/dmsetup";
+constexpr int cannot_execute = 127; // the exit status of shells in this case
+
+bool reports_none(const char *field) noexcept
+{
+    return has_prefix(field, "0 dependencies");
+}
+
+void print_execve_error() noexcept
+{
+    const char *const reason = ::strerrordesc_np(errno);
+    bounded_text<256> message;
+    message.append("execve: ");
+    message.append(reason != nullptr ? reason : "Unknown error");
+    message.append("\n");
+    [[maybe_unused]] const ssize_t written =
+        ::write(STDERR_FILENO, message.c_str(), message.length());
+}
+
+// A program that another thread starts in the meantime would keep the pipe open while it runs, and
+// the end of the tool's output would not be noticed.
+void keep_from_other_programs(const unique_fd &fd) noexcept
+{
+    ::fcntl(fd.get(), F_SETFD, FD_CLOEXEC);
+}
+
+// execve() does not modify its strings, although its prototype lacks the const.
+char *const *as_vector(const char *const *texts) noexcept
+{
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast)
+    return const_cast<char *const *>(texts);
+}
+
+// In a caller without standard output the pipe may already have its descriptor.
+bool make_standard_output(int fd) noexcept
+{
+    if (fd == STDOUT_FILENO)
+        return ::fcntl(fd, F_SETFD, 0) == 0;
+    const bool is_made = ::dup2(fd, STDOUT_FILENO) >= 0;
+    ::close(fd);
+    return is_made;
+}
+
+// Executes the tool in the child. Other threads of the caller may have held locks at the time of
+// the fork, so only async-signal-safe functions are called.
+[[noreturn]] void run_dmsetup(int read_end, int write_end, const char *mapped) noexcept
+{
+    ::close(read_end);
+    if (!make_standard_output(write_end))
+        ::_exit(cannot_execute);
+
+    const char *const arguments[] = {dmsetup, "deps", "-o", "devname", mapped, nullptr};
+    const char *const environment[] = {nullptr};
+    ::execve(dmsetup, as_vector(arguments), as_vector(environment));
+    print_execve_error();
+    ::_exit(cannot_execute);
+}
+
+// One read is enough: the tool writes what it reports of one device in one piece.
+void read_report(const unique_fd &output, text_buffer &report) noexcept
+{
+    retry_on_eintr([&] { return ::read(output.get(), report.data(), report.capacity() - 1); });
+}
+
+// Waits for any child. When the caller has reaped this one already, the wait lasts until another of
+// its children ends.
+void wait_for_child() noexcept
+{
+    retry_on_eintr([] { return ::wait(nullptr); });
+}
+
+} // namespace
+
+void find_dependency(char *report, text_buffer &name) noexcept
+{
+    if (::strchr(report, ':') == nullptr && !reports_none(report))
+        return;
+    tokenizer parts(report, ":");
+    while (const char *const part = parts.next()) {
+        if (reports_none(part)) {
+            ::orvane_trace("cannot found deps");
+            return;
+        }
+        if (::strstr(part, "dependencies") != nullptr)
+            continue;
+        // The names of several devices run together into one that does not exist: only a mapping
+        // of a single device is followed.
+        name.append(part);
+        ::removeSpecialChar(name.data());
+        return;
+    }
+}
+
+heap_text dependency_name(const char *mapped) noexcept
+{
+    if (!is_runnable(dmsetup))
+        return {};
+
+    int ends[2];
+    if (::pipe(ends) != 0) {
+        ::orvane_trace("pipe error.");
+        return {};
+    }
+    unique_fd read_end(ends[0]);
+    unique_fd write_end(ends[1]);
+    keep_from_other_programs(read_end);
+    keep_from_other_programs(write_end);
+    const pid_t child = ::fork();
+    if (child < 0) {
+        ::orvane_trace("fork error.");
+        return {};
+    }
+    if (child == 0)
+        run_dmsetup(read_end.get(), write_end.get(), mapped);
+
+    write_end.reset();
+    bounded_text<1024> report;
+    read_report(read_end, report);
+    // A tool that writes more must not block.
+    read_end.reset();
+
+    bounded_text<1024> name;
+    find_dependency(report.data(), name);
+    wait_for_child();
+    return heap_text(name.empty() ? nullptr : name.copy());
+}
+
+} // namespace orvane
