@@ -55,7 +55,8 @@ TEST_P(service_tag, is_the_serial_number)
         machine.tool(dmidecode, *GetParam().printed);
     const owned_text tag(orvane::get_service_tag());
     ASSERT_EQ(tag.is_null(), !GetParam().tag);
-    if (GetParam().tag)
+    if (GetParam().tag) {
         EXPECT_EQ(tag.value(), *GetParam().tag);
+    }
     EXPECT_EQ(machine.runs(dmidecode).size(), GetParam().runs);
 }
