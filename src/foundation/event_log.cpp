@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t stamp_bytes = 1024;
 constexpr std::size_t event_bytes = 1024;
 
-// Empty when the clock's reading is no date. An event is one line, so a newline ends the stamp.
+// Empty when the clock's reading is no date.
 void read_stamp(text_buffer &stamp) noexcept
 {
     const std::time_t now = ::time(nullptr);
@@ -26,7 +26,6 @@ void read_stamp(text_buffer &stamp) noexcept
     // NOLINTNEXTLINE(concurrency-mt-unsafe)
     if (const std::tm *const local = ::localtime(&now))
         ::strftime(stamp.data(), stamp.capacity(), "%Y-%m-%d %H:%M:%S", local);
-    stamp.cut_at_any("\n");
 }
 
 } // namespace
@@ -44,10 +43,12 @@ extern "C" void log_write(const char *path, const char *message, const char *tag
     orvane::bounded_text<orvane::stamp_bytes> stamp;
     orvane::read_stamp(stamp);
     orvane::bounded_text<orvane::event_bytes> event;
-    if (stamp.empty())
+    if (stamp.empty()) {
         event.format("(%s) %s\n", tag, message);
-    else
+    } else {
+        stamp.cut_at_any("\n"); // an event is one line
         event.format("(%s) Time: %s\t\tMessage: %s\n", tag, stamp.c_str(), message);
+    }
 
     // One write for each event, so that lines of several writers never mix. An event that cannot
     // be written is lost: the caller's work goes on either way.

@@ -72,11 +72,12 @@ void network_interface_list(mac_text &greatest) noexcept
     ifaddrs *first = nullptr;
     if (::getifaddrs(&first) == -1)
         return;
-    const interface_addresses addresses(first);
+    interface_addresses addresses(first);
     for (const ifaddrs *entry = first; entry != nullptr; entry = entry->ifa_next) {
         if (is_considered(*entry) && !take_interface(entry->ifa_name, greatest))
             break;
     }
+    addresses.reset();
     network_interface_list_bonding_slaves(greatest);
 }
 

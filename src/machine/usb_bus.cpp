@@ -55,7 +55,7 @@ const char *device_name(const char *link, line_buffer &path) noexcept
         return nullptr;
     // NOLINTNEXTLINE(concurrency-mt-unsafe): the one of <cstring> does not change the path.
     const char *const name = ::basename(path.c_str());
-    if (*name == '\0') {
+    if (name == nullptr || *name == '\0') {
         ::orvane_trace("get basename error");
         return nullptr;
     }
