@@ -11,17 +11,18 @@
  *               its function says what NULL does.
  *   Ownership   A returned `char *` is a new block that the caller releases with
  *               free(). A parameter stays the caller's and is not kept.
- *   Failure     is told by the result alone: NULL for a text, a documented
- *               number otherwise. Nothing is thrown and errno carries no news.
+ *   Failure     is reported by the result alone: NULL for a text, a documented
+ *               number otherwise. Nothing is thrown and errno has no meaning.
  *               NULL also stands for memory that could not be had.
  *   Bounds      Lines and formatted texts have fixed bounds; what is longer is
- *               cut, never refused and never overrun.
+ *               truncated, never rejected.
  *   Tools       run through /bin/sh with the caller's environment, working
- *               directory and standard error, where they may complain, as LVM's do
- *               of a device that is no volume. Their exit status is not read.
- *   Trace log   Where it cannot be opened, as by a user other than root, each line
- *               that an entry writes to it becomes a complaint on standard error:
- *               see orvane_trace().
+ *               directory and standard error, to which they may write, as
+ *               LVM's do about a device that is no volume. Their exit status
+ *               is not read.
+ *   Trace log   Where it cannot be opened, as by a user other than root, each
+ *               line that an entry writes to it becomes a message on standard
+ *               error: see orvane_trace().
  *   Threads     The library starts none, takes no lock and keeps nothing from
  *               one call to the next. "Threads: safe" means that any number of
  *               threads may be inside the function at once.
@@ -29,8 +30,8 @@
  *               For any other user such a source has no answer.
  *
  * Each exported name is an ordinary ELF symbol. The library calls its own
- * exported functions by these names, so a program that defines one of them puts
- * its own in the library's place.
+ * exported functions by these names, so a program that defines one of them
+ * replaces the library's.
  */
 #ifndef ORVANE_H
 #define ORVANE_H
@@ -70,7 +71,7 @@ enum orvane_result {
     ORVANE_GPG_KEY_MISSING = 14,          /* the key is not in the key store, or not usable */
     ORVANE_GPG_CLOCK_TOO_EARLY = 15,      /* no key: the clock is before its creation */
     ORVANE_GPG_NO_CONTEXT = 16,           /* no GPGME context could be made */
-    ORVANE_GPG_TEXT_NOT_TAKEN = 44,       /* the text could not be handed to GPGME */
+    ORVANE_GPG_TEXT_NOT_TAKEN = 44,       /* GPGME did not take the text */
     ORVANE_GPG_ENCRYPT_FAILED = 45,       /* the encrypt operation failed */
     ORVANE_GPG_OTHER_SIGNER = 46,         /* a signature is not the built-in key's */
     ORVANE_GPG_FILE_UNREADABLE = 49,      /* the signed file could not be read */
@@ -87,7 +88,7 @@ enum orvane_result {
     ORVANE_FROM_URL_NOTHING = 65,         /* a NULL, or no characters */
     ORVANE_URL_ESCAPE = 66,               /* a "%" without "2B", "2F" or "3D" behind it */
     ORVANE_TO_URL_NOTHING = 67,           /* a NULL, or no characters */
-    ORVANE_GPG_NO_OUTPUT = 100            /* no room for GPGME's output */
+    ORVANE_GPG_NO_OUTPUT = 100            /* no buffer for GPGME's output */
 };
 
 /* ---- Disk identity ----------------------------------------------------- */
@@ -100,11 +101,11 @@ enum orvane_result {
  *          there is no root device or no source answers.
  * Reads:   root_device() for the device, then in this order harddisk_id(),
  *          harddisk_id_smartctl() and, where is_logical_volume() is not 0,
- *          harddisk_id_lvm(): each entry names its files and tools, and which of
- *          them root alone may ask. Asked afresh on every call.
+ *          harddisk_id_lvm(): each entry names its files and tools, and which
+ *          of them need root. Queried on every call.
  * Writes:  a few lines to the trace log.
- * Errors:  those of root_device() and harddisk_id(), and the tools' complaints on
- *          standard error.
+ * Errors:  those of root_device() and harddisk_id(), and the tools' messages
+ *          on standard error.
  * Threads: safe, with the reservations of harddisk_id().
  */
 ORVANE_API char *orvane_get_harddisk_id(void);
@@ -143,7 +144,7 @@ ORVANE_API char *root_device(void);
 ORVANE_API char *command_line_get_root_device_name(const char *filename);
 
 /*
- * The identity of a disk as the kernel tells it.
+ * The identity of a disk as the kernel reports it.
  *
  * dev_name: a block device: a disk, a partition, a link to one, or a mapped
  *           device by its name under /dev/mapper. NULL is a name that cannot be
@@ -154,11 +155,12 @@ ORVANE_API char *command_line_get_root_device_name(const char *filename);
  *             two, or both, may be empty.
  *           - NVMe: "MODEL_SERIAL" without what is not graphic at the ends of
  *             each, and with one "-" for each run of that inside.
- *           - A mapped device that stands on one device alone: that device's node,
- *             such as "/dev/sda", where it is a whole disk; otherwise as for that
- *             device where it is NVMe. Any other mapped device is asked as if it
- *             were an ATA disk, and so is one that is given by another name:
- *             its own node, /dev/dm-N, or a link such as /dev/GROUP/VOLUME.
+ *           - A mapped device that stands on one device alone: that device's
+ *             node, such as "/dev/sda", where it is a whole disk; otherwise as
+ *             for that device where it is NVMe. Any other mapped device is
+ *             queried as if it were an ATA disk, and so is one that is given by
+ *             another name: its own node, /dev/dm-N, or a link such as
+ *             /dev/GROUP/VOLUME.
  * Reads:    for ATA the HDIO_GET_IDENTITY request on the node itself (root); for
  *           NVMe /sys/block/DISK/device/model and .../serial, DISK being the
  *           first name in /sys/block that begins the device's; for mapped devices
@@ -180,17 +182,19 @@ ORVANE_API char *command_line_get_root_device_name(const char *filename);
 ORVANE_API char *harddisk_id(const char *dev_name);
 
 /*
- * The identity of a disk as smartctl tells it.
+ * The identity of a disk as smartctl reports it.
  *
  * device:  a block device or a link to one; NULL is a name that cannot be
  *          resolved.
- * Returns: new text, "MODEL_SERIAL" without spaces and newlines, each part cut at
- *          510 bytes; NULL when /usr/sbin/smartctl is not readable and executable
- *          or cannot be started, the name does not resolve to a block device, its
- *          report cannot be read to the end, or one of the two is not told.
- * Reads:   /usr/sbin/smartctl -i DEVICE (root), DEVICE being the resolved path,
- *          cut with the command line at 255 bytes. The last field of the last
- *          line about a model, and about a serial number, is taken.
+ * Returns: new text, "MODEL_SERIAL" without spaces and newlines, each part
+ *          truncated at 510 bytes; NULL when /usr/sbin/smartctl is not readable
+ *          and executable or cannot be started, the name does not resolve to a
+ *          block device, its report cannot be read to the end, or it lacks one of
+ *          the two.
+ * Reads:   /usr/sbin/smartctl -i DEVICE (root), DEVICE being the resolved
+ *          path, truncated with the command line at 255 bytes. The last field
+ *          of the last line about a model, and about a serial number, is
+ *          taken.
  * Writes:  nothing, but for a line to the trace log about a device that cannot be
  *          examined.
  * Threads: safe; trace stamps may mix, as for time_string().
@@ -218,26 +222,27 @@ ORVANE_API char *harddisk_id_nvme_new(const char *name);
  *           three bytes, as "part", "raid1" and "rom" do; when /bin/lsblk is not
  *           readable and executable or cannot be started; and for NULL. Not 0 for
  *           anything else: "lvm", but also "crypt", "disk" or no line at all.
- * Reads:    /bin/lsblk -n -o "TYPE" DEVICE, cut at 255 bytes.
+ * Reads:    /bin/lsblk -n -o "TYPE" DEVICE, truncated at 255 bytes.
  * Writes:   nothing.
  * Threads:  safe.
  */
 ORVANE_API int is_logical_volume(const char *dev_name);
 
 /*
- * The identity of the disk under a logical volume, as harddisk_id_smartctl() tells
- * it. Meant for machines with one physical volume: the last one that pvdisplay
- * prints is asked, if at least one in the volume's group, or in a group whose name
- * begins with that group's, is among them.
+ * The identity of the disk under a logical volume, as harddisk_id_smartctl()
+ * reports it. Meant for machines with one physical volume: the last one that
+ * pvdisplay prints is queried, if at least one in the volume's group, or in a
+ * group whose name begins with that group's, is among them.
  *
  * dev_name: a logical volume's block device or a link to it; NULL is a name that
  *           cannot be resolved.
- * Returns:  new text; NULL when a tool is missing, tells no such volume or cannot
- *           be read to its end, and when smartctl has no answer.
- * Reads:    /sbin/lvdisplay DEVICE, cut at 255 bytes, for the volume group, then
- *           /sbin/pvdisplay (both root). A physical volume named like sda3_crypt
- *           stands for the first of the name's parts, without those that hold
- *           "crypt", that is a block device in /dev, and for itself where none is.
+ * Returns:  new text; NULL when a tool is missing, reports no such volume or
+ *           cannot be read to its end, and when smartctl has no answer.
+ * Reads:    /sbin/lvdisplay DEVICE, truncated at 255 bytes, for the volume group,
+ *           then /sbin/pvdisplay (both root). A physical volume named like
+ *           sda3_crypt stands for the first of the name's parts, without those
+ *           that hold "crypt", that is a block device in /dev, and for itself
+ *           where none is.
  * Writes:   nothing, but for lines to the trace log about devices that cannot be
  *           examined.
  * Threads:  safe; trace stamps may mix, as for time_string().
@@ -247,9 +252,9 @@ ORVANE_API char *harddisk_id_lvm(const char *dev_name);
 /*
  * What "lsblk -J" prints, for find_root_disk().
  *
- * Returns: new text, empty when the command is missing or prints nothing; where
- *          reading breaks off, the lines before that; NULL when the shell cannot
- *          be started.
+ * Returns: new text, empty when the command is missing or prints nothing;
+ *          where reading fails, the lines before that; NULL when the shell
+ *          cannot be started.
  * Reads:   lsblk -J, which the shell finds by PATH.
  * Errors:  "Failed to run lsblk" with the system's reason on standard error when
  *          the shell cannot be started. A listing of more than 4095 bytes ends the
@@ -269,8 +274,7 @@ ORVANE_API char *get_lsblk_output(void);
  * Returns: new text; NULL when the listing cannot be read or has no such disk.
  * Errors:  "JSON parse error: " and the text from the error onward, or "Invalid
  *          JSON structure: blockdevices is not an array", on standard error.
- * Threads: safe; where two of them fail at once, one may keep its parse error to
- *          itself.
+ * Threads: safe; where two of them fail at once, one may print no parse error.
  */
 ORVANE_API char *find_root_disk(const char *json);
 
@@ -289,7 +293,7 @@ ORVANE_API char *find_root_disk(const char *json);
  *          03000200-0400-0500-0006-000700080009,
  *          fefefefe-fefe-fefe-fefe-fefefefefefe and
  *          ffffffff-ffff-ffff-ffff-ffffffffffff, in any case of letters. A
- *          placeholder in the file sends the question on to the tool.
+ *          placeholder in the file makes the query fall back to the tool.
  * Writes:  nothing.
  * Threads: safe.
  */
@@ -308,8 +312,8 @@ ORVANE_API char *system_uuid(void);
  * Returns: new text of 17 lower-case characters such as "00:1a:2b:3c:4d:5e", or,
  *          where it comes from a bonding report, the word found there, lowered;
  *          NULL when no interface qualifies or they cannot be listed.
- *          "00:00:00:00:00:00" says that no driver knows a permanent address: the
- *          same on many machines, it identifies none.
+ *          "00:00:00:00:00:00" means that no driver knows a permanent address:
+ *          it identifies no machine.
  * Reads:   getifaddrs() for the interfaces, once for each address of the families
  *          AF_PACKET, AF_INET and AF_INET6, in the kernel's order; those whose
  *          names begin with "eth", "en" or "em" count. For each then, where
@@ -322,15 +326,14 @@ ORVANE_API char *system_uuid(void);
  *          The walk ends, and what follows does not count, at the first interface
  *          that has no current hardware address, that sits on the USB bus (the
  *          last component of its device's path begins one of the names in that
- *          directory) or, where the directory is there, whose place cannot be
- *          found out: no device is behind it, or there is no readlink in PATH.
+ *          directory) or, where the directory is there, whose device cannot be
+ *          determined: no device is behind it, or there is no readlink in PATH.
  *          This is on purpose. Bonding slaves count all the same, whatever their
  *          names.
  * Writes:  a few lines for each address of an interface that counts, to the trace
  *          log.
- * Errors:  where memory or descriptors run out, interfaces may be missing, or count
- *          with their current address for want of the permanent one. Where GLib
- *          has no memory for its list it ends the process.
+ * Errors:  where memory or descriptors run out, interfaces may be missing, or
+ *          count with their current address for want of the permanent one.
  * Threads: safe; trace stamps may mix, as for time_string().
  */
 ORVANE_API char *orvane_get_network_interface_max_mac(void);
@@ -351,8 +354,7 @@ ORVANE_API char *network_interface_get_max_mac(void);
  *          nothing, the second word of the first line with "Family", in any
  *          case, that dmidecode prints for the System Information (root). The
  *          family, not the manufacturer, stands in on purpose. At most 1023
- *          bytes. Which letters differ in case alone, the environment's locale
- *          says.
+ *          bytes. Case is compared in the environment's locale.
  * Writes:  nothing.
  * Threads: safe.
  */
@@ -436,8 +438,8 @@ ORVANE_API char *get_service_tag_from_dmidecode(const char *command);
  *
  * It is found in two steps: the manufacturer's name is compared with the patterns
  * of a key file, and the pattern that matched is looked up in manufacturerType.
- * The usual question asks with both of the library's own sets, and needs GLib to
- * release them:
+ * The usual query uses both of the library's own sets, and needs GLib to release
+ * them:
  *
  *    #include <glib.h>
  *
@@ -481,16 +483,16 @@ ORVANE_API extern const struct orvane_manufacturer_type manufacturerType[24];
  *              compared.
  * Returns:     findTypeEnum() of the pattern that matched, as it was compared. It
  *              may be -1: "Huawei" is among the patterns to compare with
- *              ignore_case, and no entry of manufacturerType begins with "huawei".
- *              For the same reason ignore_case never gives any but the types 0, 1,
- *              2, 7, 8 and 10. -1 also when no pattern matches, there is no such group
- *              and no manufacturer is told.
+ *              ignore_case, and no entry of manufacturerType begins with
+ *              "huawei". For the same reason ignore_case never gives any but the
+ *              types 0, 1, 2, 7, 8 and 10. -1 also when no pattern matches, there
+ *              is no such group or no manufacturer is reported.
  * Reads:       get_machine_info_simulate(); where that gives NULL, through
- *              get_machine_info_from_dmidecode() the first line, at most 1023 bytes
- *              of it, of /usr/sbin/dmidecode -s system-manufacturer (root), which
- *              may be empty; where nothing is printed, what follows the first ": ",
- *              up to the next, on the first line with "Manufacturer", in any case,
- *              of dmidecode -t 1 (root). Asked afresh on every call.
+ *              get_machine_info_from_dmidecode() the first line, at most 1023
+ *              bytes of it, of /usr/sbin/dmidecode -s system-manufacturer (root),
+ *              which may be empty; where nothing is printed, what follows the
+ *              first ": ", up to the next, on the first line with "Manufacturer",
+ *              in any case, of dmidecode -t 1 (root). Queried on every call.
  * Writes:      one line to the trace log when a pattern beside others matches, or
  *              when the group has no keys.
  * Errors:      where GLib has no memory it ends the process.
@@ -540,12 +542,12 @@ ORVANE_API struct _GKeyFile *generate_machine_whitelist(void);
 ORVANE_API struct _GKeyFile *generate_machine_whitelist_ignore_case(void);
 
 /*
- * The manufacturer that maching_machine_type() is to believe in place of the
+ * The manufacturer that maching_machine_type() is to use in place of the
  * firmware's. A program that defines this function makes the machine another; the
  * text that it returns stays its own and may be static: the library copies it and
  * does not free it.
  *
- * Returns: NULL, always: the firmware is asked.
+ * Returns: NULL, always: the firmware is queried.
  * Threads: safe.
  */
 ORVANE_API char *get_machine_info_simulate(void);
@@ -554,9 +556,9 @@ ORVANE_API char *get_machine_info_simulate(void);
  * Whether this is a Lenovo machine: whether its manufacturer begins with "KaiTian"
  * or "LENOVO", in this case of letters.
  *
- * Returns: 1 or 0; 0 also when no manufacturer is told.
- * Reads:   the two sources of maching_machine_type() in dmidecode (root), the second
- *          wherever the first does not say so.
+ * Returns: 1 or 0; 0 also when no manufacturer is reported.
+ * Reads:   the two sources of maching_machine_type() in dmidecode (root), the
+ *          second where the first does not.
  * Writes:  nothing.
  * Threads: safe.
  */
@@ -588,10 +590,10 @@ ORVANE_API int is_huawei_9x0(void);
  *           be opened or read to its end, as a directory cannot, or libcrypto
  *           fails.
  * Reads:    the file; the digest is OpenSSL libcrypto's. A pipe is waited for,
- *           and a read that a signal handler breaks off counts as failed.
+ *           and a read that a signal handler interrupts counts as failed.
  * Threads:  safe, on threads with at least 32 KiB of stack.
  *
- * MD5 and SHA-1 tell an accident, not an attacker.
+ * MD5 and SHA-1 detect an accident, not an attack.
  */
 ORVANE_API int file_check_sha256(const char *path, const char *expected);
 ORVANE_API int file_check_sha1(const char *path, const char *expected);
@@ -628,8 +630,8 @@ ORVANE_API bool verify_signature(const char *message, const char *signature);
  * rule, but stray characters at the ends may do no harm.
  *
  * text:    the base64 text; NULL gives NULL.
- * size:    where to store how many bytes came of it. NULL gives NULL. 0 or less
- *          is stored when none did, or there was no memory for the decoder;
+ * size:    where to store the number of bytes. NULL gives NULL. 0 or less is
+ *          stored when there are none, or there was no memory for the decoder;
  *          nothing is stored where there is none for the text or the bytes, or
  *          the text has more characters than an int counts.
  * Returns: new block of `*size` bytes, release with free(); NULL when that is
@@ -638,8 +640,8 @@ ORVANE_API bool verify_signature(const char *message, const char *signature);
  *          libcrypto.
  * Writes:  "Cleaned Base64 (N chars): TEXT" with the text that is left to
  *          standard output, unless `text` or `size` is NULL or there is no
- *          memory for the text. Where standard output is a pipe that nobody
- *          reads, that is SIGPIPE.
+ *          memory for the text. A standard output that is a pipe without a
+ *          reader raises SIGPIPE.
  * Threads: safe.
  */
 ORVANE_API unsigned char *base64_decode_clean(const char *text, int *size);
@@ -652,8 +654,8 @@ ORVANE_API unsigned char *base64_decode_clean(const char *text, int *size);
  *          waited for.
  * Returns: new key (RSA), release with OpenSSL's RSA_free(); NULL when there is
  *          none.
- * Reads:   the file. For a block that says it is encrypted, which no public key
- *          needs to be, OpenSSL asks for a password on the terminal, or where
+ * Reads:   the file. For a block marked as encrypted, which no public key needs
+ *          to be, OpenSSL prompts for a password on the terminal, or where
  *          there is none on standard error and from standard input, with signal
  *          handlers of its own meanwhile and for one thread at a time.
  * Errors:  on standard error, one line each: "Error opening public key file:
@@ -688,18 +690,18 @@ ORVANE_API bool compute_sha256(const char *text, unsigned char *digest);
  *          are left to the system's first process, or to a caller that took its
  *          place.
  * Waiting: there is no time limit. gpg waits for the locks of the key store,
- *          and asks the user, on the caller's terminal if there is one, for the
- *          passphrase of a file that is encrypted.
- * Changes: the locale of the whole process becomes the environment's. A process
- *          that had not said what SIGPIPE does ignores it from then on.
+ *          and prompts the user, on the caller's terminal if there is one, for
+ *          the passphrase of a file that is encrypted.
+ * Changes: the locale of the whole process becomes the environment's. A
+ *          process with the default action of SIGPIPE ignores it from then on.
  * Threads: for one thread at a time, and none beside it that depends on the
  *          locale.
  */
 
 /*
  * Verifies a file that carries its content and its signatures, whole (gpg
- * --sign) or clear-signed, and hands over the content. An encrypted file that
- * the user's own keys open is verified as what is in it.
+ * --sign) or clear-signed, and returns the content. An encrypted file that the
+ * user's own keys open is verified as what is in it.
  *
  * path:    the file, a regular one, which is read into memory, as is all of its
  *          content, compressed or not; NULL is a file that cannot be read.
@@ -718,10 +720,10 @@ ORVANE_API bool compute_sha256(const char *text, unsigned char *digest);
  *          this order: ORVANE_GPG_NO_CONTEXT, ORVANE_GPG_FILE_UNREADABLE,
  *          ORVANE_GPG_NO_OUTPUT, ORVANE_GPG_VERIFY_FAILED (no gpg, say, or no
  *          OpenPGP data in the file), ORVANE_GPG_NO_SIGNATURE, also where gpg
- *          ended before it told of one. With anything but ORVANE_OK nothing is
+ *          ended before it reported one. With anything but ORVANE_OK nothing is
  *          stored.
- * Errors:  content of more than 4096 bytes, or of a size that GPGME cannot
- *          tell, is not handed over: ORVANE_OK, NULL in `*content`, `*length`
+ * Errors:  content of more than 4096 bytes, or of a size that GPGME does not
+ *          report, is not returned: ORVANE_OK, NULL in `*content`, `*length`
  *          untouched. Nor is content without memory for it, or that cannot be
  *          read: NULL, with the size in `*length`, or 0 where it ends early.
  *          Look at `*content`.
@@ -745,10 +747,10 @@ ORVANE_API int gpg_verify(const char *path, char **content, unsigned int *length
  *          when it cannot be written or there is no gpg;
  *          ORVANE_GPG_ENCRYPT_FAILED; ORVANE_GPG_KEY_MISSING where gpg refuses
  *          the key. With anything but ORVANE_OK nothing is stored.
- * Errors:  a message that cannot be handed over, for want of memory, is NULL
- *          with ORVANE_OK; `*length` is its size then, 0 where it ends early,
- *          and untouched where it has none. Look at `*message`. Each call keeps
- *          a few hundred bytes for good.
+ * Errors:  a message that cannot be returned, for want of memory, is NULL with
+ *          ORVANE_OK; `*length` is its size then, 0 where it ends early, and
+ *          untouched where it has none. Look at `*message`. Each call keeps a
+ *          few hundred bytes for good.
  * Reads:   the key store, by gpg, and the clock.
  */
 ORVANE_API int gpg_encrypt(const char *text, char **message, unsigned int *length);
@@ -783,10 +785,10 @@ ORVANE_API int base64_encode(const void *data, int size, char *text, unsigned in
  * text:    the NUL-terminated text, all of which must be base64: no line breaks
  *          or blanks.
  * length:  how many of its characters to decode, as a rule all.
- * data:    where to store the bytes; `length` bytes are room enough.
- * size:    where to store how many came of it: as the decoder says, so a text
- *          that it can make nothing of is 0 or, as an unsigned number, -1, with
- *          ORVANE_OK. So is want of memory, and a negative length is 0.
+ * data:    where to store the bytes; `length` bytes suffice.
+ * size:    where to store the number of bytes, as the decoder reports it: a
+ *          text that cannot be decoded is 0 or, as an unsigned number, -1,
+ *          with ORVANE_OK. So is want of memory, and a negative length is 0.
  * Returns: ORVANE_OK, or, with nothing stored, ORVANE_BASE64_NOTHING_TO_DECODE
  *          for a NULL or a length of 0; ORVANE_BASE64_LENGTH;
  *          ORVANE_BASE64_CHARACTER; ORVANE_BASE64_PADDING, in this order.
@@ -796,7 +798,7 @@ ORVANE_API int base64_decode(const char *text, int length, void *data, unsigned 
 /*
  * Writes base64 text as it may stand in the query of a URL. A "%" stays.
  *
- * text:       the NUL-terminated text, all of which is looked at.
+ * text:       the NUL-terminated text, all of which is checked.
  * length:     how many of its characters to convert, as a rule all.
  * url:        where to store the result: 3 bytes for each character and 1 for
  *             the terminator.
@@ -811,7 +813,7 @@ ORVANE_API int transform_to_url(const char *text, unsigned int length, char *url
 /*
  * Writes the query form back as base64 text.
  *
- * url:         the NUL-terminated text, all of which is looked at.
+ * url:         the NUL-terminated text, all of which is checked.
  * length:      how many of its characters to convert, as a rule all. An escape
  *              that begins among them is converted whole.
  * text:        where to store the result: a byte for each character and 1 for
@@ -836,8 +838,8 @@ ORVANE_API int transform_from_url(const char *url, unsigned int length, char *te
  * Reads:   zdk_system_get_appScene() of libzusysinfo, or of whichever object
  *          defines it for the whole process when liborvane is loaded; where none
  *          does, the VARIANT field of /etc/os-release or /usr/lib/os-release,
- *          through GLib, which ends the process where it has no memory. Asked
- *          afresh on every call.
+ *          through GLib, which ends the process where it has no memory. Queried
+ *          on every call.
  * Writes:  one or two lines to the trace log.
  * Threads: safe as far as zdk_system_get_appScene() is; trace stamps may mix, as
  *          for time_string().
@@ -855,17 +857,17 @@ ORVANE_API unsigned int _os_get_version(void);
  * Appends one line to the trace log, /var/log/orvane/liborvane.log: a stamp, the
  * process id in brackets, a colon, a blank and the message, ended by a newline
  * unless the message ends in one. A line has at most 1023 bytes with its
- * newline; the message is cut to fit. The log is always on, made when missing
- * (directory mode 0777, file mode 0644, both less the umask), never truncated
- * and never rotated.
+ * newline; the message is truncated to fit. The log is always on, made when
+ * missing (directory mode 0777, file mode 0644, both less the umask), never
+ * truncated and never rotated.
  *
  * format:  as for printf(), with its arguments; "%m" is the caller's errno.
  * Returns: 1 when the log could be opened, even if the write then failed; 0 when
  *          it could not.
  * Errors:  "Open log file failed" or "Write to log file failed" with the
- *          system's reason on standard error. errno is left as it was. A
- *          line that does not fit into a full disk or the process's file size
- *          limit is cut or lost; the SIGXFSZ of such a write is taken back.
+ *          system's reason on standard error. errno is left as it was. A line
+ *          that does not fit into a full disk or the process's file size limit
+ *          is truncated or lost; the SIGXFSZ of such a write is discarded.
  * Threads: safe for the log: each line is one appending write(). Stamps may mix,
  *          as for time_string().
  */
@@ -904,16 +906,16 @@ ORVANE_API const char *time_string(void);
 /*
  * Appends one event to a log file of the caller's choosing, as
  * "(TAG) Time: YYYY-MM-DD HH:MM:SS<tab><tab>Message: MESSAGE<newline>" in local
- * time, or "(TAG) MESSAGE<newline>" when no stamp can be made. The line is cut at
- * 1023 bytes and has no newline then. A missing file is made with mode 0640 less
- * the umask.
+ * time, or "(TAG) MESSAGE<newline>" when no stamp can be made. The line is
+ * truncated at 1023 bytes and has no newline then. A missing file is made with
+ * mode 0640 less the umask.
  *
  * path:    the log file; NULL is a file that cannot be opened.
  * message: any bytes.
  * tag:     the severity; "II", "WW" and "EE" are in use.
  * enabled: 0 makes the call do nothing at all.
- * Errors:  never reported; an event that cannot be written is lost, or cut, as a
- *          line of orvane_trace() is.
+ * Errors:  never reported; an event that cannot be written is lost, or
+ *          truncated, as a line of orvane_trace() is.
  * Threads: each event is one appending write(), but the stamp comes from
  *          localtime(), so concurrent callers may see each other's.
  */
@@ -934,7 +936,7 @@ ORVANE_API void log_write(const char *path, const char *message, const char *tag
  *
  * path:    the file; NULL is a file that cannot be opened.
  * Returns: new key file, release with g_key_file_free(); NULL when the file is
- *          missing, unreadable or malformed, without a word about which.
+ *          missing, unreadable or malformed.
  */
 ORVANE_API struct _GKeyFile *key_file_load_from_file(const char *path);
 
@@ -952,8 +954,8 @@ ORVANE_API char *key_file_get_value(struct _GKeyFile *kf, const char *group, con
  *
  * value:   as it shall stand in the file, escapes included: with a newline in it
  *          the saved file may not load again.
- * Errors:  a group or key that GLib does not take as a name sets nothing and is
- *          told as a GLib critical message.
+ * Errors:  a group or key that GLib does not take as a name sets nothing and
+ *          is reported as a GLib critical message.
  */
 ORVANE_API void key_file_set_value(struct _GKeyFile *kf, const char *group, const char *key,
                                    const char *value);
@@ -1010,9 +1012,9 @@ ORVANE_API void removeSpecialChar(char *s);
 /*
  * Deletes the zero bytes among the first `len` bytes. What stays stands at the
  * start; each byte freed behind it repeats the last byte of the range as it was.
- * No terminator is added and the new length is not told.
+ * No terminator is added and the new length is not reported.
  *
- * buf:     `len` bytes; not looked at when `len` is 0.
+ * buf:     `len` bytes; not read when `len` is 0.
  */
 ORVANE_API void remove_null_chars(void *buf, uint32_t len);
 

@@ -6,7 +6,6 @@
 #include "support/guards.h"
 #include "support/owned.h"
 
-#include <cstring>
 #include <ctime>
 
 #include <fcntl.h>
@@ -19,23 +18,14 @@ namespace {
 constexpr std::size_t stamp_bytes = 1024;
 constexpr std::size_t event_bytes = 1024;
 
-// Empty when the clock cannot be told as a date; none at all when there is no memory for it.
-heap_text event_stamp() noexcept
+// Empty when the clock's reading is no date.
+void read_stamp(text_buffer &stamp) noexcept
 {
-    bounded_text<stamp_bytes> stamp;
     const std::time_t now = ::time(nullptr);
-    // Deliberate: localtime(), whose result all threads share; the header says what that means.
+    // The header documents that concurrent callers share the result of localtime().
     // NOLINTNEXTLINE(concurrency-mt-unsafe)
     if (const std::tm *const local = ::localtime(&now))
         ::strftime(stamp.data(), stamp.capacity(), "%Y-%m-%d %H:%M:%S", local);
-    return heap_text(stamp.copy());
-}
-
-// An event is one line, so a newline in its stamp ends the stamp.
-void end_at_newline(char *stamp) noexcept
-{
-    if (char *const newline = ::strchr(stamp, '\n'))
-        *newline = '\0';
 }
 
 } // namespace
@@ -50,17 +40,18 @@ extern "C" void log_write(const char *path, const char *message, const char *tag
     if (!log)
         return;
 
-    const orvane::heap_text stamp = orvane::event_stamp();
+    orvane::bounded_text<orvane::stamp_bytes> stamp;
+    orvane::read_stamp(stamp);
     orvane::bounded_text<orvane::event_bytes> event;
-    if (stamp && *stamp != '\0') {
-        orvane::end_at_newline(stamp.get());
-        event.format("(%s) Time: %s\t\tMessage: %s\n", tag, stamp.get(), message);
-    } else {
+    if (stamp.empty()) {
         event.format("(%s) %s\n", tag, message);
+    } else {
+        stamp.cut_at_any("\n"); // an event is one line
+        event.format("(%s) Time: %s\t\tMessage: %s\n", tag, stamp.c_str(), message);
     }
 
-    // One write for the event, so that lines of several writers never mix. Deliberate: an event
-    // that cannot be written is lost in silence, for the caller's work goes on either way.
+    // One write for each event, so that lines of several writers never mix. An event that cannot
+    // be written is lost: the caller's work goes on either way.
     const orvane::file_size_signal_guard event_may_be_lost;
     [[maybe_unused]] const ssize_t written = ::write(log.get(), event.c_str(), event.length());
 }

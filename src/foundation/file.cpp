@@ -50,7 +50,7 @@ extern "C" void redirect_stdio(void)
             ::dup2(null_device.get(), standard);
     }
 
-    // It filled a closed slot itself.
+    // It was opened in a closed slot, and stays there.
     if (null_device.get() <= STDERR_FILENO)
         null_device.release();
 }

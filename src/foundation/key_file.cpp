@@ -2,14 +2,28 @@
 //
 // GLib's key files with three decisions made: comments and translations are kept, a missing value
 // is NULL, and a save that fails is a warning.
+#include "foundation/glib_handles.h"
 #include "orvane.h"
-#include "support/glib_handles.h"
-
-#include <glib.h>
 
 namespace orvane {
 
 namespace {
+
+// Where a GLib call stores its error: pass out() once.
+class unique_error {
+public:
+    unique_error() = default;
+    unique_error(const unique_error &) = delete;
+    unique_error &operator=(const unique_error &) = delete;
+    ~unique_error() { ::g_clear_error(&error_); }
+
+    explicit operator bool() const noexcept { return error_ != nullptr; }
+    [[nodiscard]] const char *message() const noexcept { return error_->message; }
+    GError **out() noexcept { return &error_; }
+
+private:
+    GError *error_ = nullptr;
+};
 
 // The warnings are the program's own rather than GLib's.
 constexpr const char *no_log_domain = nullptr;

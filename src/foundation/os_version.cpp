@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// Which variant of the operating system is installed.
+// Which variant of the operating system is installed, by its application scene.
+#include "foundation/glib_handles.h"
 #include "orvane.h"
-
-#include "foundation/application_scene.h"
 #include "support/text.h"
+
+#include <cstring>
+
+// Weak, so that the library loads without libzusysinfo and calls whichever object of the process
+// defines the function: the real library, the program itself, or a test.
+extern "C" [[gnu::weak]] char *zdk_system_get_appScene(void);
 
 namespace orvane {
 
@@ -13,7 +18,19 @@ namespace {
 constexpr unsigned int ordinary_version = 0;
 constexpr unsigned int education_version = 2;
 
-// Deliberate: a prefix, so that "EDU" and every edition named after it count.
+char *variant_of_os_release() noexcept
+{
+    const glib_text variant(::g_get_os_info("VARIANT"));
+    return variant ? ::strdup(variant.get()) : nullptr;
+}
+
+heap_text application_scene() noexcept
+{
+    return heap_text(zdk_system_get_appScene != nullptr ? ::zdk_system_get_appScene()
+                                                        : variant_of_os_release());
+}
+
+// Every edition whose name begins with "EDU" is an education variant.
 bool is_education(const char *scene) noexcept
 {
     return has_prefix(scene, "EDU");

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// Cleaning texts in place.
+// Text clean-up in place.
 #include "orvane.h"
 
 #include <cctype>
@@ -11,8 +11,7 @@ namespace orvane {
 
 namespace {
 
-// A locale may pair an ASCII capital with another letter, as Turkish does with 'I'; such an
-// answer is not taken.
+// A locale may pair an ASCII capital with a letter outside ASCII, as Turkish does with 'I'.
 char lower_ascii(char c) noexcept
 {
     if (c < 'A' || c > 'Z')
@@ -61,8 +60,8 @@ extern "C" void removeSpecialChar(char *s)
         orvane::remove_any_of(s, "\n ()");
 }
 
-// Moving the rest left by one for every zero byte would leave the range's last byte in each place
-// that is freed. Callers may look there, so one pass that packs the range writes it too.
+// The freed bytes repeat the range's last byte, as moving the rest left by one for each zero byte
+// would leave it.
 extern "C" void remove_null_chars(void *buf, uint32_t len)
 {
     if (len == 0)

@@ -29,13 +29,13 @@ void end_with_newline(text_buffer &line) noexcept
 }
 
 // Standard error may be a file that has reached the limit, too.
-void complain(const char *what) noexcept
+void print_error(const char *what) noexcept
 {
-    const file_size_signal_guard complaint_may_be_lost;
+    const file_size_signal_guard message_may_be_lost;
     ::perror(what);
 }
 
-// One write for the line, so that lines of several processes never mix.
+// One write for each line, so that lines of several processes never mix.
 ssize_t write_line(int log, const text_buffer &line) noexcept
 {
     const file_size_signal_guard line_may_be_lost;
@@ -48,7 +48,6 @@ ssize_t write_line(int log, const text_buffer &line) noexcept
 
 extern "C" const char *time_string(void)
 {
-    // Deliberate: one stamp for the whole process, which callers know not to keep.
     static char stamp[70];
 
     const std::time_t now = ::time(nullptr);
@@ -56,21 +55,19 @@ extern "C" const char *time_string(void)
     ::localtime_r(&now, &local);
 
     // Deliberate: a second reading of the clock, so at the turn of a minute the old minute may
-    // stand beside the new second. The stamp is documented so.
+    // stand beside the new second, as the header documents.
     std::timespec precise = {};
     ::clock_gettime(CLOCK_REALTIME, &precise);
 
-    orvane::bounded_text<20> seconds;
-    seconds.format("%02d.%03d", static_cast<int>(precise.tv_sec % 60),
-                   static_cast<int>(precise.tv_nsec / 1000000));
     orvane::bounded_text<49> minutes;
     ::strftime(minutes.data(), minutes.capacity(), "%Y-%m-%d %H:%M", &local);
-    orvane::bounded_text<sizeof stamp> joined;
-    joined.format("%s:%s", minutes.c_str(), seconds.c_str());
+    orvane::bounded_text<sizeof stamp> made;
+    made.format("%s:%02d.%03d", minutes.c_str(), static_cast<int>(precise.tv_sec % 60),
+                static_cast<int>(precise.tv_nsec / 1000000));
 
-    // Stored in one piece: another thread that reads meanwhile may find some of its digits here,
-    // but never the early end that formatting in place would put there for a moment.
-    ::memcpy(stamp, joined.c_str(), sizeof stamp);
+    // Stored in one piece: a thread that reads it meanwhile may see digits of two stamps, but never
+    // the early terminator that formatting in place would write for a moment.
+    ::memcpy(stamp, made.c_str(), sizeof stamp);
     return stamp;
 }
 
@@ -90,21 +87,21 @@ extern "C" int orvane_trace(const char *format, ...)
 {
     // A trace line often stands between a failed call and the caller's look at errno.
     const orvane::errno_guard callers_errno;
-    // A program may put its own functions in their place.
+    // A program may replace the two.
     // cppcheck-suppress knownConditionTrueFalse
     if (::orvane_logger_env_init() == 0 || ::orvane_is_tracing() == 0)
         return 0;
 
     const orvane::unique_fd log(::open(orvane::trace_file, O_WRONLY | O_CREAT | O_APPEND, 0644));
     if (!log) {
-        orvane::complain("Open log file failed");
+        orvane::print_error("Open log file failed");
         return 0;
     }
 
     orvane::bounded_text<orvane::line_bytes> line;
     line.format("%s [%d]: ", ::time_string(), ::getpid());
 
-    // "%m" means the caller's errno, not that of the steps above.
+    // For "%m", which stands for the caller's errno.
     callers_errno.restore();
     constexpr std::size_t newline_bytes = 1;
     va_list arguments;
@@ -114,6 +111,6 @@ extern "C" int orvane_trace(const char *format, ...)
     orvane::end_with_newline(line);
 
     if (orvane::write_line(log.get(), line) < 0)
-        orvane::complain("Write to log file failed");
+        orvane::print_error("Write to log file failed");
     return 1;
 }

@@ -1,20 +1,42 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// Bytes to base64 on one line, and back.
-#include "integrity/base64_alphabet.h"
-#include "integrity/base64_chain.h"
+// Bytes to base64 on one line, and back; the tolerant decoder accepts line breaks and blanks too.
+#include "integrity/base64.h"
+
 #include "orvane.h"
+#include "support/owned.h"
 
 #include <algorithm>
+#include <climits>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <string_view>
 
+#include <openssl/bio.h>
 #include <openssl/buffer.h>
+#include <openssl/evp.h>
 
 namespace orvane {
 
 namespace {
 
-// Of this many bytes comes less text than an int counts, which is the most that a memory BIO holds.
+using bio_chain = owned<BIO, ::BIO_free_all>;
+
+// A base64 filter for text on one line, pushed on the memory BIO, which it owns from then on. Holds
+// nullptr when either cannot be allocated.
+bio_chain one_line_base64(bio_chain memory) noexcept
+{
+    bio_chain filter(::BIO_new(::BIO_f_base64()));
+    if (!filter || !memory)
+        return nullptr;
+    ::BIO_set_flags(filter.get(), BIO_FLAGS_BASE64_NO_NL);
+    ::BIO_push(filter.get(), memory.release());
+    return filter;
+}
+
+// The text of this many bytes is shorter than INT_MAX, the most that a memory BIO holds.
 constexpr std::size_t piece_bytes = std::size_t{3} << 28U;
 
 std::size_t encoded_length(std::size_t size) noexcept
@@ -22,12 +44,12 @@ std::size_t encoded_length(std::size_t size) noexcept
     return (size + 2) / 3 * 4;
 }
 
-// A memory BIO that fills the caller's buffer itself: one that grows, or is copied from, costs more
-// than the coding. It never asks for more room than it has, because the text has just this length.
-bio_chain memory_over(BUF_MEM &room) noexcept
+// A memory BIO that fills the caller's buffer: one that grows, or is copied from, costs more than
+// the encoding. It never has to grow, because the text has just this length.
+bio_chain memory_over(BUF_MEM &buffer) noexcept
 {
     bio_chain memory(::BIO_new(::BIO_s_mem()));
-    if (!memory || BIO_set_mem_buf(memory.get(), &room, BIO_NOCLOSE) <= 0)
+    if (!memory || BIO_set_mem_buf(memory.get(), &buffer, BIO_NOCLOSE) <= 0)
         return nullptr;
     return memory;
 }
@@ -35,11 +57,11 @@ bio_chain memory_over(BUF_MEM &room) noexcept
 // The end of the text, or nullptr when there is no memory.
 char *encode_piece(const unsigned char *data, std::size_t size, char *text) noexcept
 {
-    BUF_MEM room = {0, text, encoded_length(size), 0};
-    const bio_chain chain = one_line_base64(memory_over(room));
+    BUF_MEM buffer = {0, text, encoded_length(size), 0};
+    const bio_chain chain = one_line_base64(memory_over(buffer));
     if (!chain)
         return nullptr;
-    // Deliberate: not examined. What could not be written is not in the length.
+    // What cannot be written is not in the length.
     ::BIO_write(chain.get(), data, static_cast<int>(size));
     static_cast<void>(BIO_flush(chain.get()));
     BUF_MEM *written = nullptr;
@@ -48,7 +70,14 @@ char *encode_piece(const unsigned char *data, std::size_t size, char *text) noex
     return text + written->length;
 }
 
-// "=" closes the text, once or twice, or is not there.
+// Decodes `length` characters into at most `capacity` bytes. Returns what BIO_read() returned: 0 or
+// less when nothing can be decoded.
+int decode_one_line(const char *text, int length, void *buffer, int capacity) noexcept
+{
+    const bio_chain chain = one_line_base64(bio_chain(::BIO_new_mem_buf(text, length)));
+    return chain ? ::BIO_read(chain.get(), buffer, capacity) : -1;
+}
+
 std::string_view without_pads(std::string_view text) noexcept
 {
     for (int pads = 0; pads < 2 && !text.empty() && text.back() == '='; ++pads)
@@ -56,7 +85,24 @@ std::string_view without_pads(std::string_view text) noexcept
     return text;
 }
 
-int refusal(std::string_view text) noexcept
+// Sixteen characters at a time, so that the test costs a small part of the decoding.
+bool is_unpadded_base64(std::string_view text) noexcept
+{
+    using vector [[gnu::vector_size(16)]] = unsigned char;
+    auto all = in_base64(vector{} + 'A');
+    for (; text.size() >= sizeof(vector); text.remove_prefix(sizeof(vector))) {
+        vector bytes;
+        ::memcpy(&bytes, text.data(), sizeof bytes);
+        all &= in_base64(bytes);
+    }
+    bool is_all = std::all_of(text.begin(), text.end(),
+                              [](char c) { return in_base64(static_cast<unsigned char>(c)) != 0; });
+    for (std::size_t i = 0; i < sizeof(vector); ++i)
+        is_all = is_all && all[i] != 0;
+    return is_all;
+}
+
+int check_base64(std::string_view text) noexcept
 {
     if (text.size() % 4 != 0)
         return ORVANE_BASE64_LENGTH;
@@ -64,6 +110,23 @@ int refusal(std::string_view text) noexcept
         return ORVANE_OK;
     return std::all_of(text.begin(), text.end(), is_base64) ? ORVANE_BASE64_PADDING
                                                             : ORVANE_BASE64_CHARACTER;
+}
+
+bool is_layout(char c) noexcept
+{
+    return c == '\n' || c == '\r' || c == ' ';
+}
+
+// Holds nullptr where there is no memory, or more text than an int counts.
+heap_text without_layout(const char *text) noexcept
+{
+    const std::size_t length = ::strlen(text);
+    heap_text kept(length > INT_MAX ? nullptr : static_cast<char *>(::malloc(length + 1)));
+    if (!kept)
+        return kept;
+    char *const end = std::remove_copy_if(text, text + length, kept.get(), is_layout);
+    *end = '\0';
+    return kept;
 }
 
 } // namespace
@@ -91,10 +154,29 @@ extern "C" int base64_decode(const char *text, int length, void *data, unsigned 
 {
     if (text == nullptr || data == nullptr || size == nullptr || length == 0)
         return ORVANE_BASE64_NOTHING_TO_DECODE;
-    if (const int code = orvane::refusal(text); code != ORVANE_OK)
+    if (const int code = orvane::check_base64(text); code != ORVANE_OK)
         return code;
-    // Deliberate: what the decoder says of a text that it cannot make sense of is passed on as the
-    // count. Callers look at the count.
+    // A count of 0 or less is stored as it is, with ORVANE_OK: callers look at the count.
     *size = static_cast<unsigned int>(orvane::decode_one_line(text, length, data, length));
     return ORVANE_OK;
+}
+
+extern "C" unsigned char *base64_decode_clean(const char *text, int *size)
+{
+    if (text == nullptr || size == nullptr)
+        return nullptr;
+    const orvane::heap_text cleaned = orvane::without_layout(text);
+    if (!cleaned)
+        return nullptr;
+    const std::size_t length = ::strlen(cleaned.get());
+    // Printed for every text, valid or not, so that a program's output shows which one was decoded.
+    ::printf("Cleaned Base64 (%d chars): %s\n", static_cast<int>(length), cleaned.get());
+
+    const std::size_t capacity = std::uint64_t{3} * length / 4 + 4;
+    orvane::heap_bytes decoded(static_cast<unsigned char *>(::malloc(capacity)));
+    if (!decoded)
+        return nullptr;
+    *size = orvane::decode_one_line(cleaned.get(), static_cast<int>(length), decoded.get(),
+                                    static_cast<int>(capacity));
+    return *size > 0 ? decoded.release() : nullptr;
 }

@@ -5,9 +5,9 @@
 
 namespace orvane {
 
-// The signing key's public half, as the build was given it: one binary OpenPGP transferable public
-// key, and how long it is. Deliberate: in writable data of one size, so that the layout of the
-// library is the same with every key, though nothing ever changes it.
+// The signing key's public half, a build input: one binary OpenPGP transferable public key and its
+// length. In writable data of one size, though nothing changes it, so that the layout of the
+// library is the same with every key.
 struct signing_key {
     std::uint32_t length;
     unsigned char bytes[1024];

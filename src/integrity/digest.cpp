@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // Whether a file has an expected digest.
-#include "integrity/digest.h"
-
 #include "orvane.h"
 #include "support/bounded_text.h"
 #include "support/owned.h"
@@ -22,115 +20,82 @@ namespace {
 
 static_assert(sizeof(off_t) == 8, "a file of any size must have a digest");
 
-// Asking for 1 KiB at a time would cost half as much again as hashing; beyond 16 KiB little is won.
+using hex_text = bounded_text<2 * SHA256_DIGEST_LENGTH + 1>;
+
+// Reads of 1 KiB would cost half as much again as hashing; beyond 16 KiB little is gained.
 constexpr std::size_t read_bytes = 16384;
-
-// The low-level calls, because the others look their algorithm up first, for which a fresh process
-// could have hashed many small files.
-template <class Context, auto Init, auto Update, auto Final>
-bool digest_to_end(int fd, unsigned char *digest) noexcept
-{
-    unsigned char block[read_bytes] = {};
-    Context context = {};
-    bool is_whole = Init(&context) == 1;
-    ssize_t size = 0;
-    while ((size = ::read(fd, block, sizeof block)) > 0)
-        is_whole = Update(&context, block, static_cast<std::size_t>(size)) == 1 && is_whole;
-    is_whole = Final(digest, &context) == 1 && is_whole;
-    return is_whole && size == 0;
-}
-
-struct algorithm {
-    std::size_t digest_bytes;
-    bool (*digest_to_end)(int fd, unsigned char *digest) noexcept; // false when a step failed
-};
-
-constexpr algorithm sha256 = {
-    SHA256_DIGEST_LENGTH,
-    digest_to_end<SHA256_CTX, ::SHA256_Init, ::SHA256_Update, ::SHA256_Final>,
-};
-constexpr algorithm sha1 = {
-    SHA_DIGEST_LENGTH,
-    digest_to_end<SHA_CTX, ::SHA1_Init, ::SHA1_Update, ::SHA1_Final>,
-};
-constexpr algorithm md5 = {
-    MD5_DIGEST_LENGTH,
-    digest_to_end<MD5_CTX, ::MD5_Init, ::MD5_Update, ::MD5_Final>,
-};
-
-constexpr std::size_t longest_digest_bytes = SHA256_DIGEST_LENGTH;
 
 char hex_digit(unsigned int value) noexcept
 {
     constexpr std::string_view digits = "0123456789abcdef";
     const auto digit = static_cast<unsigned char>(digits[value & 0xFU]);
-    // Deliberate: the digits are lower-case already, but what a capital is, the C library says.
+    // Which of them is a capital is the C library's decision.
     return static_cast<char>(::isupper(digit) != 0 ? ::tolower(digit) : digit);
 }
 
-int file_hex(const algorithm &with, const char *path, char *hex, std::size_t size) noexcept
+void append_hex(hex_text &hex, unsigned char byte) noexcept
 {
-    if (size < 2 * with.digest_bytes || hex == nullptr)
-        return -1;
-    const unique_fd file(path == nullptr ? -1 : ::open(path, O_RDONLY));
-    unsigned char digest[longest_digest_bytes];
-    if (!file || !with.digest_to_end(file.get(), digest))
-        return -1;
-
-    for (std::size_t i = 0; i < with.digest_bytes; ++i) {
-        *hex++ = hex_digit(digest[i] >> 4U);
-        *hex++ = hex_digit(digest[i]);
-    }
-    return 0;
+    const char digits[] = {hex_digit(byte >> 4U), hex_digit(byte)};
+    hex.append({digits, sizeof digits});
 }
 
-int check(const char *path, const char *expected, hex_routine hex_of_file,
-          const algorithm &with) noexcept
+// Appends a file's digest as hexadecimal digits. False when the file cannot be read to its end.
+//
+// The low-level calls, because the others look their algorithm up first, for which a fresh process
+// could have hashed many small files.
+template <std::size_t DigestBytes, class Context, auto Init, auto Update, auto Final>
+bool file_hex(const char *path, hex_text &hex) noexcept
 {
-    if (expected == nullptr)
-        return 0;
-    return file_check_digest(path, expected, hex_of_file, with.digest_bytes);
+    const unique_fd file(path == nullptr ? -1 : ::open(path, O_RDONLY));
+    if (!file)
+        return false;
+    unsigned char block[read_bytes] = {};
+    Context context = {};
+    bool is_whole = Init(&context) == 1;
+    ssize_t size = 0;
+    while ((size = ::read(file.get(), block, sizeof block)) > 0)
+        is_whole = Update(&context, block, static_cast<std::size_t>(size)) == 1 && is_whole;
+    unsigned char digest[DigestBytes];
+    is_whole = Final(digest, &context) == 1 && is_whole;
+    if (!is_whole || size != 0)
+        return false;
+    for (const unsigned char byte : digest)
+        append_hex(hex, byte);
+    return true;
+}
+
+using hex_routine = bool (*)(const char *path, hex_text &hex) noexcept;
+
+constexpr hex_routine file_sha256_hex =
+    file_hex<SHA256_DIGEST_LENGTH, SHA256_CTX, ::SHA256_Init, ::SHA256_Update, ::SHA256_Final>;
+constexpr hex_routine file_sha1_hex =
+    file_hex<SHA_DIGEST_LENGTH, SHA_CTX, ::SHA1_Init, ::SHA1_Update, ::SHA1_Final>;
+constexpr hex_routine file_md5_hex =
+    file_hex<MD5_DIGEST_LENGTH, MD5_CTX, ::MD5_Init, ::MD5_Update, ::MD5_Final>;
+
+// Whether the expected text begins with the file's digest.
+bool file_check_digest(const char *path, const char *expected, hex_routine hex_of_file) noexcept
+{
+    hex_text computed;
+    return expected != nullptr && hex_of_file(path, computed) &&
+           ::strncmp(expected, computed.c_str(), computed.length()) == 0;
 }
 
 } // namespace
-
-int file_sha256_hex(const char *path, char *hex, std::size_t size) noexcept
-{
-    return file_hex(sha256, path, hex, size);
-}
-
-int file_sha1_hex(const char *path, char *hex, std::size_t size) noexcept
-{
-    return file_hex(sha1, path, hex, size);
-}
-
-int file_md5_hex(const char *path, char *hex, std::size_t size) noexcept
-{
-    return file_hex(md5, path, hex, size);
-}
-
-int file_check_digest(const char *path, const char *expected, hex_routine hex_of_file,
-                      std::size_t digest_bytes) noexcept
-{
-    bounded_text<1024> computed;
-    if (hex_of_file(path, computed.data(), computed.capacity()) != 0)
-        return 0;
-    return ::strncmp(expected, computed.c_str(), 2 * digest_bytes) == 0 ? 1 : 0;
-}
 
 } // namespace orvane
 
 extern "C" int file_check_sha256(const char *path, const char *expected)
 {
-    return orvane::check(path, expected, orvane::file_sha256_hex, orvane::sha256);
+    return orvane::file_check_digest(path, expected, orvane::file_sha256_hex) ? 1 : 0;
 }
 
 extern "C" int file_check_sha1(const char *path, const char *expected)
 {
-    return orvane::check(path, expected, orvane::file_sha1_hex, orvane::sha1);
+    return orvane::file_check_digest(path, expected, orvane::file_sha1_hex) ? 1 : 0;
 }
 
 extern "C" int file_check_md5(const char *path, const char *expected)
 {
-    return orvane::check(path, expected, orvane::file_md5_hex, orvane::md5);
+    return orvane::file_check_digest(path, expected, orvane::file_md5_hex) ? 1 : 0;
 }

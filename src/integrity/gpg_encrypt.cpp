@@ -2,7 +2,7 @@
 //
 // Encrypting a text to the built-in key.
 #include "integrity/builtin_key.h"
-#include "integrity/gpg.h"
+#include "integrity/gpg_session.h"
 #include "orvane.h"
 
 #include <cstring>
@@ -14,15 +14,14 @@ namespace {
 
 constexpr int public_half = 0;
 
-// Why the key is not there, though it is imported each time: to a clock before its creation it does
-// not exist yet.
+// The key is imported each time, but gpg ignores a key that was created after the clock's time.
 int code_of_missing_key(std::time_t now) noexcept
 {
     return builtin_creation_time > static_cast<std::uint64_t>(now) ? ORVANE_GPG_CLOCK_TOO_EARLY
                                                                    : ORVANE_GPG_KEY_MISSING;
 }
 
-// Deliberate: nobody releases the key. It stays the process's.
+// Deliberate: the key is not released, as the header documents.
 gpgme_key_t find_builtin_key(gpgme_ctx_t context) noexcept
 {
     gpgme_key_t key = nullptr;
@@ -38,13 +37,13 @@ bool is_refused(gpgme_ctx_t context) noexcept
            ::strcmp(first->fpr, builtin_fingerprint) == 0;
 }
 
-void hand_over_message(gpgme_data_t output, char **message, unsigned int *length) noexcept
+void store_message(gpgme_data_t output, char **message, unsigned int *length) noexcept
 {
     const off_t size = ::gpgme_data_seek(output, 0, SEEK_END);
     if (size <= 0)
         *message = nullptr;
     else
-        hand_over(output, static_cast<std::size_t>(size), 1, message, length);
+        store_data(output, static_cast<std::size_t>(size), 1, message, length);
 }
 
 } // namespace
@@ -54,7 +53,7 @@ void hand_over_message(gpgme_data_t output, char **message, unsigned int *length
 extern "C" int gpg_encrypt(const char *text, char **message, unsigned int *length)
 {
     const std::time_t now = ::time(nullptr);
-    orvane::gpg_objects gpg;
+    orvane::gpg_session gpg;
     gpg.context = orvane::new_gpg_context();
     if (!gpg.context)
         return ORVANE_GPG_NO_CONTEXT;
@@ -77,6 +76,6 @@ extern "C" int gpg_encrypt(const char *text, char **message, unsigned int *lengt
         return ORVANE_GPG_KEY_MISSING;
 
     if (message != nullptr)
-        orvane::hand_over_message(gpg.output.get(), message, length);
+        orvane::store_message(gpg.output.get(), message, length);
     return ORVANE_OK;
 }

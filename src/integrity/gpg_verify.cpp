@@ -2,7 +2,7 @@
 //
 // Whether a file is signed with the built-in key.
 #include "integrity/builtin_key.h"
-#include "integrity/gpg.h"
+#include "integrity/gpg_session.h"
 #include "orvane.h"
 
 #include <cstring>
@@ -21,14 +21,14 @@ const signature *signatures_of(gpgme_ctx_t context) noexcept
     return result != nullptr ? result->signatures : nullptr;
 }
 
-int code_of(const signature &judged) noexcept
+int code_of(const signature &first) noexcept
 {
-    const gpg_err_code_t status = ::gpgme_err_code(judged.status);
-    const auto has = [&judged](gpgme_sigsum_t bit) {
-        return (static_cast<unsigned int>(judged.summary) & static_cast<unsigned int>(bit)) != 0;
+    const gpg_err_code_t status = ::gpgme_err_code(first.status);
+    const auto has = [&first](gpgme_sigsum_t bit) {
+        return (static_cast<unsigned int>(first.summary) & static_cast<unsigned int>(bit)) != 0;
     };
-    // Deliberate: without an error it is good, also where the key store does not trust its key; and
-    // where the store trusts it, a signature that only expired is good.
+    // Deliberate: without an error the signature is good, even where the key store does not trust
+    // its key; where the store trusts the key, one that expired is good too.
     if (has(GPGME_SIGSUM_VALID) || has(GPGME_SIGSUM_GREEN) || status == GPG_ERR_NO_ERROR)
         return ORVANE_OK;
     if (has(GPGME_SIGSUM_KEY_MISSING))
@@ -52,15 +52,15 @@ bool are_by_builtin_key(const signature *made) noexcept
     return made == nullptr;
 }
 
-void hand_over_content(gpgme_data_t output, char **content, unsigned int *length) noexcept
+void store_content(gpgme_data_t output, char **content, unsigned int *length) noexcept
 {
     const off_t size = ::gpgme_data_seek(output, 0, SEEK_END);
     if (size < 0 || size > most_content_bytes) {
         *content = nullptr;
         return;
     }
-    // Deliberate: no terminator. The content is bytes, and callers go by its length.
-    hand_over(output, static_cast<std::size_t>(size), 0, content, length);
+    // No terminator: the content is bytes, and callers use its length.
+    store_data(output, static_cast<std::size_t>(size), 0, content, length);
 }
 
 } // namespace
@@ -69,7 +69,7 @@ void hand_over_content(gpgme_data_t output, char **content, unsigned int *length
 
 extern "C" int gpg_verify(const char *path, char **content, unsigned int *length)
 {
-    orvane::gpg_objects gpg;
+    orvane::gpg_session gpg;
     gpg.context = orvane::new_gpg_context();
     if (!gpg.context)
         return ORVANE_GPG_NO_CONTEXT;
@@ -86,14 +86,13 @@ extern "C" int gpg_verify(const char *path, char **content, unsigned int *length
     const auto *const signatures = orvane::signatures_of(gpg.context.get());
     if (signatures == nullptr)
         return ORVANE_GPG_NO_SIGNATURE;
-    // Deliberate: the first signature alone decides whether the file is intact, before the question
-    // whose the signatures are.
+    // The first signature alone decides whether the file is intact.
     if (const int code = orvane::code_of(*signatures); code != ORVANE_OK)
         return code;
     if (!orvane::are_by_builtin_key(signatures))
         return ORVANE_GPG_OTHER_SIGNER;
 
     if (content != nullptr)
-        orvane::hand_over_content(gpg.output.get(), content, length);
+        orvane::store_content(gpg.output.get(), content, length);
     return ORVANE_OK;
 }

@@ -13,11 +13,8 @@ namespace {
 
 constexpr char reports_directory[] = "/proc/net/bonding";
 
-// What a report says behind a label: a word, so no line end belongs to it.
-using report_field = bounded_text<128>;
-
-// Reads on to the next line that has the label. The labels' formats bound what they store.
-template <class Match> bool find_field(std::FILE *report, Match match) noexcept
+// Reads on to the next line that has the label and, behind it, a word.
+template <class Match> bool find_line(std::FILE *report, Match match) noexcept
 {
     line_buffer line;
     while (read_line(report, line)) {
@@ -27,16 +24,18 @@ template <class Match> bool find_field(std::FILE *report, Match match) noexcept
     return false;
 }
 
-bool find_slave(std::FILE *report, report_field &name) noexcept
+bool find_slave(std::FILE *report) noexcept
 {
-    return find_field(report, [&name](const char *line) {
-        return ::sscanf(line, "Slave Interface: %127s", name.data());
+    return find_line(report, [](const char *line) {
+        char name[2];
+        return ::sscanf(line, "Slave Interface: %1s", name);
     });
 }
 
-bool find_permanent_address(std::FILE *report, report_field &address) noexcept
+// The format bounds what is stored.
+bool find_permanent_address(std::FILE *report, mac_text &address) noexcept
 {
-    return find_field(report, [&address](const char *line) {
+    return find_line(report, [&address](const char *line) {
         return ::sscanf(line, "Permanent HW addr: %127s", address.data());
     });
 }
@@ -49,27 +48,21 @@ bool is_regular_file(const char *path) noexcept
 
 } // namespace
 
-// Deliberate: a slave without an address takes the next slave's, which is then not seen itself. The
-// greatest address is the same either way.
-interface_list read_bonding_report(std::FILE *report) noexcept
+// A slave without an address takes the next slave's, which changes nothing about the greatest.
+void read_bonding_report(std::FILE *report, mac_text &greatest) noexcept
 {
-    interface_list slaves;
-    report_field name;
-    report_field address;
-    while (find_slave(report, name) && find_permanent_address(report, address)) {
+    mac_text address;
+    while (find_slave(report) && find_permanent_address(report, address)) {
         ::toLowerCase(address.data());
-        add_interface(slaves,
-                      network_interface_new(name.c_str(), address.c_str(), address.c_str()));
+        keep_greatest(greatest, address);
     }
-    return slaves;
 }
 
-interface_list network_interface_list_bonding_slaves() noexcept
+void network_interface_list_bonding_slaves(mac_text &greatest) noexcept
 {
-    interface_list slaves;
     directory_names bonds(reports_directory);
     if (!bonds)
-        return slaves;
+        return;
     while (const char *const bond = bonds.next()) {
         bounded_text<1024> path;
         path.format("%s/%s", reports_directory, bond);
@@ -77,9 +70,8 @@ interface_list network_interface_list_bonding_slaves() noexcept
             continue;
         const unique_file report(::fopen(path.c_str(), "r"));
         if (report)
-            append_interfaces(slaves, read_bonding_report(report.get()));
+            read_bonding_report(report.get(), greatest);
     }
-    return slaves;
 }
 
 } // namespace orvane

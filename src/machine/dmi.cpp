@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// What the firmware tells about the machine: vendor, model, product serial number.
+// Vendor, model and product serial number, as the firmware reports them.
 #include "machine/dmi.h"
 
-#include "machine/dmidecode.h"
 #include "orvane.h"
 #include "support/line_reader.h"
 
@@ -11,7 +10,7 @@ namespace orvane {
 
 namespace {
 
-// One fact: the kernel's file is asked first, the command where the file gives nothing.
+// The kernel's file is read first; the command runs where it has no line.
 struct dmi_source {
     const char *file;
     const char *command;
@@ -19,23 +18,14 @@ struct dmi_source {
 
 // Deliberate: the family stands in for the vendor, and the version for the SKU. Callers compare
 // what they recorded earlier, so a machine must keep its answers from one version to the next.
-constexpr dmi_source vendor = {
-    "/sys/class/dmi/id/sys_vendor",
-    "/usr/sbin/dmidecode -t 1 |grep -i 'Family' |awk '{print $2}'",
-};
-constexpr dmi_source model = {
-    "/sys/class/dmi/id/product_sku",
-    "/usr/sbin/dmidecode -t 1 |grep -i 'Version' |awk '{print $2}'",
-};
-constexpr dmi_source serial_number = {
-    "/sys/class/dmi/id/product_serial",
-    serial_number_command,
-};
+constexpr dmi_source vendor = {"/sys/class/dmi/id/sys_vendor", family_command};
+constexpr dmi_source model = {"/sys/class/dmi/id/product_sku", version_command};
+constexpr dmi_source serial_number = {"/sys/class/dmi/id/product_serial", serial_number_command};
 
 char *read_fact(const dmi_source &source) noexcept
 {
-    char *const told = ::get_machine_info_from_sysfs(source.file);
-    return told != nullptr ? told : ::get_machine_info_from_dmidecode(source.command);
+    char *const line = ::get_machine_info_from_sysfs(source.file);
+    return line != nullptr ? line : ::get_machine_info_from_dmidecode(source.command);
 }
 
 } // namespace

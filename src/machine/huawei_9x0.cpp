@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "machine/huawei_9x0.h"
-
+//
+// Whether the machine has one of three Kirin processors.
 #include "orvane.h"
-#include "support/owned.h"
 #include "support/line_reader.h"
+#include "support/owned.h"
 
 #include <algorithm>
 #include <iterator>
@@ -25,8 +25,7 @@ bool names_processor(const char *line) noexcept
     });
 }
 
-} // namespace
-
+// A line counts however it is spaced and capitalised.
 bool names_kirin_9x0(std::FILE *cpuinfo) noexcept
 {
     line_buffer line;
@@ -39,6 +38,8 @@ bool names_kirin_9x0(std::FILE *cpuinfo) noexcept
     }
     return false;
 }
+
+} // namespace
 
 } // namespace orvane
 

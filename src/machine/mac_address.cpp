@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// What the kernel tells of an interface's Ethernet address.
+// An interface's Ethernet address, as the kernel reports it.
 #include "machine/mac_address.h"
 
 #include "orvane.h"
-#include "support/bounded_text.h"
+#include "support/owned.h"
 
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <optional>
 
 #include <linux/ethtool.h>
 #include <linux/sockios.h>
@@ -26,7 +25,7 @@ struct ethernet_address {
     unsigned char bytes[6] = {};
 };
 
-// The kernel's ethtool_perm_addr, with room for the address that it is to write.
+// The kernel's ethtool_perm_addr, followed by the buffer for the address.
 struct permanent_address_request {
     std::uint32_t command = ETHTOOL_GPERMADDR;
     std::uint32_t size = sizeof(ethernet_address);
@@ -40,7 +39,7 @@ unique_fd open_socket() noexcept
     return unique_fd(::socket(AF_INET, SOCK_DGRAM, 0));
 }
 
-ifreq request_about(const char *name) noexcept
+ifreq request_for(const char *name) noexcept
 {
     ifreq request = {};
     ::strncpy(request.ifr_name, name, sizeof request.ifr_name - 1);
@@ -48,13 +47,13 @@ ifreq request_about(const char *name) noexcept
     return request;
 }
 
-bool ask_current_address(const unique_fd &socket, ifreq &request) noexcept
+bool query_current_address(const unique_fd &socket, ifreq &request) noexcept
 {
     return ::ioctl(socket.get(), SIOCGIFHWADDR, &request) == 0;
 }
 
-// Deliberate: zeros for what the driver does not tell. They lose against every real address.
-ethernet_address ask_permanent_address(const unique_fd &socket, ifreq &request) noexcept
+// Zeros where the driver does not report it: less than every real address.
+ethernet_address query_permanent_address(const unique_fd &socket, ifreq &request) noexcept
 {
     permanent_address_request wanted;
     request.ifr_data = reinterpret_cast<char *>(&wanted);
@@ -65,52 +64,46 @@ ethernet_address ask_permanent_address(const unique_fd &socket, ifreq &request) 
     return wanted.address;
 }
 
-std::optional<ethernet_address> current_address(const char *name) noexcept
+void format(mac_text &mac, const ethernet_address &address) noexcept
 {
-    const unique_fd socket = open_socket();
-    ifreq request = request_about(name);
-    if (!socket || !ask_current_address(socket, request))
-        return std::nullopt;
-    ethernet_address address;
-    ::memcpy(address.bytes, request.ifr_hwaddr.sa_data, sizeof address.bytes);
-    return address;
-}
-
-std::optional<ethernet_address> permanent_address(const char *name) noexcept
-{
-    const unique_fd socket = open_socket();
-    if (!socket)
-        return std::nullopt;
-    ifreq request = request_about(name);
-    if (!ask_current_address(socket, request)) {
-        // NOLINTNEXTLINE(concurrency-mt-unsafe): glibc keeps the text of a thread for itself.
-        ::orvane_trace("Set device name error: %s.", ::strerror(errno));
-        return std::nullopt;
-    }
-    return ask_permanent_address(socket, request);
-}
-
-heap_text to_text(const std::optional<ethernet_address> &address) noexcept
-{
-    if (!address)
-        return {};
-    const unsigned char *const bytes = address->bytes;
-    bounded_text<sizeof "00:00:00:00:00:00"> text;
-    text.format("%.2x:%.2x:%.2x:%.2x:%.2x:%.2x", bytes[0], bytes[1], bytes[2], bytes[3], bytes[4],
-                bytes[5]);
-    return heap_text(text.copy());
+    const unsigned char *const bytes = address.bytes;
+    mac.format("%.2x:%.2x:%.2x:%.2x:%.2x:%.2x", bytes[0], bytes[1], bytes[2], bytes[3], bytes[4],
+               bytes[5]);
 }
 
 } // namespace
 
-heap_text network_interface_get_mac(const char *name) noexcept
+bool network_interface_get_mac(const char *name, mac_text &mac) noexcept
 {
-    return to_text(current_address(name));
+    const unique_fd socket = open_socket();
+    ifreq request = request_for(name);
+    if (!socket || !query_current_address(socket, request))
+        return false;
+    ethernet_address address;
+    ::memcpy(address.bytes, request.ifr_hwaddr.sa_data, sizeof address.bytes);
+    format(mac, address);
+    return true;
 }
 
-heap_text network_interface_get_permanent_mac(const char *name) noexcept
+bool network_interface_get_permanent_mac(const char *name, mac_text &mac) noexcept
 {
-    return to_text(permanent_address(name));
+    const unique_fd socket = open_socket();
+    if (!socket)
+        return false;
+    ifreq request = request_for(name);
+    if (!query_current_address(socket, request)) {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): glibc keeps a text for each thread.
+        ::orvane_trace("Set device name error: %s.", ::strerror(errno));
+        return false;
+    }
+    format(mac, query_permanent_address(socket, request));
+    return true;
+}
+
+void keep_greatest(mac_text &greatest, const mac_text &mac) noexcept
+{
+    if (::strcmp(mac.c_str(), greatest.c_str()) > 0)
+        greatest.assign(mac.view());
 }
 
 } // namespace orvane

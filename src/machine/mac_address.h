@@ -1,15 +1,23 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
-#include "support/owned.h"
+#include "support/bounded_text.h"
 
 namespace orvane {
 
-// The address that an interface has at present, as text; empty where it cannot be had.
-heap_text network_interface_get_mac(const char *name) noexcept;
+// An Ethernet address such as "00:1a:2b:3c:4d:5e", or whatever word a bond's report has in its
+// place.
+using mac_text = bounded_text<128>;
 
-// The address that the maker gave an interface; all zeros where its driver does not tell it, and
-// empty where the interface cannot be asked.
-heap_text network_interface_get_permanent_mac(const char *name) noexcept;
+// The address in use. False where the interface has none.
+bool network_interface_get_mac(const char *name, mac_text &mac) noexcept;
+
+// The maker's address, all zeros where the driver does not report it. False where the interface
+// cannot be queried.
+bool network_interface_get_permanent_mac(const char *name, mac_text &mac) noexcept;
+
+// Stores an address in `greatest` if it is greater than the one there. All are lower-case text of
+// one form, so the order of the texts is that of the addresses.
+void keep_greatest(mac_text &greatest, const mac_text &mac) noexcept;
 
 } // namespace orvane

@@ -2,7 +2,6 @@
 //
 // Machines that boot from a managed flash device: serial number, device name and card identifier.
 #include "machine/dmi.h"
-#include "machine/dmidecode.h"
 #include "orvane.h"
 #include "support/line_reader.h"
 
@@ -37,7 +36,7 @@ bool read_boot_device_field(const char *path, oem_field &field) noexcept
     return true;
 }
 
-// Leaves the text empty when one of the three parts cannot be had.
+// Leaves the text empty when one of the three parts cannot be read.
 void read_oem_info(text_buffer &info) noexcept
 {
     oem_field serial;

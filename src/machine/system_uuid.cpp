@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // The SMBIOS system UUID, with the placeholders of unconfigured boards refused.
-#include "machine/system_uuid.h"
-
-#include "machine/dmidecode.h"
+#include "machine/dmi.h"
 #include "orvane.h"
 #include "support/line_reader.h"
 
@@ -18,12 +16,7 @@ namespace {
 
 constexpr char uuid_file[] = "/sys/devices/virtual/dmi/id/product_uuid";
 
-// dmidecode prints a remark in place of a UUID that the firmware does not tell; grep drops it.
-constexpr char uuid_command[] =
-    "/usr/sbin/dmidecode -s system-uuid | grep "
-    R"('[0-9a-fA-F]\{8\}-[0-9a-fA-F]\{4\}-[0-9a-fA-F]\{4\}-[0-9a-fA-F]\{4\}-[0-9a-fA-F]\{12\}')";
-
-// What firmware vendors leave in boards that nobody configured: many machines share each.
+// Left by firmware vendors in unconfigured boards, so that many machines share each.
 constexpr const char *placeholders[] = {
     "12345678-1234-5678-90ab-cddeefaabbcc",
     "03000200-0400-0500-0006-000700080009",
@@ -42,8 +35,6 @@ char *copy_unless_placeholder(const line_buffer &uuid) noexcept
     return is_placeholder(uuid.c_str()) ? nullptr : uuid.copy();
 }
 
-} // namespace
-
 char *get_system_uuid_from_sysfs() noexcept
 {
     line_buffer uuid;
@@ -53,10 +44,12 @@ char *get_system_uuid_from_sysfs() noexcept
 char *get_system_uuid_from_dmidecode() noexcept
 {
     line_buffer uuid;
-    return has_dmidecode() && first_line_of_command(uuid_command, uuid)
+    return has_dmidecode() && first_line_of_command(system_uuid_command, uuid)
                ? copy_unless_placeholder(uuid)
                : nullptr;
 }
+
+} // namespace
 
 } // namespace orvane
 

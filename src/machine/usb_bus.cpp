@@ -4,8 +4,8 @@
 #include "orvane.h"
 #include "support/directory.h"
 #include "support/line_reader.h"
-#include "support/text.h"
 #include "support/shell.h"
+#include "support/text.h"
 
 #include <cstring>
 
@@ -15,8 +15,8 @@ namespace orvane {
 
 namespace {
 
-// Deliberate: an interface without this link, which no device backs, counts as a removable one. No
-// virtual interface is to give the machine its identity for being named like a card.
+// Deliberate: an interface without this link, which no device backs, counts as a removable one, so
+// that no virtual interface named like a card gives the machine its identity.
 bool has_device_link(const char *link) noexcept
 {
     struct stat status = {};
@@ -34,7 +34,7 @@ bool has_device_link(const char *link) noexcept
 // What readlink prints is one path that a zero byte ends; empty where it prints nothing.
 bool resolve(const char *link, line_buffer &path) noexcept
 {
-    constexpr std::size_t command_bytes = 4096; // enough for an interface's name of quotes alone
+    constexpr std::size_t command_bytes = 4096; // fits a name of quotes alone
     bounded_text<command_bytes> command;
     command.append("readlink -f -z ");
     append_quoted(command, link);
@@ -53,7 +53,7 @@ const char *device_name(const char *link, line_buffer &path) noexcept
 {
     if (!has_device_link(link) || !resolve(link, path))
         return nullptr;
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): the one of <cstring> leaves the path as it is.
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the one of <cstring> does not change the path.
     const char *const name = ::basename(path.c_str());
     if (name == nullptr || *name == '\0') {
         ::orvane_trace("get basename error");
@@ -62,8 +62,7 @@ const char *device_name(const char *link, line_buffer &path) noexcept
     return name;
 }
 
-// Deliberate: a device may go on behind the name, as "1-1:1.0" does behind "1-1". One that has an
-// interface on the bus is on the bus itself.
+// A device that has an interface on the bus, as "1-1" has "1-1:1.0", is on the bus itself.
 bool begins_any(const char *name, directory_names &devices) noexcept
 {
     while (const char *const device = devices.next()) {
@@ -80,9 +79,6 @@ bool network_interface_on_usb_bus(const char *name) noexcept
     directory_names usb_devices("/sys/bus/usb/devices/");
     if (!usb_devices)
         return false;
-    if (name == nullptr)
-        return true;
-
     bounded_text<1024> link;
     link.format("/sys/class/net/%s/device", name);
     line_buffer path;

@@ -3,8 +3,8 @@
 
 namespace orvane {
 
-// Whether a network interface sits on the USB bus, as removable adapters do. One whose place
-// cannot be found out counts as if it did; where there is no such bus, none does.
+// Whether a network interface is on the USB bus, as removable adapters are. True where its device
+// cannot be determined, false where the machine has no such bus.
 bool network_interface_on_usb_bus(const char *name) noexcept;
 
 } // namespace orvane

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // What gpg found, a line for each signature as "SUMMARY STATUS FINGERPRINT", an empty line, and
-// behind it the content. In the place of GPGME's operations stand some that tell just that: a run
+// behind it the content. In the place of GPGME's operations stand some that report just that: a run
 // of gpg would take a hundredth of a second.
-#include "integrity/gpg.h"
 #include "fuzz.h"
 #include "integrity/builtin_key.h"
+#include "integrity/gpg_session.h"
 #include "orvane.h"
 
 #include <list>
@@ -108,7 +108,7 @@ void require_encrypted()
             std::equal(content.c_str(), content.c_str() + content.size() + 1, message));
 }
 
-void say(gpgme_data_t output)
+void write_content(gpgme_data_t output)
 {
     require(gpgme_data_write(output, content.data(), content.size()) ==
             static_cast<ssize_t>(content.size()));
@@ -134,7 +134,7 @@ extern "C" gpgme_error_t gpgme_op_import(gpgme_ctx_t /*context*/, gpgme_data_t /
 extern "C" gpgme_error_t gpgme_op_verify(gpgme_ctx_t /*context*/, gpgme_data_t /*signed_data*/,
                                          gpgme_data_t /*text*/, gpgme_data_t output)
 {
-    say(output);
+    write_content(output);
     return 0;
 }
 
@@ -159,7 +159,7 @@ extern "C" gpgme_error_t gpgme_op_encrypt(gpgme_ctx_t /*context*/, gpgme_key_t r
                                           gpgme_data_t output)
 {
     require(recipients[0] != nullptr && recipients[1] == nullptr);
-    say(output);
+    write_content(output);
     return 0;
 }
 

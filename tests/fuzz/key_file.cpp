@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // A value to set on the first line, and behind it the key file.
+#include "foundation/glib_handles.h"
 #include "fuzz.h"
 #include "orvane.h"
-#include "support/glib_handles.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// The classes of manufacturers, by number, by name and by the names that makers go by.
-#include "machine/machine_type.h"
+// The classes of manufacturers: their numbers, their names, and the makers in each.
+#include "machine/manufacturer_table.h"
 
 #include "orvane.h"
 #include "support/text.h"
@@ -41,8 +41,8 @@ static_assert(std::size(names) == huawei + 1);
 
 } // namespace orvane
 
-// Programs that use the table hold a copy of it, which then is the library's too: one entry more or
-// in another place is another SONAME.
+// A program that uses the table has a copy relocation of it, so a change of its size or order needs
+// a new SONAME.
 extern "C" const orvane_manufacturer_type manufacturerType[] = {
     {"lenovo", orvane::lenovo},
     {"KaiTian", orvane::lenovo},
@@ -70,7 +70,7 @@ extern "C" const orvane_manufacturer_type manufacturerType[] = {
     {"HUAWEI", orvane::huawei},
 };
 
-// Deliberate: a name finds every entry that begins with it; "huawei", which is among the patterns
+// Deliberate: a name finds the first entry that begins with it; "huawei", one of the patterns
 // without case, finds none. Callers compare what they recorded earlier, so a machine must keep its
 // class from one version to the next.
 extern "C" int findTypeEnum(const char *name)

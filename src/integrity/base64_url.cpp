@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // Base64 text to the form that survives in the query of a URL, and back.
-#include "integrity/url_form.h"
-
-#include "integrity/base64_alphabet.h"
+#include "integrity/base64.h"
 #include "orvane.h"
 
 #include <algorithm>
@@ -28,7 +26,7 @@ const escape *escape_of(char plain) noexcept
     return found != std::end(escapes) ? found : nullptr;
 }
 
-// Never looks past the terminator of the text.
+// Does not read past the terminator of the text.
 bool starts_with(const char *text, std::string_view start) noexcept
 {
     return std::all_of(start.begin(), start.end(), [&text](char c) { return *text++ == c; });
@@ -42,16 +40,12 @@ const escape *escape_at(const char *text) noexcept
     return found != std::end(escapes) ? found : nullptr;
 }
 
-} // namespace
-
-int check_base64_chars(const char *text) noexcept
+bool check_base64_chars(std::string_view text) noexcept
 {
-    for (; *text != '\0'; ++text) {
-        if (!is_base64(*text) && *text != '%')
-            return ORVANE_URL_CHARACTER;
-    }
-    return ORVANE_OK;
+    return std::all_of(text.begin(), text.end(), [](char c) { return is_base64(c) || c == '%'; });
 }
+
+} // namespace
 
 } // namespace orvane
 
@@ -61,8 +55,8 @@ extern "C" int transform_to_url(const char *text, unsigned int length, char *url
     if (text == nullptr || url == nullptr || url_length == nullptr || length == 0)
         return ORVANE_TO_URL_NOTHING;
     *url_length = 0;
-    if (const int code = orvane::check_base64_chars(text); code != ORVANE_OK)
-        return code;
+    if (!orvane::check_base64_chars(text))
+        return ORVANE_URL_CHARACTER;
 
     char *end = url;
     for (std::size_t at = 0; at < length; ++at) {
@@ -82,8 +76,8 @@ extern "C" int transform_from_url(const char *url, unsigned int length, char *te
     if (url == nullptr || text == nullptr || text_length == nullptr || length == 0)
         return ORVANE_FROM_URL_NOTHING;
     *text_length = 0;
-    if (const int code = orvane::check_base64_chars(url); code != ORVANE_OK)
-        return code;
+    if (!orvane::check_base64_chars(url))
+        return ORVANE_URL_CHARACTER;
 
     char *end = text;
     for (std::size_t at = 0; at < length;) {

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-//
-// What verifying and encrypting with the built-in key have in common.
-#include "integrity/gpg.h"
+#include "integrity/gpg_session.h"
 
 #include "integrity/builtin_key.h"
 
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
+
+#include <fcntl.h>
 
 namespace orvane {
 
@@ -17,11 +17,28 @@ constexpr int copied = 1;
 
 } // namespace
 
+standard_descriptors::standard_descriptors() noexcept
+{
+    int fd = ::open("/dev/null", O_RDWR);
+    for (; fd >= 0 && fd <= STDERR_FILENO; fd = ::open("/dev/null", O_RDWR))
+        is_held_[fd] = true;
+    if (fd >= 0)
+        ::close(fd);
+}
+
+standard_descriptors::~standard_descriptors()
+{
+    for (int fd = 0; fd <= STDERR_FILENO; ++fd) {
+        if (is_held_[fd])
+            ::close(fd);
+    }
+}
+
 gpg_context new_gpg_context() noexcept
 {
     ::gpgme_check_version(nullptr);
-    // Deliberate: the locale becomes the environment's for the whole process, for the characters of
-    // what gpg may have to ask the user. Callers know that it changes.
+    // The locale of the whole process becomes the environment's, as the header documents: gpg may
+    // have to prompt the user.
     // NOLINTBEGIN(concurrency-mt-unsafe)
     ::setlocale(LC_ALL, "");
     ::gpgme_set_locale(nullptr, LC_CTYPE, ::setlocale(LC_CTYPE, nullptr));
@@ -52,36 +69,35 @@ gpg_data data_of_text(const char *text) noexcept
     return gpg_data(is_wrapped ? data : nullptr);
 }
 
-int import_builtin_key(gpgme_ctx_t context) noexcept
+void import_builtin_key(gpgme_ctx_t context) noexcept
 {
     gpgme_data_t data = nullptr;
     if (::gpgme_data_new_from_mem(&data, reinterpret_cast<const char *>(builtin_key.bytes),
                                   builtin_key.length, copied) != 0)
-        return 0;
+        return;
     const gpg_data key(data);
     ::gpgme_op_import(context, key.get());
-    return 0;
 }
 
-void hand_over(gpgme_data_t data, std::size_t size, std::size_t zeros, char **content,
-               unsigned int *length) noexcept
+void store_data(gpgme_data_t data, std::size_t size, std::size_t zeros, char **content,
+                unsigned int *length) noexcept
 {
     *content = nullptr;
     if (length != nullptr)
         *length = static_cast<unsigned int>(size);
-    heap_text room(static_cast<char *>(::malloc(size + zeros)));
-    if (!room || ::gpgme_data_seek(data, 0, SEEK_SET) != 0)
+    heap_text block(static_cast<char *>(::malloc(size + zeros)));
+    if (!block || ::gpgme_data_seek(data, 0, SEEK_SET) != 0)
         return;
 
-    ::memset(room.get(), 0, size + zeros);
+    ::memset(block.get(), 0, size + zeros);
     std::size_t filled = 0;
     ssize_t got = 0;
-    while ((got = ::gpgme_data_read(data, room.get() + filled, size - filled)) > 0)
+    while ((got = ::gpgme_data_read(data, block.get() + filled, size - filled)) > 0)
         filled += static_cast<std::size_t>(got);
     if (got < 0)
         return;
     if (filled == size)
-        *content = room.release();
+        *content = block.release();
     else if (length != nullptr)
         *length = 0;
 }
