@@ -14,6 +14,7 @@
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <spawn.h>
 
 namespace faked {
 
@@ -82,6 +83,23 @@ extern "C" int pclose(FILE *stream)
     return std::fclose(stream);
 }
 
+// However a tool is started, it prints the same: the shell's place is taken by cat.
+extern "C" int posix_spawn(pid_t *child, const char * /*path*/,
+                           const posix_spawn_file_actions_t *actions,
+                           const posix_spawnattr_t *attributes, char *const *arguments,
+                           char *const *environment)
+{
+    faked::commands.emplace_back(arguments[2]);
+    static const int output = ::memfd_create("tool", 0);
+    require(::ftruncate(output, 0) == 0 &&
+            ::pwrite(output, faked::tool_output.data(), faked::tool_output.size(), 0) >= 0);
+    std::string path = "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(output);
+    std::string cat = "cat";
+    char *const words[] = {cat.data(), path.data(), nullptr};
+    return faked::real("posix_spawn", &::posix_spawn)(child, "/bin/cat", actions, attributes, words,
+                                                      environment);
+}
+
 extern "C" int access(const char *path, int /*mode*/) noexcept
 {
     return std::strcmp(path, faked::tool_without_shell) == 0 ? -1 : 0;
@@ -144,4 +162,25 @@ extern "C" int closedir(DIR *stream)
         return faked::real("closedir", &::closedir)(stream);
     delete std::exchange(faked::directory, nullptr);
     return 0;
+}
+
+extern "C" int scandir(const char *path, dirent ***entries, int (*is_wanted)(const dirent *),
+                       int (*compare)(const dirent **, const dirent **))
+{
+    if (!faked::is_below(path, {"/sys/", "/proc/net/"}))
+        return faked::real("scandir", &::scandir)(path, entries, is_wanted, compare);
+    DIR *const directory = ::opendir(path);
+    if (directory == nullptr)
+        return -1;
+    std::vector<dirent *> found;
+    while (const dirent *const entry = ::readdir(directory)) {
+        if (is_wanted != nullptr && is_wanted(entry) == 0)
+            continue;
+        found.push_back(static_cast<dirent *>(std::malloc(sizeof *entry)));
+        *found.back() = *entry;
+    }
+    ::closedir(directory);
+    *entries = static_cast<dirent **>(std::malloc((found.size() + 1) * sizeof(dirent *)));
+    std::copy(found.begin(), found.end(), *entries);
+    return static_cast<int>(found.size());
 }
