@@ -13,7 +13,7 @@
  *               free(). A parameter stays the caller's and is not kept.
  *   Failure     is reported by the result alone: NULL for a text, a documented
  *               number otherwise. Nothing is thrown and errno has no meaning.
- *               NULL also stands for memory that could not be had.
+ *               NULL also stands for a failed allocation.
  *   Bounds      Lines and formatted texts have fixed bounds; what is longer is
  *               truncated, never rejected.
  *   Tools       run through /bin/sh with the caller's environment, working
@@ -558,7 +558,7 @@ ORVANE_API char *get_machine_info_simulate(void);
  *
  * Returns: 1 or 0; 0 also when no manufacturer is reported.
  * Reads:   the two sources of maching_machine_type() in dmidecode (root), the
- *          second where the first does not.
+ *          second where the first does not name one.
  * Writes:  nothing.
  * Threads: safe.
  */
@@ -706,7 +706,7 @@ ORVANE_API bool compute_sha256(const char *text, unsigned char *digest);
  * path:    the file, a regular one, which is read into memory, as is all of its
  *          content, compressed or not; NULL is a file that cannot be read.
  * content: where to store the content, a new block to release with free():
- *          `*length` bytes and no terminator. NULL asks for no content.
+ *          `*length` bytes and no terminator. With NULL it is not stored.
  * length:  where to store how many bytes the content has; may be NULL.
  * Returns: ORVANE_OK when the file is intact and every signature in it the
  *          built-in key's. The first signature is judged first, where it is not
@@ -737,7 +737,7 @@ ORVANE_API int gpg_verify(const char *path, char **content, unsigned int *length
  * text:    what to encrypt, up to its terminator; NULL gives
  *          ORVANE_GPG_TEXT_NOT_TAKEN.
  * message: where to store the ASCII-armoured message, a new NUL-terminated text
- *          to release with free(). NULL asks for no message.
+ *          to release with free(). With NULL it is not stored.
  * length:  where to store the message's length, terminator not included; may be
  *          NULL.
  * Returns: ORVANE_OK when the text was encrypted, otherwise, in the order of

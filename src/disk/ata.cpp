@@ -17,7 +17,7 @@ namespace orvane {
 
 namespace {
 
-// The offsets of the ATA specification, which the kernel's record follows.
+// The offsets of the ATA standard, which the kernel's record follows.
 static_assert(offsetof(hd_driveid, serial_no) == 20 && sizeof(hd_driveid::serial_no) == 20);
 static_assert(offsetof(hd_driveid, model) == 54 && sizeof(hd_driveid::model) == 40);
 

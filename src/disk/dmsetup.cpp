@@ -83,8 +83,8 @@ void read_report(const unique_fd &output, text_buffer &report) noexcept
     retry_on_eintr([&] { return ::read(output.get(), report.data(), report.capacity() - 1); });
 }
 
-// Waits for any child. When the caller has reaped this one already, the wait lasts until another of
-// its children ends.
+// Waits for any child. Where the caller ignores SIGCHLD or has reaped this one already, the wait
+// lasts as long as other children of its own.
 void wait_for_child() noexcept
 {
     retry_on_eintr([] { return ::wait(nullptr); });

@@ -3,8 +3,8 @@
 // The identity of a disk as the kernel reports it. A mapped device under /dev/mapper is followed to
 // the device under it:
 //   1. dmsetup names that device.
-//   2. Its node in /dev is the candidate, or else what lsblk lists for its name.
-//   3. A candidate that is a whole disk is the answer; for an NVMe partition, its disk is.
+//   2. Its node in /dev is the candidate, or else the identity that lsblk lists for its name.
+//   3. A candidate that is a whole disk is the answer; for any other of NVMe, sysfs is queried.
 // Any other device, and a mapping that cannot be followed, is queried itself: sysfs for NVMe, the
 // ATA identify request for the rest.
 #include "disk/ata.h"
@@ -26,7 +26,7 @@ namespace {
 using unique_probe = owned<blkid_struct_probe, ::blkid_free_probe>;
 
 // Deliberate: the identity that lsblk lists takes the place of a node's path and is probed as one.
-// It is hardly ever an answer, but returning it at once would change the stored ones.
+// It is hardly ever an answer, but returning it at once would change answers that callers store.
 heap_text find_candidate(const char *dependency) noexcept
 {
     const char *const name = or_null(dependency);

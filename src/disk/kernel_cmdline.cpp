@@ -78,8 +78,8 @@ char *resolve_root_spec(const char *token) noexcept
     command_line_buffer work;
     work.append(token);
 
-    // An unknown form such as PARTUUID=... yields its bare word, which root_device() rejects
-    // because it is no block device.
+    // A UUID or label ends at its own first "=". An unknown form such as PARTUUID=... yields its
+    // bare word, which root_device() rejects because it is no block device.
     tokenizer parts(work.data(), "=");
     parts.next(); // the key, whatever it is
     const char *const form = parts.next();

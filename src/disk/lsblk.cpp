@@ -161,7 +161,7 @@ bool is_mounted_at_root(const cJSON *device) noexcept
     return ::cJSON_IsString(mountpoint) != 0 && ::strcmp(mountpoint->valuestring, "/") == 0;
 }
 
-// Only direct children count: a logical volume is none of its disk.
+// Only direct children count: a logical volume is a child of its partition.
 bool has_root_child(const cJSON *device) noexcept
 {
     const cJSON *const children = ::cJSON_GetObjectItem(device, "children");

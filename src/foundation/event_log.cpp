@@ -18,14 +18,17 @@ namespace {
 constexpr std::size_t stamp_bytes = 1024;
 constexpr std::size_t event_bytes = 1024;
 
-// Empty when the clock's reading is no date.
-void read_stamp(text_buffer &stamp) noexcept
+// Empty when the clock's reading is no date; no text when there is no memory for it.
+heap_text event_stamp() noexcept
 {
+    bounded_text<stamp_bytes> stamp;
     const std::time_t now = ::time(nullptr);
     // The header documents that concurrent callers share the result of localtime().
     // NOLINTNEXTLINE(concurrency-mt-unsafe)
     if (const std::tm *const local = ::localtime(&now))
         ::strftime(stamp.data(), stamp.capacity(), "%Y-%m-%d %H:%M:%S", local);
+    stamp.cut_at_any("\n"); // an event is one line
+    return heap_text(stamp.copy());
 }
 
 } // namespace
@@ -40,15 +43,12 @@ extern "C" void log_write(const char *path, const char *message, const char *tag
     if (!log)
         return;
 
-    orvane::bounded_text<orvane::stamp_bytes> stamp;
-    orvane::read_stamp(stamp);
+    const orvane::heap_text stamp = orvane::event_stamp();
     orvane::bounded_text<orvane::event_bytes> event;
-    if (stamp.empty()) {
+    if (stamp && *stamp != '\0')
+        event.format("(%s) Time: %s\t\tMessage: %s\n", tag, stamp.get(), message);
+    else
         event.format("(%s) %s\n", tag, message);
-    } else {
-        stamp.cut_at_any("\n"); // an event is one line
-        event.format("(%s) Time: %s\t\tMessage: %s\n", tag, stamp.c_str(), message);
-    }
 
     // One write for each event, so that lines of several writers never mix. An event that cannot
     // be written is lost: the caller's work goes on either way.

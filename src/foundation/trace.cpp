@@ -28,7 +28,7 @@ void end_with_newline(text_buffer &line) noexcept
         line.append("\n");
 }
 
-// Standard error may be a file that has reached the limit, too.
+// Standard error may be a file, which has a size limit as the log has.
 void print_error(const char *what) noexcept
 {
     const file_size_signal_guard message_may_be_lost;
@@ -54,7 +54,7 @@ extern "C" const char *time_string(void)
     std::tm local = {};
     ::localtime_r(&now, &local);
 
-    // Deliberate: a second reading of the clock, so at the turn of a minute the old minute may
+    // A second reading of the clock, so at the turn of a minute the old minute may
     // stand beside the new second, as the header documents.
     std::timespec precise = {};
     ::clock_gettime(CLOCK_REALTIME, &precise);
@@ -87,7 +87,7 @@ extern "C" int orvane_trace(const char *format, ...)
 {
     // A trace line often stands between a failed call and the caller's look at errno.
     const orvane::errno_guard callers_errno;
-    // A program may replace the two.
+    // A program may replace these two functions.
     // cppcheck-suppress knownConditionTrueFalse
     if (::orvane_logger_env_init() == 0 || ::orvane_is_tracing() == 0)
         return 0;

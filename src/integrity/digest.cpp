@@ -29,7 +29,7 @@ char hex_digit(unsigned int value) noexcept
 {
     constexpr std::string_view digits = "0123456789abcdef";
     const auto digit = static_cast<unsigned char>(digits[value & 0xFU]);
-    // Which of them is a capital is the C library's decision.
+    // The locale decides which of them are capitals.
     return static_cast<char>(::isupper(digit) != 0 ? ::tolower(digit) : digit);
 }
 
@@ -41,8 +41,8 @@ void append_hex(hex_text &hex, unsigned char byte) noexcept
 
 // Appends a file's digest as hexadecimal digits. False when the file cannot be read to its end.
 //
-// The low-level calls, because the others look their algorithm up first, for which a fresh process
-// could have hashed many small files.
+// The low-level calls, because the EVP interface first fetches the algorithm, which takes a new
+// process longer than hashing a small file.
 template <std::size_t DigestBytes, class Context, auto Init, auto Update, auto Final>
 bool file_hex(const char *path, hex_text &hex) noexcept
 {

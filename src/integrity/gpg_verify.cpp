@@ -27,8 +27,8 @@ int code_of(const signature &first) noexcept
     const auto has = [&first](gpgme_sigsum_t bit) {
         return (static_cast<unsigned int>(first.summary) & static_cast<unsigned int>(bit)) != 0;
     };
-    // Deliberate: without an error the signature is good, even where the key store does not trust
-    // its key; where the store trusts the key, one that expired is good too.
+    // Without an error the signature is good even where the key store does not trust its key. Where
+    // the store trusts the key, an expired signature is good too.
     if (has(GPGME_SIGSUM_VALID) || has(GPGME_SIGSUM_GREEN) || status == GPG_ERR_NO_ERROR)
         return ORVANE_OK;
     if (has(GPGME_SIGSUM_KEY_MISSING))

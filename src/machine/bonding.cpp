@@ -32,7 +32,7 @@ bool find_slave(std::FILE *report) noexcept
     });
 }
 
-// The format bounds what is stored.
+// The format bounds what is stored to mac_text.
 bool find_permanent_address(std::FILE *report, mac_text &address) noexcept
 {
     return find_line(report, [&address](const char *line) {

@@ -7,8 +7,8 @@
 
 namespace orvane {
 
-// Keep in `greatest` the greatest permanent address of a bond's slaves, whose own interfaces show
-// the bond's address in place of theirs: of every bond, or of the one whose report this is.
+// Raise `greatest` to the greatest permanent address of the slaves of every bond, or of the bond
+// whose report this is. A slave's own interface has the bond's address in place of its own.
 void network_interface_list_bonding_slaves(mac_text &greatest) noexcept;
 void read_bonding_report(std::FILE *report, mac_text &greatest) noexcept;
 

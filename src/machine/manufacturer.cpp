@@ -49,7 +49,7 @@ GKeyFile *to_key_file(std::span<const manufacturer_pattern> patterns) noexcept
     unique_key_file key_file(::g_key_file_new());
     for (const manufacturer_pattern &pattern : patterns)
         ::g_key_file_set_value(key_file.get(), patterns_group, pattern.key, pattern.value);
-    // Deliberate: the text is made and dropped. Programs that replace this GLib call rely on it.
+    // Deliberate: the text is made and dropped, for programs that observe this GLib call.
     const glib_text text(::g_key_file_to_data(key_file.get(), nullptr, nullptr));
     return key_file.release();
 }
@@ -152,9 +152,9 @@ extern "C" char *get_machine_info_simulate(void)
 
 extern "C" int is_lenovo_machine(void)
 {
-    const bool is_lenovo = orvane::is_lenovo(orvane::manufacturer_keyword_command) ||
-                           orvane::is_lenovo(orvane::manufacturer_table_command);
-    return is_lenovo ? 1 : 0;
+    const bool is_named = orvane::is_lenovo(orvane::manufacturer_keyword_command) ||
+                          orvane::is_lenovo(orvane::manufacturer_table_command);
+    return is_named ? 1 : 0;
 }
 
 extern "C" int maching_machine_type(GKeyFile *key_file, bool ignore_case)

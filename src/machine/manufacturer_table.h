@@ -3,7 +3,7 @@
 
 namespace orvane {
 
-// The class of a manufacturer that has none.
+// What stands for no class.
 inline constexpr int no_machine_type = -1;
 
 } // namespace orvane

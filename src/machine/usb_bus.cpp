@@ -34,7 +34,7 @@ bool has_device_link(const char *link) noexcept
 // What readlink prints is one path that a zero byte ends; empty where it prints nothing.
 bool resolve(const char *link, line_buffer &path) noexcept
 {
-    constexpr std::size_t command_bytes = 4096; // fits a name of quotes alone
+    constexpr std::size_t command_bytes = 4096; // each quote in the name takes four bytes
     bounded_text<command_bytes> command;
     command.append("readlink -f -z ");
     append_quoted(command, link);

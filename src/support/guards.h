@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// What a query must leave unchanged for its caller: errno and signals.
+// What a query owes its caller where signals are handled: an unchanged errno, no signal of its own,
+// and system calls that go on after an interruption.
 #pragma once
 
 #include <cerrno>
