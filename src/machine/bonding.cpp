@@ -32,9 +32,9 @@ bool find_slave(std::FILE *report) noexcept
     });
 }
 
-// The format bounds what is stored to mac_text.
 bool find_permanent_address(std::FILE *report, mac_text &address) noexcept
 {
+    static_assert(mac_bytes == 128, "the format below bounds what is stored");
     return find_line(report, [&address](const char *line) {
         return ::sscanf(line, "Permanent HW addr: %127s", address.data());
     });

@@ -6,7 +6,8 @@
 namespace orvane {
 
 // An Ethernet address such as "00:1a:2b:3c:4d:5e". The bound is that of a word in a bond's report.
-using mac_text = bounded_text<128>;
+inline constexpr std::size_t mac_bytes = 128;
+using mac_text = bounded_text<mac_bytes>;
 
 // The address in use. False where the interface cannot be queried or has none.
 bool network_interface_get_mac(const char *name, mac_text &mac) noexcept;
