@@ -39,7 +39,7 @@ public:
             EXPECT_FALSE(listing_) << "listed again before the first list was freed";
             if (cannot_list)
                 return refuse(ENOMEM);
-            *list = listing_.emplace(entries).first();
+            *list = entries.empty() ? nullptr : listing_.emplace(entries).first();
             return 0;
         };
         interpose::freeifaddrs = [this](ifaddrs *) { listing_.reset(); };
