@@ -23,7 +23,7 @@ const std::string greater = slave("eth2", "f4:8e:38:00:00:01");
 
 using bonding = network_machine;
 
-// What a report says.
+// What a report holds.
 
 struct bond_report : named_case {
     std::string text;
@@ -155,14 +155,21 @@ class bonding_beside : public bonding, public testing::WithParamInterface<other_
 
 INSTANTIATE_TEST_SUITE_P(, bonding_beside, testing::ValuesIn(other_entries));
 
-// With a report before and one behind it, whatever the order of the directory.
+// Another report stands before the entry and one behind it, whatever the order of the directory.
 TEST_P(bonding_beside, adds_the_slaves_of_the_reports_that_can_be_read)
 {
-    bond("bond0", lesser);
+    bond("bond0", slave("a", "00:1a:2b:3c:4d:5f"));
     GetParam().make(machine, std::string(reports) + "/other");
-    bond("zero", slave("a", "00:1a:2b:3c:4d:5f"));
-    const other_user caller;
+    bond("zero", lesser);
     ::alarm(10); // for a reader that waits for a writer
-    EXPECT_EQ(max_mac(), "00:1a:2b:3c:4d:5f");
+    {
+        const other_user caller;
+        EXPECT_EQ(max_mac(), "00:1a:2b:3c:4d:5f");
+    }
+    machine.remove("/proc/net/bonding/bond0");
+    {
+        const other_user caller;
+        EXPECT_EQ(max_mac(), "00:1a:2b:3c:4d:5e");
+    }
     ::alarm(0);
 }

@@ -10,7 +10,7 @@
 
 namespace {
 
-// A machine, the patterns that it is compared with, its type and what the trace log says.
+// A machine, the patterns that it is compared with, its type and its trace.
 struct matching : named_case {
     const char *manufacturer;
     pattern_list list;

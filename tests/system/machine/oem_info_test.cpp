@@ -68,32 +68,35 @@ TEST_F(oem_info, does_not_depend_on_the_exit_status_of_dmidecode)
     EXPECT_EQ(answer(), "SN1_FLASH01_0123abcd");
 }
 
-// No answer, for want of a source, and an empty one.
+// No answer where a source is missing, and an empty one where it holds nothing.
 
 namespace {
 
 struct damage : named_case {
     void (*inflict)(constructed_machine &machine);
-    std::string answer = "(no text)";
+    std::string answer;
 };
 
-const damage missing_sources[] = {
-    {"dmidecode_is_missing", [](constructed_machine &machine) { machine.remove(dmidecode); }},
+const damage damages[] = {
+    {"dmidecode_is_missing", [](constructed_machine &machine) { machine.remove(dmidecode); },
+     "(no text)"},
     {"dmidecode_is_not_executable",
-     [](constructed_machine &machine) { machine.script(dmidecode, "echo never", 0644); }},
+     [](constructed_machine &machine) { machine.script(dmidecode, "echo never", 0644); },
+     "(no text)"},
     {"dmidecode_is_not_readable",
-     [](constructed_machine &machine) { machine.script(dmidecode, "echo never", 0711); }},
+     [](constructed_machine &machine) { machine.script(dmidecode, "echo never", 0711); },
+     "(no text)"},
     {"there_is_no_boot_device",
-     [](constructed_machine &machine) { machine.remove("/proc/bootdevice"); }},
-    {"the_name_is_missing", [](constructed_machine &machine) { machine.remove(name_file); }},
+     [](constructed_machine &machine) { machine.remove("/proc/bootdevice"); }, "(no text)"},
+    {"the_name_is_missing", [](constructed_machine &machine) { machine.remove(name_file); },
+     "(no text)"},
     {"the_name_is_not_readable",
-     [](constructed_machine &machine) { machine.file(name_file, "FLASH01\n", 0600); }},
-    {"the_card_is_missing", [](constructed_machine &machine) { machine.remove(card_file); }},
+     [](constructed_machine &machine) { machine.file(name_file, "FLASH01\n", 0600); }, "(no text)"},
+    {"the_card_is_missing", [](constructed_machine &machine) { machine.remove(card_file); },
+     "(no text)"},
     {"the_card_is_not_readable",
-     [](constructed_machine &machine) { machine.file(card_file, "0123abcd\n", 0600); }},
-};
-
-const damage useless_sources[] = {
+     [](constructed_machine &machine) { machine.file(card_file, "0123abcd\n", 0600); },
+     "(no text)"},
     {"dmidecode_prints_nothing", [](constructed_machine &machine) { machine.tool(dmidecode, ""); },
      ""},
     {"dmidecode_knows_no_serial_number",
@@ -113,27 +116,18 @@ const damage useless_sources[] = {
      "__"},
 };
 
-class oem_info_where : public oem_info, public testing::WithParamInterface<damage> {};
-class oem_info_without : public oem_info, public testing::WithParamInterface<damage> {};
+class oem_info_of_damaged_sources : public oem_info, public testing::WithParamInterface<damage> {};
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(, oem_info_without, testing::ValuesIn(missing_sources));
-INSTANTIATE_TEST_SUITE_P(, oem_info_where, testing::ValuesIn(useless_sources));
+INSTANTIATE_TEST_SUITE_P(, oem_info_of_damaged_sources, testing::ValuesIn(damages));
 
-TEST_P(oem_info_without, a_source_of_the_real_user_s_is_none_and_starts_nothing)
+TEST_P(oem_info_of_damaged_sources, is_none_where_one_is_missing_and_empty_where_one_holds_nothing)
 {
     GetParam().inflict(machine);
-    const other_user user(0);
+    const other_user user(0); // whose real user counts
     EXPECT_EQ(answer(), GetParam().answer);
-    EXPECT_EQ(machine.shell_commands(), texts{});
-}
-
-TEST_P(oem_info_where, a_source_holds_nothing_is_empty)
-{
-    GetParam().inflict(machine);
-    const owned_text info(hw_oem_info());
-    EXPECT_EQ(info.value(), GetParam().answer);
+    EXPECT_EQ(machine.shell_commands().empty(), GetParam().answer == "(no text)");
 }
 
 TEST_F(oem_info, is_empty_where_no_process_can_be_started)
