@@ -196,6 +196,6 @@ TEST_P(lenovo_printed, is_known_by_the_start_of_either_name)
 TEST_F(manufacturer, of_lenovo_is_not_simulated)
 {
     simulate("LENOVO");
+    dmidecode_prints("Dell Inc.\n", "\tManufacturer: Dell Inc.\n");
     EXPECT_EQ(is_lenovo_machine(), 0);
-    EXPECT_EQ(machine.shell_commands(), texts{});
 }

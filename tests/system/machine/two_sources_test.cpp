@@ -98,8 +98,6 @@ TEST_P(two_sources, are_read_afresh_on_every_call_into_a_text_of_the_caller_s_ow
 TEST_P(two_sources, are_read_in_silence)
 {
     EXPECT_EQ(standard_error_of([] { EXPECT_EQ(answer(), GetParam().tool_answer); }), "");
-    machine.remove(dmidecode);
-    EXPECT_EQ(standard_error_of([] { EXPECT_EQ(answer(), "(no text)"); }), "");
     EXPECT_FALSE(std::filesystem::exists("/var/log/orvane"));
 }
 
@@ -198,15 +196,18 @@ TEST_P(source_tool, is_taken_by_what_it_prints)
     EXPECT_EQ(machine.runs(dmidecode).size(), 1U);
 }
 
-TEST_P(two_sources, start_nothing_without_the_tool)
+TEST_P(two_sources, start_and_print_nothing_without_the_tool)
 {
-    machine.remove(dmidecode);
-    EXPECT_EQ(answer(), "(no text)");
-    machine.script(dmidecode, "echo never", 0644);
-    EXPECT_EQ(answer(), "(no text)");
-    machine.script(dmidecode, "echo never", 0711);
-    const other_user user(0); // whose real user counts
-    EXPECT_EQ(answer(), "(no text)");
+    EXPECT_EQ(standard_error_of([this] {
+                  machine.remove(dmidecode);
+                  EXPECT_EQ(answer(), "(no text)");
+                  machine.script(dmidecode, "echo never", 0644);
+                  EXPECT_EQ(answer(), "(no text)");
+                  machine.script(dmidecode, "echo never", 0711);
+                  const other_user user(0); // whose real user counts
+                  EXPECT_EQ(answer(), "(no text)");
+              }),
+              "");
     EXPECT_EQ(machine.shell_commands(), texts{});
 }
 
