@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// The exported readers of a file's and of a command's first line.
-#include "fixture.h"
-#include "interpose.h"
-#include "orvane.h"
-#include "recorded_calls.h"
+// The first line of a file or of a command's output, wherever it is read.
+#include "manufacturer_machine.h"
+#include "no_processes.h"
 
 #include <filesystem>
+#include <functional>
 #include <string>
+#include <string_view>
+#include <tuple>
 
 #include <unistd.h>
 
@@ -15,222 +16,183 @@ namespace {
 
 constexpr char dmidecode[] = "/usr/sbin/dmidecode";
 
+struct first_line_reader : named_case {
+    const char *file; // none where nullptr: dmidecode prints the text
+    std::function<char *()> read;
+};
+
+const first_line_reader first_line_readers[] = {
+    {"machine_info_of_a_file", "/srv/some/file",
+     [] { return get_machine_info_from_sysfs("/srv/some/file"); }},
+    {"service_tag_of_a_file", "/srv/some/file",
+     [] { return get_service_tag_from_sysfs("/srv/some/file"); }},
+    {"machine_info_of_a_command", nullptr,
+     [] { return get_machine_info_from_dmidecode("/usr/sbin/dmidecode"); }},
+    {"service_tag_of_a_command", nullptr,
+     [] { return get_service_tag_from_dmidecode("/usr/sbin/dmidecode"); }},
+    {"vendor", "/sys/class/dmi/id/sys_vendor", orvane_get_vendor},
+    {"model", "/sys/class/dmi/id/product_sku", orvane_get_model},
+    {"system_uuid", "/sys/devices/virtual/dmi/id/product_uuid", orvane_get_system_uuid},
+    {"manufacturer", nullptr, system_manufacturer},
+};
+
+struct first_line : named_case {
+    std::string_view text;
+    std::string_view line;
+};
+
+const std::string long_line(5000, 'x');
+const std::string_view xs = long_line;
+
+const first_line first_lines[] = {
+    {"of_two", "one\ntwo\n", "one"},
+    {"that_is_empty", "\nsecond\n", ""},
+    {"without_a_line_end", "one", "one"},
+    {"before_cr_lf", "one\r\n", "one"},
+    {"before_a_carriage_return", "left\rright\n", "left"},
+    {"before_a_zero_byte", {"left\0right\n", 11}, "left"},
+    {"that_is_a_zero_byte", {"\0one\n", 5}, ""},
+    {"with_blanks_around", " \tTo be filled by O.E.M. \t \n", " \tTo be filled by O.E.M. \t "},
+    {"beyond_ascii", "\x80M\xfc\xff\xe4\xbd\xa0\n", "\x80M\xfc\xff\xe4\xbd\xa0"},
+    {"like_a_format", "%s%n\n", "%s%n"},
+    {"of_1022_bytes", xs.substr(0, 1022), xs.substr(0, 1022)},
+    {"of_1023_bytes", xs.substr(0, 1023), xs.substr(0, 1023)},
+    {"of_1024_bytes", xs.substr(0, 1024), xs.substr(0, 1023)},
+    {"of_5000_bytes", xs, xs.substr(0, 1023)},
+    {"of_nothing", "", "(no text)"},
+};
+
+class line_reader : public on_machine,
+                    public testing::WithParamInterface<std::tuple<first_line_reader, first_line>> {
+};
+
 } // namespace
 
-// The file readers.
+INSTANTIATE_TEST_SUITE_P(, line_reader,
+                         testing::Combine(testing::ValuesIn(first_line_readers),
+                                          testing::ValuesIn(first_lines)));
+
+TEST_P(line_reader, returns_the_first_line_without_its_end)
+{
+    const auto &[reader, line] = GetParam();
+    if (reader.file != nullptr)
+        machine.file(reader.file, line.text);
+    else
+        machine.tool(dmidecode, line.text);
+    EXPECT_EQ(owned_text(reader.read()).value(), line.line);
+}
+
+// The exported readers of a file.
 
 namespace {
 
-struct named_reader : named_case {
-    char *(*read)(const char *);
+struct file_query : named_case {
+    char *(*read)(const char *path);
 };
 
-class file_reader : public on_machine, public testing::WithParamInterface<named_reader> {
+class file_reader : public on_machine, public testing::WithParamInterface<file_query> {
 protected:
-    [[nodiscard]] static owned_text read(const char *path)
+    static std::string line_of(const char *path)
     {
-        return owned_text(GetParam().read(path));
+        return owned_text(GetParam().read(path)).value();
     }
 };
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(dmi, file_reader,
-                         testing::Values(named_reader{"machine_info", get_machine_info_from_sysfs},
-                                         named_reader{"service_tag", get_service_tag_from_sysfs}));
+INSTANTIATE_TEST_SUITE_P(, file_reader,
+                         testing::Values(file_query{"machine_info", get_machine_info_from_sysfs},
+                                         file_query{"service_tag", get_service_tag_from_sysfs}));
 
-TEST_P(file_reader, gives_the_first_line_of_any_file)
+TEST_P(file_reader, returns_nothing_of_what_is_no_readable_file)
 {
-    machine.file("/srv/some/file", " one \ntwo\n");
-    EXPECT_EQ(read("/srv/some/file").value(), " one ");
+    machine.file("/srv/secret", "for root alone\n", 0400);
+    EXPECT_EQ(line_of("/srv/no/such/file"), "(no text)");
+    EXPECT_EQ(line_of("/srv"), "(no text)");
+    EXPECT_EQ(line_of(nullptr), "(no text)");
+    const other_user user;
+    EXPECT_EQ(line_of("/srv/secret"), "(no text)");
 }
 
-TEST_P(file_reader, gives_an_empty_first_line)
-{
-    machine.file("/srv/file", "\r\nsecond\n");
-    const owned_text told = read("/srv/file");
-    EXPECT_FALSE(told.is_null());
-    EXPECT_EQ(told.value(), "");
-}
-
-TEST_P(file_reader, ends_at_a_carriage_return)
-{
-    machine.file("/srv/file", "left\rright\n");
-    EXPECT_EQ(read("/srv/file").value(), "left");
-}
-
-TEST_P(file_reader, keeps_1023_bytes)
-{
-    machine.file("/srv/file", std::string(1024, 'x'));
-    EXPECT_EQ(read("/srv/file").value(), std::string(1023, 'x'));
-}
-
-TEST_P(file_reader, has_nothing_of_a_missing_file)
-{
-    EXPECT_TRUE(read("/srv/no/such/file").is_null());
-}
-
-TEST_P(file_reader, has_nothing_of_an_empty_file)
-{
-    machine.file("/srv/file", "");
-    EXPECT_TRUE(read("/srv/file").is_null());
-}
-
-TEST_P(file_reader, has_nothing_of_a_directory)
-{
-    EXPECT_TRUE(read("/srv").is_null());
-}
-
-TEST_P(file_reader, has_nothing_of_no_path)
-{
-    EXPECT_TRUE(read(nullptr).is_null());
-}
-
-TEST_P(file_reader, needs_no_dmidecode_and_opens_for_reading_only)
-{
-    machine.file("/srv/file", "line\n");
-    const recorded_calls calls;
-    EXPECT_EQ(read("/srv/file").value(), "line");
-    EXPECT_EQ(calls.made(), (texts{"fopen /srv/file r", "fgets 1024", "fclose", "strdup line"}));
-}
-
-// The command readers.
+// The exported readers of a command.
 
 namespace {
 
-class command_reader : public on_machine, public testing::WithParamInterface<named_reader> {
+struct command_query : named_case {
+    char *(*run)(const char *command);
+};
+
+class command_reader : public on_machine, public testing::WithParamInterface<command_query> {
 protected:
-    void furnish() override { machine.tool(dmidecode, "never asked\n"); }
-
-    [[nodiscard]] static owned_text run(const char *command)
+    void furnish() override
     {
-        return owned_text(GetParam().read(command));
+        machine.tool(dmidecode, "never run\n");
+        machine.watch_shell();
     }
-    [[nodiscard]] static owned_text run(const std::string &command) { return run(command.c_str()); }
 
-    // Whatever the command would have made is not there.
-    void expect_nothing_is_run()
+    static std::string line_of(const std::string &command)
     {
-        const std::string trace_of_a_run = machine.scratch("made");
-        EXPECT_TRUE(run("echo text; echo >" + trace_of_a_run).is_null());
-        EXPECT_FALSE(std::filesystem::exists(trace_of_a_run));
+        return owned_text(GetParam().run(command.c_str())).value();
     }
 };
 
 } // namespace
 
 INSTANTIATE_TEST_SUITE_P(
-    dmi, command_reader,
-    testing::Values(named_reader{"machine_info", get_machine_info_from_dmidecode},
-                    named_reader{"service_tag", get_service_tag_from_dmidecode}));
+    , command_reader,
+    testing::Values(command_query{"machine_info", get_machine_info_from_dmidecode},
+                    command_query{"service_tag", get_service_tag_from_dmidecode}));
 
-TEST_P(command_reader, gives_the_first_line_of_any_command)
+TEST_P(command_reader, gives_any_command_to_the_shell_as_it_stands)
 {
-    EXPECT_EQ(run("printf ' one \\ntwo\\n'").value(), " one ");
+    EXPECT_EQ(line_of("echo \"a  b\" | tr a-z A-Z"), "A  B");
+    EXPECT_EQ(machine.shell_commands(), texts{"echo \"a  b\" | tr a-z A-Z"});
     EXPECT_TRUE(machine.runs(dmidecode).empty());
 }
 
-TEST_P(command_reader, gives_an_empty_first_line)
+TEST_P(command_reader, returns_nothing_of_no_command)
 {
-    const owned_text told = run("printf '\\nsecond\\n'");
-    EXPECT_FALSE(told.is_null());
-    EXPECT_EQ(told.value(), "");
+    EXPECT_TRUE(owned_text(GetParam().run(nullptr)).is_null());
+    EXPECT_EQ(machine.shell_commands(), texts{});
 }
 
-TEST_P(command_reader, ends_at_a_carriage_return)
+TEST_P(command_reader, returns_the_line_whatever_the_exit_status)
 {
-    EXPECT_EQ(run("printf 'left\\rright\\n'").value(), "left");
-}
-
-TEST_P(command_reader, ends_at_a_zero_byte)
-{
-    EXPECT_EQ(run("printf 'left\\0right\\n'").value(), "left");
-}
-
-TEST_P(command_reader, keeps_1023_bytes)
-{
-    EXPECT_EQ(run("echo " + std::string(1024, 'x')).value(), std::string(1023, 'x'));
-}
-
-TEST_P(command_reader, has_nothing_of_a_silent_command)
-{
-    EXPECT_TRUE(run("true").is_null());
-}
-
-TEST_P(command_reader, has_nothing_of_no_command)
-{
-    EXPECT_TRUE(run(nullptr).is_null());
-}
-
-TEST_P(command_reader, does_not_read_the_status)
-{
-    EXPECT_EQ(run("echo text; exit 9").value(), "text");
+    EXPECT_EQ(line_of("echo text; exit 9"), "text");
 }
 
 TEST_P(command_reader, waits_for_the_command_to_end)
 {
     const std::string last_deed = machine.scratch("made");
-    EXPECT_EQ(run("echo text; echo done >" + last_deed).value(), "text");
+    EXPECT_EQ(line_of("echo text; echo done >" + last_deed), "text");
     EXPECT_EQ(machine.content(last_deed), "done\n");
 }
 
-TEST_P(command_reader, runs_nothing_where_dmidecode_is_missing)
-{
-    machine.remove(dmidecode);
-    expect_nothing_is_run();
-}
-
-TEST_P(command_reader, runs_nothing_where_dmidecode_is_not_executable)
-{
-    machine.script(dmidecode, "", 0644);
-    expect_nothing_is_run();
-}
-
-TEST_P(command_reader, runs_nothing_where_dmidecode_is_not_readable)
-{
-    machine.script(dmidecode, "", 0711);
-    const other_user user(0);
-    expect_nothing_is_run();
-}
-
-TEST_P(command_reader, has_nothing_of_a_command_that_cannot_be_started)
-{
-    interpose::popen = [](const char *, const char *) -> std::FILE * { return nullptr; };
-    EXPECT_TRUE(run("echo text").is_null());
-}
-
-TEST_P(command_reader, hands_the_command_to_the_shell_as_it_stands)
-{
-    const recorded_calls calls;
-    EXPECT_EQ(run("echo \"a  b\" | tr a-z A-Z").value(), "A  B");
-    EXPECT_EQ(calls.made(),
-              (texts{"access /usr/sbin/dmidecode 5", "popen echo \"a  b\" | tr a-z A-Z r",
-                     "fgets 1024", "pclose", "strdup A  B"}));
-}
-
-TEST_P(command_reader, closes_the_pipe_of_a_silent_command)
-{
-    const recorded_calls calls;
-    EXPECT_TRUE(run("true").is_null());
-    EXPECT_EQ(calls.made(),
-              (texts{"access /usr/sbin/dmidecode 5", "popen true r", "fgets 1024", "pclose"}));
-}
-
-TEST_P(command_reader, runs_with_the_environment_of_the_caller)
+TEST_P(command_reader, runs_the_command_in_the_caller_s_environment)
 {
     ::setenv("OF_THE_CALLER", "as it stands", 1);
-    EXPECT_EQ(run("echo \"$OF_THE_CALLER\"").value(), "as it stands");
-}
-
-TEST_P(command_reader, runs_in_the_working_directory_of_the_caller)
-{
     ASSERT_EQ(::chdir("/srv"), 0);
-    EXPECT_EQ(run("pwd").value(), "/srv");
+    EXPECT_EQ(standard_error_of([] {
+                  EXPECT_EQ(line_of("echo error >&2; echo \"$OF_THE_CALLER\" in $(pwd)"),
+                            "as it stands in /srv");
+              }),
+              "error\n");
 }
 
-TEST_P(command_reader, runs_with_the_standard_error_of_the_caller)
+TEST_P(command_reader, runs_nothing_without_dmidecode)
 {
-    EXPECT_EQ(
-        standard_error_of([] { EXPECT_EQ(run("echo error >&2; echo text").value(), "text"); }),
-        "error\n");
+    machine.remove(dmidecode);
+    EXPECT_EQ(line_of("echo text"), "(no text)");
+    machine.script(dmidecode, "", 0644);
+    EXPECT_EQ(line_of("echo text"), "(no text)");
+    machine.script(dmidecode, "", 0711);
+    const other_user user(0); // whose real user counts
+    EXPECT_EQ(line_of("echo text"), "(no text)");
+    EXPECT_EQ(machine.shell_commands(), texts{});
+}
+
+TEST_P(command_reader, returns_nothing_where_no_process_can_be_started)
+{
+    const no_processes caller;
+    EXPECT_EQ(line_of("echo text"), "(no text)");
 }

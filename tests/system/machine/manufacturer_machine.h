@@ -6,19 +6,11 @@
 #include "interpose.h"
 #include "orvane.h"
 
-#include <stdexcept>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
-
-inline owned_key_file loaded_patterns(const std::string &text)
-{
-    owned_key_file kf(::g_key_file_new());
-    if (!::g_key_file_load_from_data(kf.get(), text.data(), text.size(), G_KEY_FILE_NONE, nullptr))
-        throw std::runtime_error("not a key file: " + text);
-    return kf;
-}
 
 // Keys and their values, in this order.
 using pattern_list = std::vector<std::pair<const char *, const char *>>;
@@ -31,12 +23,26 @@ inline owned_key_file patterns_of(const pattern_list &list)
     return kf;
 }
 
+// The manufacturer that the patterns of a key file are compared with; release with free().
+inline char *system_manufacturer()
+{
+    char *compared = nullptr;
+    interpose::maching_machine_type_with_dmidecode = [&compared](const char *manufacturer,
+                                                                 const char *) {
+        compared = ::strdup(manufacturer);
+        return false;
+    };
+    maching_machine_type(patterns_of({{"any", "pattern"}}).get(), false);
+    interpose::maching_machine_type_with_dmidecode.reset();
+    return compared;
+}
+
 // A machine whose manufacturer a test decides.
 class manufacturer_machine : public on_machine {
 protected:
     static constexpr char dmidecode[] = "/usr/sbin/dmidecode";
 
-    // What dmidecode prints when it is asked for the manufacturer, and for the System Information.
+    // What dmidecode prints for the keyword of the manufacturer, and for the System Information.
     void dmidecode_prints(std::string_view keyword, std::string_view table)
     {
         machine.file(machine.scratch("keyword"), keyword);
@@ -51,7 +57,7 @@ protected:
                                       "esac");
     }
 
-    // Lets the program say who made the machine.
+    // The manufacturer that the program gives in the firmware's place.
     static void simulate(std::string manufacturer)
     {
         interpose::get_machine_info_simulate = [text = std::move(manufacturer)]() mutable {

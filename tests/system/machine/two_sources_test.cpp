@@ -1,29 +1,27 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// The queries that ask a kernel file first and dmidecode second.
+// The queries that read a kernel file first and run dmidecode second.
 #include "fixture.h"
 #include "interpose.h"
+#include "no_processes.h"
 #include "orvane.h"
-#include "recorded_calls.h"
 
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 namespace {
 
 constexpr char dmidecode[] = "/usr/sbin/dmidecode";
 
-} // namespace
-
-namespace {
-
 struct query : named_case {
-    char *(*ask)();
+    char *(*answer)();
     const char *file;
     const char *command;
-    texts tool_arguments;
-    const char *tool_line;
+    texts tool_words;
+    std::string tool_line;
     const char *tool_answer;
 };
 
@@ -53,267 +51,187 @@ const query queries[] = {
      "4c4c4544-0042-3510-8051-b4c04f4d3132"},
 };
 
-class two_sources : public on_machine, public testing::WithParamInterface<query> {
+template <class Parameter>
+class queried_machine : public on_machine, public testing::WithParamInterface<Parameter> {
 protected:
-    void file_says(std::string_view content) { machine.file(GetParam().file, content); }
-    void tool_says(std::string_view text) { machine.tool(dmidecode, text); }
-    void tool_answers() { tool_says(GetParam().tool_line); }
+    void furnish() override { machine.watch_shell(); }
 
-    [[nodiscard]] static owned_text asked() { return owned_text(GetParam().ask()); }
-    [[nodiscard]] bool tool_was_run() const { return !machine.runs(dmidecode).empty(); }
+    static std::string answer(const query &of) { return owned_text(of.answer()).value(); }
+};
 
-    void expect_the_answer_of_the_tool() const
+class two_sources : public queried_machine<query> {
+protected:
+    void furnish() override
     {
-        EXPECT_EQ(asked().value(), GetParam().tool_answer);
-        EXPECT_TRUE(tool_was_run());
+        queried_machine::furnish();
+        machine.tool(dmidecode, GetParam().tool_line);
     }
 
-    // Nothing is told, and no process is started to find that out.
-    static void expect_nothing_at_no_cost()
-    {
-        const recorded_calls calls;
-        EXPECT_TRUE(asked().is_null());
-        EXPECT_EQ(calls.made(), (texts{"fopen " + std::string(GetParam().file) + " r",
-                                       "access /usr/sbin/dmidecode 5"}));
-    }
+    static std::string answer() { return queried_machine::answer(GetParam()); }
 };
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(dmi, two_sources, testing::ValuesIn(queries));
+INSTANTIATE_TEST_SUITE_P(, two_sources, testing::ValuesIn(queries));
 
-TEST_P(two_sources, prefer_the_first_line_of_the_kernel_file)
+TEST_P(two_sources, prefer_the_file_even_where_it_holds_an_empty_line)
 {
-    file_says("What the Kernel tells\nsecond line\n");
-    tool_answers();
-    EXPECT_EQ(asked().value(), "What the Kernel tells");
-    EXPECT_FALSE(tool_was_run());
+    machine.file(GetParam().file, "From the Kernel\n");
+    EXPECT_EQ(answer(), "From the Kernel");
+    machine.file(GetParam().file, "\n");
+    EXPECT_EQ(answer(), "");
+    EXPECT_EQ(machine.shell_commands(), texts{});
 }
 
-TEST_P(two_sources, take_an_empty_first_line_of_the_file_for_the_answer)
+TEST_P(two_sources, are_read_afresh_on_every_call_into_a_text_of_the_caller_s_own)
 {
-    file_says("\nsecond line\n");
-    tool_answers();
-    const owned_text told = asked();
-    EXPECT_FALSE(told.is_null());
-    EXPECT_EQ(told.value(), "");
-    EXPECT_FALSE(tool_was_run());
-}
-
-TEST_P(two_sources, trim_nothing_from_the_file)
-{
-    file_says(" \tTo be filled by O.E.M. \t \r\n");
-    EXPECT_EQ(asked().value(), " \tTo be filled by O.E.M. \t ");
-}
-
-TEST_P(two_sources, keep_bytes_of_any_encoding)
-{
-    file_says("\x80M\xfc\xff\xe4\xbd\xa0\n");
-    EXPECT_EQ(asked().value(), "\x80M\xfc\xff\xe4\xbd\xa0");
-}
-
-TEST_P(two_sources, end_at_a_zero_byte_in_the_file)
-{
-    file_says(std::string_view("before\0behind\n", 14));
-    EXPECT_EQ(asked().value(), "before");
-}
-
-TEST_P(two_sources, cut_a_line_of_the_file_at_1023_bytes)
-{
-    file_says(std::string(5000, 'f') + "\n");
-    EXPECT_EQ(asked().value(), std::string(1023, 'f'));
-}
-
-TEST_P(two_sources, ask_the_tool_when_the_file_is_missing)
-{
-    tool_answers();
-    expect_the_answer_of_the_tool();
-}
-
-TEST_P(two_sources, ask_the_tool_when_the_file_holds_no_byte)
-{
-    file_says("");
-    tool_answers();
-    expect_the_answer_of_the_tool();
-}
-
-TEST_P(two_sources, ask_the_tool_when_the_file_is_a_directory)
-{
-    machine.directory(GetParam().file);
-    tool_answers();
-    expect_the_answer_of_the_tool();
-}
-
-TEST_P(two_sources, ask_the_tool_when_the_file_cannot_be_read)
-{
-    machine.file(GetParam().file, "for root alone\n", 0400);
-    tool_answers();
-    const other_user user;
-    expect_the_answer_of_the_tool();
-}
-
-TEST_P(two_sources, ask_the_tool_when_no_memory_is_left_for_the_answer_of_the_file)
-{
-    file_says("from the file\n");
-    tool_answers();
-    interpose::strdup = [](const char *text) -> char * {
-        return std::string_view(text) == "from the file" ? nullptr : interpose::strdup.real(text);
-    };
-    expect_the_answer_of_the_tool();
-}
-
-TEST_P(two_sources, ask_both_sources_afresh_on_every_call)
-{
-    file_says("first\n");
-    tool_answers();
-    EXPECT_EQ(asked().value(), "first");
-    file_says("second\n");
-    EXPECT_EQ(asked().value(), "second");
+    machine.file(GetParam().file, "first\n");
+    const owned_text first(GetParam().answer());
+    machine.file(GetParam().file, "second\n");
+    const owned_text second(GetParam().answer());
     machine.remove(GetParam().file);
-    EXPECT_EQ(asked().value(), GetParam().tool_answer);
+    EXPECT_EQ(answer(), GetParam().tool_answer);
+    EXPECT_EQ(first.value(), "first");
+    EXPECT_EQ(second.value(), "second");
 }
 
-TEST_P(two_sources, give_the_tool_its_documented_arguments)
+TEST_P(two_sources, are_read_in_silence)
 {
-    tool_answers();
-    EXPECT_EQ(asked().value(), GetParam().tool_answer);
-    ASSERT_EQ(machine.runs(dmidecode).size(), 1U);
-    EXPECT_EQ(machine.runs(dmidecode).front().arguments, GetParam().tool_arguments);
+    EXPECT_EQ(standard_error_of([] { EXPECT_EQ(answer(), GetParam().tool_answer); }), "");
+    EXPECT_FALSE(std::filesystem::exists("/var/log/orvane"));
 }
 
-TEST_P(two_sources, read_the_file_in_the_documented_order)
-{
-    file_says("from the file\n");
-    tool_answers();
-    const recorded_calls calls;
-    EXPECT_EQ(asked().value(), "from the file");
-    EXPECT_EQ(calls.made(), (texts{"fopen " + std::string(GetParam().file) + " r", "fgets 1024",
-                                   "fclose", "strdup from the file"}));
-}
-
-TEST_P(two_sources, run_the_tool_in_the_documented_order)
-{
-    tool_answers();
-    const recorded_calls calls;
-    EXPECT_EQ(asked().value(), GetParam().tool_answer);
-    EXPECT_EQ(calls.made(),
-              (texts{"fopen " + std::string(GetParam().file) + " r", "access /usr/sbin/dmidecode 5",
-                     "popen " + std::string(GetParam().command) + " r", "fgets 1024", "pclose",
-                     "strdup " + std::string(GetParam().tool_answer)}));
-}
-
-TEST_P(two_sources, close_the_file_that_holds_no_byte_before_asking_the_tool)
-{
-    file_says("");
-    const recorded_calls calls;
-    EXPECT_TRUE(asked().is_null());
-    EXPECT_EQ(calls.made(), (texts{"fopen " + std::string(GetParam().file) + " r", "fgets 1024",
-                                   "fclose", "access /usr/sbin/dmidecode 5"}));
-}
-
-TEST_P(two_sources, start_nothing_when_the_tool_is_missing)
-{
-    expect_nothing_at_no_cost();
-}
-
-TEST_P(two_sources, start_nothing_when_the_tool_is_not_executable)
-{
-    machine.script(dmidecode, "echo never", 0644);
-    expect_nothing_at_no_cost();
-}
-
-TEST_P(two_sources, start_nothing_when_the_real_user_may_not_read_the_tool)
-{
-    machine.script(dmidecode, "echo never", 0711);
-    const other_user user(0);
-    expect_nothing_at_no_cost();
-}
-
-TEST_P(two_sources, have_no_answer_when_the_tool_cannot_be_started)
-{
-    tool_answers();
-    interpose::popen = [](const char *, const char *) -> std::FILE * { return nullptr; };
-    EXPECT_TRUE(asked().is_null());
-}
-
-TEST_P(two_sources, have_no_answer_when_the_tool_prints_nothing)
-{
-    tool_says("");
-    EXPECT_TRUE(asked().is_null());
-    EXPECT_TRUE(tool_was_run());
-}
-
-TEST_P(two_sources, have_no_answer_when_the_tool_prints_garbage)
-{
-    tool_says("\x01\xff\xfe garbage \x80\n=== ---\n");
-    EXPECT_TRUE(asked().is_null());
-    EXPECT_TRUE(tool_was_run());
-}
-
-TEST_P(two_sources, do_not_read_the_status_of_the_tool)
-{
-    machine.script(dmidecode, "printf '%s' '" + std::string(GetParam().tool_line) + "'; exit 3");
-    EXPECT_EQ(asked().value(), GetParam().tool_answer);
-}
-
-TEST_P(two_sources, have_no_answer_when_the_tool_fails_silently)
-{
-    machine.script(dmidecode, "exit 1");
-    EXPECT_TRUE(asked().is_null());
-}
-
-TEST_P(two_sources, find_the_answer_behind_a_megabyte_of_other_lines)
-{
-    std::string text;
-    while (text.size() < 1024 * 1024)
-        text += "a remark that says nothing\n";
-    tool_says(text + GetParam().tool_line);
-    EXPECT_EQ(asked().value(), GetParam().tool_answer);
-}
-
-TEST_P(two_sources, discard_a_megabyte_behind_the_answer)
-{
-    std::string text = GetParam().tool_line;
-    while (text.size() < 1024 * 1024)
-        text += GetParam().tool_line;
-    tool_says(text);
-    EXPECT_EQ(asked().value(), GetParam().tool_answer);
-}
-
-TEST_P(two_sources, leave_the_complaints_of_the_tool_on_standard_error)
+TEST_P(two_sources, leave_the_errors_of_the_tool_on_standard_error)
 {
     machine.script(dmidecode, "echo 'no SMBIOS here' >&2");
-    EXPECT_EQ(standard_error_of([] { EXPECT_TRUE(asked().is_null()); }), "no SMBIOS here\n");
+    EXPECT_EQ(standard_error_of([] { EXPECT_EQ(answer(), "(no text)"); }), "no SMBIOS here\n");
 }
+
+TEST_P(two_sources, give_nothing_where_no_process_can_be_started)
+{
+    const no_processes caller;
+    EXPECT_EQ(answer(), "(no text)");
+}
+
+// Files that send the query on to the tool.
 
 namespace {
 
-class dmi_fact : public on_machine, public testing::WithParamInterface<query> {};
+struct useless_file : named_case {
+    void (*make)(constructed_machine &machine, const char *path);
+};
+
+const useless_file useless_files[] = {
+    {"missing", [](constructed_machine &machine, const char *path) { machine.remove(path); }},
+    {"empty", [](constructed_machine &machine, const char *path) { machine.file(path, ""); }},
+    {"a_directory",
+     [](constructed_machine &machine, const char *path) { machine.directory(path); }},
+    {"unreadable", [](constructed_machine &machine,
+                      const char *path) { machine.file(path, "for root alone\n", 0400); }},
+};
+
+class source_file : public queried_machine<std::tuple<query, useless_file>> {};
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(dmi, dmi_fact, testing::Values(queries[0], queries[1]));
+INSTANTIATE_TEST_SUITE_P(, source_file,
+                         testing::Combine(testing::ValuesIn(queries),
+                                          testing::ValuesIn(useless_files)));
 
-TEST_P(dmi_fact, comes_unchanged_from_whoever_defines_the_file_reader)
+TEST_P(source_file, without_a_line_is_followed_by_the_documented_command)
 {
-    texts paths;
-    char *const text = ::strdup("from a program's own reader");
-    interpose::get_machine_info_from_sysfs = [&](const char *path) {
-        paths.emplace_back(path);
-        return text;
-    };
-    const owned_text told(GetParam().ask());
-    EXPECT_EQ(told.value(), "from a program's own reader");
-    EXPECT_EQ(paths, (texts{GetParam().file}));
+    const auto &[query, file] = GetParam();
+    machine.tool(dmidecode, query.tool_line);
+    file.make(machine, query.file);
+    const other_user user;
+    EXPECT_EQ(answer(query), query.tool_answer);
+    EXPECT_EQ(machine.shell_commands(), texts{query.command});
+    ASSERT_EQ(machine.runs(dmidecode).size(), 1U);
+    EXPECT_EQ(machine.runs(dmidecode).front().arguments, query.tool_words);
 }
 
-TEST_P(dmi_fact, comes_unchanged_from_whoever_defines_the_command_reader)
+// What the tool prints.
+
+namespace {
+
+struct tool_output : named_case {
+    std::string (*script)(const query &of);
+    bool is_answer;
+};
+
+const tool_output tool_outputs[] = {
+    {"the_answer", [](const query &of) { return "printf '" + of.tool_line + "'"; }, true},
+    {"the_answer_and_fails",
+     [](const query &of) { return "printf '" + of.tool_line + "'; exit 3"; }, true},
+    {"the_answer_behind_a_megabyte",
+     [](const query &of) {
+         return "yes 'a remark' | head -c 1000000; echo; printf '" + of.tool_line + "'";
+     },
+     true},
+    {"the_answer_before_a_megabyte",
+     [](const query &of) {
+         return "printf '" + of.tool_line + "'; yes '" + of.tool_line + "' | head -c 1000000";
+     },
+     true},
+    {"nothing", [](const query &) { return std::string(); }, false},
+    {"nothing_and_fails", [](const query &) { return std::string("exit 1"); }, false},
+    {"other_lines",
+     [](const query &) { return std::string("printf '\\001\\377 garbage \\200\\n=== ---\\n'"); },
+     false},
+};
+
+class source_tool : public queried_machine<std::tuple<query, tool_output>> {};
+
+} // namespace
+
+INSTANTIATE_TEST_SUITE_P(, source_tool,
+                         testing::Combine(testing::ValuesIn(queries),
+                                          testing::ValuesIn(tool_outputs)));
+
+TEST_P(source_tool, is_taken_by_what_it_prints)
 {
-    texts commands;
-    interpose::get_machine_info_from_dmidecode = [&](const char *command) {
-        commands.emplace_back(command);
+    const auto &[query, output] = GetParam();
+    machine.script(dmidecode, output.script(query));
+    EXPECT_EQ(answer(query), output.is_answer ? query.tool_answer : "(no text)");
+    EXPECT_EQ(machine.runs(dmidecode).size(), 1U);
+}
+
+TEST_P(two_sources, start_and_print_nothing_without_the_tool)
+{
+    EXPECT_EQ(standard_error_of([this] {
+                  machine.remove(dmidecode);
+                  EXPECT_EQ(answer(), "(no text)");
+                  machine.script(dmidecode, "echo never", 0644);
+                  EXPECT_EQ(answer(), "(no text)");
+                  machine.script(dmidecode, "echo never", 0711);
+                  const other_user user(0); // whose real user counts
+                  EXPECT_EQ(answer(), "(no text)");
+              }),
+              "");
+    EXPECT_EQ(machine.shell_commands(), texts{});
+}
+
+// Programs that define the exported readers themselves.
+
+namespace {
+
+class dmi_fact : public queried_machine<query> {};
+
+} // namespace
+
+INSTANTIATE_TEST_SUITE_P(, dmi_fact, testing::Values(queries[0], queries[1]));
+
+TEST_P(dmi_fact, is_what_the_exported_readers_return)
+{
+    texts sources;
+    interpose::get_machine_info_from_sysfs = [&sources](const char *path) -> char * {
+        sources.emplace_back(path);
+        return nullptr;
+    };
+    interpose::get_machine_info_from_dmidecode = [&sources](const char *command) {
+        sources.emplace_back(command);
         return ::strdup("from a program's own reader");
     };
-    EXPECT_EQ(owned_text(GetParam().ask()).value(), "from a program's own reader");
-    EXPECT_EQ(commands, (texts{GetParam().command}));
+    EXPECT_EQ(answer(GetParam()), "from a program's own reader");
+    EXPECT_EQ(sources, (texts{GetParam().file, GetParam().command}));
 }

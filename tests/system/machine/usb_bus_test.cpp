@@ -1,265 +1,304 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // Which interfaces are left out because they sit on the USB bus.
-#include "directory_calls.h"
-#include "usb_machine.h"
+#include "network_machine.h"
+#include "no_processes.h"
+#include "trace_lines.h"
 
-#include <csignal>
+#include <regex>
+#include <string>
+
+#include <unistd.h>
 
 using namespace std::string_literals;
 
 namespace {
 
-using usb_bus = usb_machine;
+constexpr char usb_devices[] = "/sys/bus/usb/devices";
+constexpr char device_link[] = "/sys/class/net/eth0/device";
+constexpr char readlink_tool[] = "/bin/readlink";
+constexpr char address[] = "00:1a:2b:3c:4d:5e";
+
+const texts taken = {trace_line::found("eth0"), trace_line::addresses(address, address)};
+const texts left_out = {trace_line::found("eth0"), trace_line::on_usb_bus("eth0")};
+texts left_out_after(const char *reason)
+{
+    return {trace_line::found("eth0"), reason, trace_line::on_usb_bus("eth0")};
+}
+
+class usb_bus : public network_machine {
+protected:
+    void furnish() override
+    {
+        network_machine::furnish();
+        plug({"eth0", address, address});
+    }
+
+    void expect_eth0_is(const texts &trace) const
+    {
+        EXPECT_EQ(max_mac(), trace == taken ? address : "(no text)");
+        expect_trace(trace);
+    }
+};
+
+struct seat : named_case {
+    texts trace;
+    void (*arrange)(constructed_machine &machine);
+};
+
+const seat seats[] = {
+    {"onboard", taken, [](constructed_machine &) {}},
+    {"on_the_bus", left_out,
+     [](constructed_machine &machine) { machine.link(device_link, "/sys/devices/1-1"); }},
+    {"behind_other_links", left_out,
+     [](constructed_machine &machine) {
+         machine.directory("/sys/devices/pci0000:00/usb1/1-1/1-1:1.0");
+         machine.link("/sys/devices/virtual", "pci0000:00/usb1");
+         machine.link(device_link, "../../../devices/virtual/1-1/../1-1/1-1:1.0");
+     }},
+
+    // Buses.
+    {"without_a_bus", taken,
+     [](constructed_machine &machine) {
+         machine.remove(usb_devices);
+         machine.link(device_link, "/sys/devices/1-1");
+     }},
+    {"without_a_bus_or_a_device", taken,
+     [](constructed_machine &machine) {
+         machine.remove(usb_devices);
+         machine.remove(device_link);
+     }},
+    {"on_a_bus_that_is_a_file", taken,
+     [](constructed_machine &machine) {
+         machine.file(usb_devices, "");
+         machine.link(device_link, "/sys/devices/1-1");
+     }},
+    {"on_an_empty_bus", taken,
+     [](constructed_machine &machine) {
+         machine.directory(usb_devices);
+         machine.link(device_link, "/sys/devices/1-1");
+     }},
+    {"without_a_device_and_the_bus_empty", left_out_after(trace_line::no_device),
+     [](constructed_machine &machine) {
+         machine.directory(usb_devices);
+         machine.remove(device_link);
+     }},
+
+    // Links.
+    {"without_a_device", left_out_after(trace_line::no_device),
+     [](constructed_machine &machine) { machine.remove(device_link); }},
+    {"unknown_to_sysfs", left_out_after(trace_line::no_device),
+     [](constructed_machine &machine) { machine.remove("/sys/class/net/eth0"); }},
+    {"whose_device_is_a_directory", left_out_after(trace_line::device_is_no_link),
+     [](constructed_machine &machine) { machine.directory(device_link); }},
+    {"whose_device_is_a_file", left_out_after(trace_line::device_is_no_link),
+     [](constructed_machine &machine) { machine.file(device_link, "1-1"); }},
+    {"whose_link_leads_nowhere", left_out_after(trace_line::device_has_no_name),
+     [](constructed_machine &machine) { machine.link(device_link, "/nowhere/at/all"); }},
+    {"whose_link_leads_to_the_root", left_out_after(trace_line::device_has_no_name),
+     [](constructed_machine &machine) { machine.link(device_link, "/"); }},
+    {"whose_link_leads_to_itself", left_out_after(trace_line::device_has_no_name),
+     [](constructed_machine &machine) { machine.link(device_link, "device"); }},
+
+    // readlink.
+    {"whatever_the_status_of_readlink", taken,
+     [](constructed_machine &machine) {
+         machine.script(readlink_tool, "printf '/sys/devices/virtio0\\0'; exit 1");
+     }},
+};
+
+class usb_bus_of_an_interface : public usb_bus, public testing::WithParamInterface<seat> {};
 
 } // namespace
 
-TEST_F(usb_bus, holds_an_adapter)
-{
-    plug_into_usb(eth0);
-    EXPECT_EQ(traced(), ignored_trace);
-}
+INSTANTIATE_TEST_SUITE_P(, usb_bus_of_an_interface, testing::ValuesIn(seats));
 
-TEST_F(usb_bus, does_not_hold_an_onboard_interface)
+TEST_P(usb_bus_of_an_interface, is_found_in_sysfs)
 {
-    plug(eth0);
-    EXPECT_EQ(traced(), taken_trace);
-}
-
-TEST_F(usb_bus, is_looked_up_in_this_order)
-{
-    plug(eth0);
-    const directory_calls calls;
-    EXPECT_EQ(asked().value(), address);
-    const texts looked_up = {"opendir /sys/bus/usb/devices/",
-                             "lstat /sys/class/net/eth0/device",
-                             "popen readlink -f -z '/sys/class/net/eth0/device' r",
-                             "fgets 1024",
-                             "pclose",
-                             "basename /sys/devices/pci0000:00/0000:00:1f.6",
-                             "closedir"};
-    ASSERT_GE(calls.made().size(), looked_up.size());
-    EXPECT_EQ(texts(calls.made().begin(), calls.made().begin() + 7), looked_up);
-}
-
-TEST_F(usb_bus, is_looked_up_anew_for_each_address)
-{
-    plug({"eth0", address, address, {AF_PACKET, AF_INET, AF_INET6}});
-    int lookups = 0;
-    interpose::popen = [&lookups](const char *command, const char *mode) {
-        ++lookups;
-        return interpose::popen.real(command, mode);
-    };
-    EXPECT_EQ(asked().value(), address);
-    EXPECT_EQ(lookups, 3);
-}
-
-// The devices on the bus.
-
-TEST_F(usb_bus, that_is_missing_holds_nothing)
-{
-    plug_into_usb(eth0);
-    machine.remove(usb_devices);
-    EXPECT_EQ(traced(), taken_trace);
-}
-
-TEST_F(usb_bus, that_is_missing_is_not_asked_about)
-{
-    plug(eth0);
-    machine.remove(usb_devices);
-    const directory_calls calls;
-    EXPECT_EQ(asked().value(), address);
-    EXPECT_EQ(calls.made(), (texts{"opendir /sys/bus/usb/devices/", "strdup 00:1a:2b:3c:4d:5e",
-                                   "strdup 00:1a:2b:3c:4d:5e", "strdup eth0",
-                                   "strdup 00:1a:2b:3c:4d:5e", "strdup 00:1a:2b:3c:4d:5e",
-                                   "opendir /proc/net/bonding", "strdup 00:1a:2b:3c:4d:5e"}));
-}
-
-TEST_F(usb_bus, that_is_missing_does_not_hold_an_interface_without_a_device)
-{
-    plug(eth0);
-    machine.remove(device_of_eth0);
-    machine.remove(usb_devices);
-    EXPECT_EQ(traced(), taken_trace);
-}
-
-TEST_F(usb_bus, that_is_no_directory_holds_nothing)
-{
-    plug_into_usb(eth0);
-    machine.file(usb_devices, "");
-    EXPECT_EQ(traced(), taken_trace);
+    GetParam().arrange(machine);
+    expect_eth0_is(GetParam().trace);
 }
 
 TEST_F(usb_bus, that_may_not_be_listed_holds_nothing)
 {
-    plug_into_usb(eth0);
+    machine.link(device_link, "/sys/devices/1-1");
     machine.directory(usb_devices, 0);
     machine.file("/var/log/orvane/liborvane.log", "", 0666);
     const other_user caller;
-    EXPECT_EQ(traced(), taken_trace);
+    expect_eth0_is(taken);
 }
 
-TEST_F(usb_bus, that_is_empty_holds_nothing)
+TEST_F(usb_bus, holds_an_interface_where_no_process_can_be_started)
 {
-    plug_into_usb(eth0);
-    machine.directory(usb_devices);
-    EXPECT_EQ(traced(), taken_trace);
-}
-
-TEST_F(usb_bus, that_is_empty_holds_an_interface_without_a_device)
-{
-    plug(eth0);
-    machine.remove(device_of_eth0);
-    machine.directory(usb_devices);
-    EXPECT_EQ(traced(), ignored_after("get stat error"));
-}
-
-// The link to the interface's device.
-
-TEST_F(usb_bus, holds_an_interface_without_a_device)
-{
-    plug(eth0);
-    machine.remove(device_of_eth0);
-    EXPECT_EQ(traced(), ignored_after("get stat error"));
-}
-
-TEST_F(usb_bus, holds_an_interface_that_sysfs_does_not_know)
-{
-    plug(eth0);
-    machine.remove("/sys/class/net/eth0");
-    EXPECT_EQ(traced(), ignored_after("get stat error"));
-}
-
-TEST_F(usb_bus, holds_an_interface_whose_device_is_a_directory)
-{
-    plug(eth0);
-    machine.directory(device_of_eth0);
-    EXPECT_EQ(traced(), ignored_after("is not link file"));
-}
-
-TEST_F(usb_bus, holds_an_interface_whose_device_is_a_file)
-{
-    plug(eth0);
-    machine.file(device_of_eth0, "1-1");
-    EXPECT_EQ(traced(), ignored_after("is not link file"));
-}
-
-TEST_F(usb_bus, is_known_by_a_link_that_leads_over_others)
-{
-    plug_into_usb(eth0);
-    machine.link("/sys/devices/virtual", "pci0000:00/0000:00:14.0/usb1");
-    machine.link(device_of_eth0, "../../../devices/virtual/1-1/../1-1/1-1:1.0");
-    EXPECT_EQ(traced(), ignored_trace);
-}
-
-TEST_F(usb_bus, is_known_by_the_name_at_the_end_of_a_dangling_link)
-{
-    plug(eth0);
-    machine.link(device_of_eth0, "/sys/devices/1-1");
-    EXPECT_EQ(traced(), ignored_trace);
-}
-
-TEST_F(usb_bus, holds_an_interface_whose_link_leads_nowhere)
-{
-    plug(eth0);
-    machine.link(device_of_eth0, "/nowhere/at/all");
-    EXPECT_EQ(traced(), ignored_after("get basename error"));
-}
-
-TEST_F(usb_bus, holds_an_interface_whose_link_leads_to_the_root)
-{
-    plug(eth0);
-    machine.link(device_of_eth0, "/");
-    EXPECT_EQ(traced(), ignored_after("get basename error"));
-}
-
-TEST_F(usb_bus, holds_an_interface_whose_link_leads_to_itself)
-{
-    plug(eth0);
-    machine.link(device_of_eth0, "device");
-    EXPECT_EQ(traced(), ignored_after("get basename error"));
-}
-
-// Following the link.
-
-TEST_F(usb_bus, holds_an_interface_where_nothing_can_be_run)
-{
-    plug(eth0);
-    interpose::popen = [](const char *, const char *) -> std::FILE * { return nullptr; };
-    EXPECT_EQ(traced(), ignored_after("get real path error"));
+    machine.file("/var/log/orvane/liborvane.log", "", 0666);
+    const no_processes caller;
+    expect_eth0_is(left_out_after(trace_line::readlink_not_started));
 }
 
 TEST_F(usb_bus, holds_an_interface_where_readlink_is_missing)
 {
-    plug(eth0);
-    machine.remove("/bin/readlink");
+    machine.remove(readlink_tool);
     EXPECT_NE(standard_error_of([this] {
-                  EXPECT_EQ(traced(), ignored_after("get basename error"));
+                  expect_eth0_is(left_out_after(trace_line::device_has_no_name));
               }).find("readlink"),
               std::string::npos);
 }
 
-TEST_F(usb_bus, holds_an_interface_whose_device_has_no_last_name)
-{
-    plug(eth0);
-    interpose::basename = [](const char *) -> char * { return nullptr; };
-    EXPECT_EQ(traced(), ignored_after("get basename error"));
-}
-
-TEST_F(usb_bus, does_not_depend_on_the_exit_status_of_readlink)
-{
-    plug(eth0);
-    machine.script("/bin/readlink", "printf '/sys/devices/virtio0\\0'; exit 1");
-    EXPECT_EQ(traced(), taken_trace);
-}
-
-TEST_F(usb_bus, is_known_after_a_signal_broke_off_the_reading)
-{
-    plug(eth0);
-    let_readlink_print({"", "/sys/usb1/", "", "1-", "", "1\0"s});
-    EXPECT_EQ(traced(), ignored_trace);
-}
-
-TEST_F(usb_bus, holds_an_interface_whose_link_cannot_be_read_to_its_end)
-{
-    plug(eth0);
-    let_readlink_print({"/sys/devices/virtio0"}, EIO);
-    EXPECT_EQ(traced(), ignored_after("get basename error"));
-}
-
-TEST_F(usb_bus, is_known_to_a_caller_that_ignores_the_end_of_its_children)
-{
-    plug_into_usb(eth0);
-    ASSERT_NE(::signal(SIGCHLD, SIG_IGN), SIG_ERR);
-    const texts trace = traced();
-    ASSERT_NE(::signal(SIGCHLD, SIG_DFL), SIG_ERR);
-    EXPECT_EQ(trace, ignored_trace);
-}
-
-// Closed standard descriptors.
+// The path that readlink prints, beside the names on the bus.
 
 namespace {
 
-class usb_bus_without_standard_descriptors : public usb_bus,
-                                             public testing::WithParamInterface<std::vector<int>> {
+struct printed_path : named_case {
+    std::string printed;
+    const char *answer;
+    texts on_the_bus = {"usb1", "1-1", "1-1:1.0", "virtio10"};
 };
+
+std::string long_path(std::size_t directory_bytes, const char *device)
+{
+    return "/" + std::string(directory_bytes - 2, 'd') + "/" + device + '\0';
+}
+
+constexpr char none[] = "(no text)";
+
+const printed_path printed_paths[] = {
+    {"nothing", "", none},
+    {"an_empty_path", "\0"s, none},
+    {"a_slash_last", "/sys/virtio0/\0"s, none},
+    {"without_a_zero_byte", "/sys/usb1/1-1", none},
+    {"without_a_directory", "1-1\0"s, none},
+    {"up_to_its_zero_byte", "/sys/usb1/1-1\0/virtio0\0"s, none},
+    {"with_a_newline_last", "/sys/usb1/1-1\n", address},
+    {"with_a_newline_inside", "/sys/virtio0\n/1-1\0"s, address},
+    {"beyond_ascii", "/sys/\xff\0"s, none, {"\xff"}},
+    {"of_1023_bytes", long_path(1019, "1-1x"), address},
+    {"of_1024_bytes_without_the_last", long_path(1020, "1-1x"), none},
+    {"of_1027_bytes_up_to_its_last_slash", long_path(1023, "1-1x"), none},
+    {"of_5000_bytes", long_path(4997, "1-1"), address},
+
+    {"that_is_on_the_bus", "/sys/1-1:1.0\0"s, none, {"1-1:1.0"}},
+    {"whose_directory_is_on_the_bus", "/sys/usb1/1-1/virtio0\0"s, address},
+    {"whose_name_begins_another", "/sys/1-1\0"s, none, {"1-1:1.0"}},
+    {"whose_number_begins_another", "/sys/virtio1\0"s, none, {"virtio10"}},
+    {"whose_name_another_begins", "/sys/1-1:1.0\0"s, address, {"1-1", "usb1"}},
+    {"whose_name_ends_another", "/sys/1-1\0"s, address, {"2-1-1", "x1-1"}},
+    {"in_another_case", "/sys/USB1\0"s, address, {"usb1"}},
+    {"among_others", "/sys/b\0"s, none, {"a", "b", "c", "d"}},
+    {"called_dot", "/sys/.\0"s, address},
+    {"called_dot_dot", "/sys/..\0"s, address},
+    {"called_dot_beside_a_hidden_one", "/sys/.\0"s, none, {".usb1"}},
+    {"called_dot_dot_beside_a_hidden_one", "/sys/..\0"s, none, {"..."}},
+};
+
+class usb_bus_by_a_path : public usb_bus, public testing::WithParamInterface<printed_path> {};
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(every_set, usb_bus_without_standard_descriptors,
-                         testing::ValuesIn(every_set_of_standard_descriptors()));
+INSTANTIATE_TEST_SUITE_P(, usb_bus_by_a_path, testing::ValuesIn(printed_paths));
 
-TEST_P(usb_bus_without_standard_descriptors, is_looked_up_and_leaves_them_closed)
+TEST_P(usb_bus_by_a_path, is_known_by_the_last_name)
 {
-    plug(eth0);
-    cards.push_back({"eth1", address, address});
-    machine.link("/sys/class/net/eth1/device", "/sys/devices/pci0000:00/usb1/1-1");
-    machine.directory("/sys/devices/pci0000:00/usb1/1-1");
-    bond("bond0", "Slave Interface: eth2\nPermanent HW addr: f4:8e:38:00:00:01\n");
-    std::string answer;
-    EXPECT_EQ(left_open(GetParam(), [&answer] { answer = asked().value(); }), std::vector<int>{});
-    EXPECT_EQ(answer, "f4:8e:38:00:00:01");
-    EXPECT_EQ(machine.trace(), (texts{found, taken_trace.back(),
-                                      "found network interface device: eth1, ignoreMountUSB: true",
-                                      "<eth1> mounted on the usb bus, ignore."}));
+    machine.directory(usb_devices);
+    for (const std::string &name : GetParam().on_the_bus)
+        machine.directory(usb_devices + ("/" + name));
+    machine.tool(readlink_tool, GetParam().printed);
+    EXPECT_EQ(max_mac(), GetParam().answer);
+}
+
+// How readlink is run, whatever the interface is called.
+
+namespace {
+
+struct odd_name : named_case {
+    std::string interface;
+    std::string link;
+    std::string command;
+};
+
+// Names of some length, which only slashes let a file system hold.
+std::string long_name(std::size_t size, char character)
+{
+    std::string name = "eth";
+    while (name.size() < size)
+        name += name.size() % 150 == 0 ? '/' : character;
+    return name;
+}
+
+odd_name of_length(const char *name, std::size_t size, const char *behind)
+{
+    const std::string link =
+        "/sys/class/net/" + long_name(std::min<std::size_t>(size, 1008), 'n') + behind;
+    return {name, long_name(size, 'n'), link, "readlink -f -z '" + link + "'"};
+}
+
+odd_name of_quotes()
+{
+    const std::string link = "/sys/class/net/" + long_name(1008, '\'');
+    const std::string quoted = std::regex_replace(link, std::regex("'"), "'\\''");
+    return {"of_2000_quotes", long_name(2000, '\''), link, "readlink -f -z '" + quoted + "'"};
+}
+
+const odd_name odd_names[] = {
+    {"plain", "enp3s0", "/sys/class/net/enp3s0/device",
+     "readlink -f -z '/sys/class/net/enp3s0/device'"},
+    {"with_a_blank", "eth x ", "/sys/class/net/eth x /device",
+     "readlink -f -z '/sys/class/net/eth x /device'"},
+    {"with_a_quote", "eth'x", "/sys/class/net/eth'x/device",
+     "readlink -f -z '/sys/class/net/eth'\\''x/device'"},
+    {"with_a_command_between_quotes", "eth';>x;'", "/sys/class/net/eth';>x;'/device",
+     "readlink -f -z '/sys/class/net/eth'\\'';>x;'\\''/device'"},
+    {"with_a_double_quote", "eth\"x", "/sys/class/net/eth\"x/device",
+     "readlink -f -z '/sys/class/net/eth\"x/device'"},
+    {"with_commands", "eth$(>x)`>x`", "/sys/class/net/eth$(>x)`>x`/device",
+     "readlink -f -z '/sys/class/net/eth$(>x)`>x`/device'"},
+    {"with_a_variable", "eth$HOME", "/sys/class/net/eth$HOME/device",
+     "readlink -f -z '/sys/class/net/eth$HOME/device'"},
+    {"with_backslashes", "eth\\n\\", "/sys/class/net/eth\\n\\/device",
+     "readlink -f -z '/sys/class/net/eth\\n\\/device'"},
+    {"with_a_newline", "eth\nx", "/sys/class/net/eth\nx/device",
+     "readlink -f -z '/sys/class/net/eth\nx/device'"},
+    {"with_a_slash", "eth/x", "/sys/class/net/eth/x/device",
+     "readlink -f -z '/sys/class/net/eth/x/device'"},
+    {"like_a_format", "eth%s%n", "/sys/class/net/eth%s%n/device",
+     "readlink -f -z '/sys/class/net/eth%s%n/device'"},
+    {"like_a_pattern", "eth*", "/sys/class/net/eth*/device",
+     "readlink -f -z '/sys/class/net/eth*/device'"},
+    {"beyond_ascii", "eth\x80\xc3\xa9\xff", "/sys/class/net/eth\x80\xc3\xa9\xff/device",
+     "readlink -f -z '/sys/class/net/eth\x80\xc3\xa9\xff/device'"},
+    of_length("of_1001_characters", 1001, "/device"),
+    of_length("of_1002_characters", 1002, "/devic"),
+    of_length("of_1008_characters", 1008, ""),
+    of_length("of_2000_characters", 2000, ""),
+    of_quotes(),
+};
+
+class usb_bus_of_a_name : public network_machine, public testing::WithParamInterface<odd_name> {};
+
+} // namespace
+
+INSTANTIATE_TEST_SUITE_P(, usb_bus_of_a_name, testing::ValuesIn(odd_names));
+
+TEST_P(usb_bus_of_a_name, is_looked_up_with_one_literal_path_of_at_most_1023_bytes)
+{
+    kernel.add({GetParam().interface, address, address}, {AF_PACKET});
+    machine.link(GetParam().link, onboard);
+    machine.tool(readlink_tool, "/sys/devices/virtio0\0"s);
+    machine.watch_shell();
+    ASSERT_EQ(::chdir(machine.scratch("").c_str()), 0); // a name taken for a command writes here
+    EXPECT_EQ(max_mac(), address);
+    EXPECT_EQ(machine.shell_commands(), texts{GetParam().command});
+    ASSERT_EQ(machine.runs(readlink_tool).size(), 1U);
+    texts words = machine.runs(readlink_tool).front().arguments;
+    words.erase(words.begin()); // how the shell found it
+    EXPECT_EQ(words, (texts{"-f", "-z", GetParam().link}));
+}
+
+TEST_F(usb_bus, holds_an_interface_whose_name_is_too_long_for_a_file)
+{
+    const std::string name = "eth" + std::string(253, 'n');
+    kernel.entries.clear();
+    kernel.add({name, address, address}, {AF_PACKET});
+    machine.watch_shell();
+    EXPECT_EQ(max_mac(), "(no text)");
+    EXPECT_EQ(machine.shell_commands(), texts{});
 }
