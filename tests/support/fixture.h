@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <memory>
 #include <set>
-#include <source_location>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -59,11 +58,10 @@ protected:
 
     // What the library has written to the trace log since the machine started. The line of the
     // caller is reported with a difference.
-    void expect_trace(const texts &lines,
-                      std::source_location caller = std::source_location::current()) const
+    void expect_trace(const texts &lines, const char *file = __builtin_FILE(),
+                      int line = __builtin_LINE()) const
     {
-        const testing::ScopedTrace place(caller.file_name(), static_cast<int>(caller.line()),
-                                         "expect_trace()");
+        const testing::ScopedTrace place(file, line, "expect_trace()");
         EXPECT_EQ(machine.trace(), lines);
     }
 
