@@ -131,6 +131,21 @@ INSTANTIATE_TEST_SUITE_P(truncated_at_1023_bytes, plain_event_line,
                                          event_case{"far_above", std::string(9000, 'm'), "II",
                                                     "(II) " + std::string(1018, 'm')}));
 
+// A calendar of the program's own may do what the C library's does not.
+TEST_F(event_log, ends_a_stamp_at_its_first_newline)
+{
+    std::string stamp;
+    interpose::strftime = [&stamp](char *buffer, size_t size, const char *, const tm *) {
+        return stamp.copy(buffer, size - 1);
+    };
+    stamp = "first\nsecond\nthird";
+    log("m");
+    stamp = "\nsecond";
+    log("m");
+    EXPECT_EQ(logged(), "(II) Time: first\t\tMessage: m\n"
+                        "(II) Time: \t\tMessage: m\n");
+}
+
 // The file.
 
 TEST_F(event_log, appends_to_a_file_of_any_size_and_keeps_its_mode)

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <csignal>
 #include <cstddef>
 #include <filesystem>
 #include <string>
@@ -238,21 +239,62 @@ TEST_P(digest, is_of_a_file_with_any_name_of_a_link_and_of_a_device)
     EXPECT_EQ(check("/dev/null", of_nothing), 1);
 }
 
+namespace {
+
+// A named pipe that a child process writes.
+class written_pipe {
+public:
+    written_pipe(const std::string &path, void (*write)(int fd))
+    {
+        EXPECT_EQ(::mkfifo(path.c_str(), 0600), 0);
+        child_ = ::fork();
+        if (child_ == 0) {
+            write(::open(path.c_str(), O_WRONLY | O_CLOEXEC));
+            ::_exit(0);
+        }
+    }
+    written_pipe(const written_pipe &) = delete;
+    written_pipe &operator=(const written_pipe &) = delete;
+    ~written_pipe()
+    {
+        ::kill(child_, SIGKILL);
+        ::waitpid(child_, nullptr, 0);
+    }
+
+private:
+    pid_t child_ = -1;
+};
+
+} // namespace
+
 TEST_P(digest, is_of_a_pipe_that_is_written_in_pieces)
 {
-    const std::string pipe = machine.scratch("pipe");
-    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-    const pid_t writer = ::fork();
-    if (writer == 0) {
-        const int end = ::open(pipe.c_str(), O_WRONLY | O_CLOEXEC);
-        const bool is_written =
-            ::write(end, "a", 1) == 1 && ::usleep(20000) == 0 && ::write(end, "bc", 2) == 2;
-        ::_exit(is_written ? 0 : 1);
+    path = machine.scratch("pipe");
+    const written_pipe pipe(path, [](int fd) {
+        static_cast<void>(::write(fd, "a", 1) == 1 && ::usleep(20000) == 0 &&
+                          ::write(fd, "bc", 2) == 2);
+    });
+    EXPECT_EQ(check(path, of_abc), 1);
+}
+
+TEST_P(digest, does_not_exist_where_a_signal_handler_interrupts_a_read)
+{
+    struct sigaction handled = {};
+    handled.sa_handler = [](int) {};
+    struct sigaction before = {};
+    ::sigaction(SIGUSR1, &handled, &before);
+    path = machine.scratch("pipe");
+    {
+        const written_pipe pipe(path, [](int fd) {
+            static_cast<void>(::write(fd, "abc", 3) == 3);
+            for (int time = 0; time < 200; ++time) {
+                ::usleep(10000);
+                ::kill(::getppid(), SIGUSR1);
+            }
+        });
+        EXPECT_EQ(check(path, of_abc), 0);
     }
-    EXPECT_EQ(check(pipe, of_abc), 1);
-    int status = -1;
-    EXPECT_EQ(::waitpid(writer, &status, 0), writer);
-    EXPECT_EQ(status, 0);
+    ::sigaction(SIGUSR1, &before, nullptr);
 }
 
 TEST_P(digest, does_not_exist_of_what_cannot_be_read)
