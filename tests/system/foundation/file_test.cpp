@@ -4,7 +4,6 @@
 
 #include <array>
 #include <filesystem>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -95,88 +94,41 @@ TEST_F(current_mode_bits, are_those_of_a_relative_path_too)
 
 namespace {
 
-// Puts a file of its own on each of the three, for its lifetime.
-class own_standard_files {
-public:
-    explicit own_standard_files(const constructed_machine &machine)
-    {
-        for (int fd = 0; fd < 3; ++fd) {
-            const std::string path = machine.scratch("standard" + std::to_string(fd));
-            const int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-            kept_.push_back(::fcntl(fd, F_DUPFD_CLOEXEC, 100));
-            ::dup2(file, fd);
-            ::close(file);
-        }
-    }
-    own_standard_files(const own_standard_files &) = delete;
-    own_standard_files &operator=(const own_standard_files &) = delete;
-    ~own_standard_files()
-    {
-        for (int fd = 0; const int kept : kept_) {
-            ::dup2(kept, fd++);
-            ::close(kept);
-        }
-    }
-
-private:
-    std::vector<int> kept_;
-};
-
-// The target of each of the three: "own" for the file that was there before, "" for none.
-using targets = std::array<std::string, 3>;
-
 class standard_descriptors : public on_machine {
 protected:
-    // The targets that redirect_stdio() leaves where these descriptors are closed before it.
+    using targets = std::array<std::string, 3>; // of each of the three, empty for a closed one
+
+    [[nodiscard]] targets present() const { return {target(0), target(1), target(2)}; }
+
+    // What redirect_stdio() leaves where these descriptors are closed before it.
     [[nodiscard]] targets after_redirect(const std::vector<int> &closed_before) const
     {
-        const own_standard_files files(machine);
         const closed_descriptors closed(closed_before);
         redirect_stdio();
-        return {target(0), target(1), target(2)};
+        return present();
     }
 
 private:
     [[nodiscard]] std::string target(int fd) const
     {
         std::error_code missing;
-        const std::string path = std::filesystem::read_symlink(
-            machine.own_proc() + "/fd/" + std::to_string(fd), missing);
-        return path == machine.scratch("standard" + std::to_string(fd)) ? "own" : path;
+        return std::filesystem::read_symlink(machine.own_proc() + "/fd/" + std::to_string(fd),
+                                             missing);
     }
 };
-
-struct closing {
-    std::vector<int> closed;
-    targets after;
-    friend std::ostream &operator<<(std::ostream &stream, const closing &one)
-    {
-        stream << "closed";
-        for (const int fd : one.closed)
-            stream << "_" << fd;
-        return stream;
-    }
-};
-
-class closed_standard_descriptors : public standard_descriptors,
-                                    public testing::WithParamInterface<closing> {};
 
 } // namespace
 
-TEST_P(closed_standard_descriptors, are_opened_on_the_null_device_and_the_others_stay)
+TEST_F(standard_descriptors, are_opened_on_the_null_device_where_they_are_closed)
 {
-    EXPECT_EQ(after_redirect(GetParam().closed), GetParam().after);
+    EXPECT_EQ(after_redirect({}), present());
+    for (const std::vector<int> &closed : every_set_of_standard_descriptors()) {
+        targets expected = present();
+        for (const int fd : closed)
+            expected.at(static_cast<std::size_t>(fd)) = "/dev/null";
+        EXPECT_EQ(after_redirect(closed), expected);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    every_set, closed_standard_descriptors,
-    testing::Values(closing{{}, {"own", "own", "own"}}, closing{{0}, {"/dev/null", "own", "own"}},
-                    closing{{1}, {"own", "/dev/null", "own"}},
-                    closing{{2}, {"own", "own", "/dev/null"}},
-                    closing{{0, 1}, {"/dev/null", "/dev/null", "own"}},
-                    closing{{0, 2}, {"/dev/null", "own", "/dev/null"}},
-                    closing{{1, 2}, {"own", "/dev/null", "/dev/null"}},
-                    closing{{0, 1, 2}, {"/dev/null", "/dev/null", "/dev/null"}}));
 
 TEST_F(standard_descriptors, can_be_read_and_written)
 {
@@ -193,7 +145,7 @@ TEST_F(standard_descriptors, can_be_read_and_written)
 TEST_F(standard_descriptors, take_any_character_device_of_that_name)
 {
     machine.character_device("/dev/null", 1, 5);
-    EXPECT_EQ(after_redirect({1, 2}), (targets{"own", "/dev/null", "/dev/null"}));
+    EXPECT_EQ(after_redirect({1, 2}), (targets{present()[0], "/dev/null", "/dev/null"}));
 }
 
 namespace {
@@ -210,7 +162,7 @@ class standard_descriptors_without_null_device : public standard_descriptors,
 TEST_P(standard_descriptors_without_null_device, stay_closed_in_silence)
 {
     GetParam().arrange(machine);
-    EXPECT_EQ(after_redirect({1, 2}), (targets{"own", "", ""}));
+    EXPECT_EQ(after_redirect({1, 2}), (targets{present()[0], "", ""}));
     testing::internal::CaptureStdout();
     EXPECT_EQ(standard_error_of(redirect_stdio), "");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");

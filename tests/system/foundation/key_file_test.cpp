@@ -248,17 +248,9 @@ TEST_F(key_file, keeps_comments_and_translations_through_a_change_and_a_save)
     const owned_key_file kf = loaded(settings);
     key_file_set_value(kf.get(), "Screen", "Width", "2560");
     EXPECT_EQ(logged_by_save(kf, path).size(), 0U);
-    EXPECT_EQ(machine.content(path), "# Settings of the example\n"
-                                     "\n"
-                                     "[Screen]\n"
-                                     "# in pixels\n"
-                                     "Width=2560\n"
-                                     "Name=Screen\n"
-                                     "Name[de]=Bildschirm\n"
-                                     "Name[zh_CN]=\xe5\xb1\x8f\xe5\xb9\x95\n"
-                                     "\n"
-                                     "[Sound]\n"
-                                     "Volume=50\n");
+    std::string expected = settings;
+    expected.replace(expected.find("1920"), 4, "2560");
+    EXPECT_EQ(machine.content(path), expected);
 }
 
 TEST_F(key_file, makes_the_file_that_it_is_saved_to)
@@ -352,24 +344,16 @@ TEST_F(key_file, warns_on_standard_error_where_the_program_handles_no_log)
         << printed;
 }
 
-namespace {
-
-class key_file_without_standard_descriptors : public key_file,
-                                              public testing::WithParamInterface<std::vector<int>> {
-};
-
-} // namespace
-
-TEST_P(key_file_without_standard_descriptors, is_loaded_and_saved_and_leaves_them_closed)
+TEST_F(key_file, leaves_closed_standard_descriptors_closed)
 {
     machine.file(path, settings);
     const auto load_and_save = [] {
         const owned_key_file kf(key_file_load_from_file(path));
         key_file_save_to_file(kf.get(), "/srv/settings/copy");
     };
-    EXPECT_EQ(left_open(GetParam(), load_and_save), std::vector<int>{});
-    EXPECT_EQ(machine.content("/srv/settings/copy"), settings);
+    for (const std::vector<int> &closed : every_set_of_standard_descriptors()) {
+        machine.remove("/srv/settings/copy");
+        EXPECT_EQ(left_open(closed, load_and_save), std::vector<int>{});
+        EXPECT_EQ(machine.content("/srv/settings/copy"), settings);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(every_set, key_file_without_standard_descriptors,
-                         testing::ValuesIn(every_set_of_standard_descriptors()));

@@ -21,11 +21,6 @@ protected:
         machine.remove(os_release);
         machine.remove(vendor_os_release);
     }
-
-    void expect_trace_of(const std::string &scene) const
-    {
-        expect_trace({"_os_get_version, begin", "_os_get_version, os_ver = " + scene});
-    }
 };
 
 struct variant_field : named_case {
@@ -42,7 +37,7 @@ TEST_P(os_release_variant, is_the_scene)
 {
     machine.file(os_release, GetParam().os_release);
     EXPECT_EQ(standard_error_of([] { EXPECT_EQ(_os_get_version(), GetParam().version); }), "");
-    expect_trace_of(GetParam().scene);
+    expect_trace({"_os_get_version, begin", "_os_get_version, os_ver = " + GetParam().scene});
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -115,23 +110,11 @@ TEST_F(os_version, is_the_same_when_no_trace_can_be_written)
               "Open log file failed: No such file or directory\n");
 }
 
-namespace {
-
-class os_version_without_standard_descriptors
-    : public os_version,
-      public testing::WithParamInterface<std::vector<int>> {};
-
-} // namespace
-
-TEST_P(os_version_without_standard_descriptors, is_found_and_leaves_them_closed)
+TEST_F(os_version, leaves_closed_standard_descriptors_closed)
 {
     machine.file(os_release, "VARIANT=EDU\n");
-    unsigned int version = 0;
-    EXPECT_EQ(left_open(GetParam(), [&version] { version = orvane_get_os_version(); }),
-              std::vector<int>{});
-    EXPECT_EQ(version, 2U);
-    expect_trace_of("EDU");
+    for (const std::vector<int> &closed : every_set_of_standard_descriptors())
+        EXPECT_EQ(left_open(closed, [] { EXPECT_EQ(orvane_get_os_version(), 2U); }),
+                  std::vector<int>{});
+    EXPECT_EQ(machine.trace().size(), 14U);
 }
-
-INSTANTIATE_TEST_SUITE_P(every_set, os_version_without_standard_descriptors,
-                         testing::ValuesIn(every_set_of_standard_descriptors()));

@@ -291,30 +291,24 @@ TEST_F(trace_log, is_not_touched_when_tracing_is_off)
     EXPECT_TRUE(std::filesystem::is_empty(directory));
 }
 
-// Closed standard descriptors.
-
-namespace {
-
-class trace_without_standard_descriptors : public trace_log,
-                                           public testing::WithParamInterface<std::vector<int>> {};
-
-} // namespace
-
-TEST_P(trace_without_standard_descriptors, leaves_them_closed)
+TEST_F(trace_log, leaves_closed_standard_descriptors_closed)
 {
-    int result = -1;
-    const auto trace = [&result] { result = orvane_trace("message"); };
-    EXPECT_EQ(left_open(GetParam(), trace), std::vector<int>{});
-    EXPECT_EQ(result, 1);
-    expect_trace({"message"});
+    texts expected;
+    for (const std::vector<int> &closed : every_set_of_standard_descriptors()) {
+        EXPECT_EQ(left_open(closed, [] { EXPECT_EQ(orvane_trace("message"), 1); }),
+                  std::vector<int>{});
+        expected.emplace_back("message");
+    }
+    expect_trace(expected);
 
     machine.directory(log_file);
-    standard_error_of([&] { EXPECT_EQ(left_open(GetParam(), trace), std::vector<int>{}); });
-    EXPECT_EQ(result, 0);
+    for (const std::vector<int> &closed : every_set_of_standard_descriptors()) {
+        standard_error_of([&closed] {
+            EXPECT_EQ(left_open(closed, [] { EXPECT_EQ(orvane_trace("message"), 0); }),
+                      std::vector<int>{});
+        });
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(every_set, trace_without_standard_descriptors,
-                         testing::ValuesIn(every_set_of_standard_descriptors()));
 
 // The line.
 
@@ -440,9 +434,29 @@ namespace {
 
 struct stamp_case : named_case {
     const char *zone;
-    time_t minutes;   // the first reading of the clock, which gives the date and the minute
-    timespec seconds; // the second one
+    time_t minutes; // the first reading of the clock, which gives the date and the minute
+    time_t seconds; // the second one
+    long nanoseconds;
     const char *stamp;
+};
+
+const stamp_case stamps[] = {
+    {"utc", "UTC", 1700000000, 1700000000, 42000000, "2023-11-14 22:13:20.042"},
+    {"leading_zeros", "UTC", 1704164645, 1704164645, 7000000, "2024-01-02 03:04:05.007"},
+    {"east_of_greenwich", "XYZ-05:30", 1700000000, 1700000000, 42000000, "2023-11-15 03:43:20.042"},
+    {"west_of_greenwich", "XYZ+08", 1700000000, 1700000000, 42000000, "2023-11-14 14:13:20.042"},
+    {"half_a_minute_off", "XYZ-00:00:30", 1700000000, 1700000000, 0, "2023-11-14 22:13:20.000"},
+    {"old_minute_with_new_second", "UTC", 1700000039, 1700000040, 250000000,
+     "2023-11-14 22:13:00.250"},
+    {"year_of_ten_digits", "UTC", 67767976201996800, -59, 999999999,
+     "2147483647-01-01 00:00:-59.999"},
+    {"almost_a_millisecond", "UTC", 0, 0, 999999, "1970-01-01 00:00:00.000"},
+    {"one_millisecond", "UTC", 0, 0, 1000000, "1970-01-01 00:00:00.001"},
+    {"almost_a_minute", "UTC", 0, 59, 999999999, "1970-01-01 00:00:59.999"},
+    {"one_minute", "UTC", 0, 60, 0, "1970-01-01 00:00:00.000"},
+    {"over_a_minute", "UTC", 0, 61, 10000000, "1970-01-01 00:00:01.010"},
+    {"before_the_epoch", "UTC", 0, -1, 500000000, "1970-01-01 00:00:-1.500"},
+    {"a_minute_before_the_epoch", "UTC", 0, -60, 1000000, "1970-01-01 00:00:00.001"},
 };
 
 class trace_stamp : public trace_log, public testing::WithParamInterface<stamp_case> {};
@@ -453,52 +467,11 @@ TEST_P(trace_stamp, is_local_time_with_milliseconds)
 {
     ::setenv("TZ", GetParam().zone, 1);
     ::tzset();
-    set_clock(GetParam().minutes, GetParam().seconds);
+    set_clock(GetParam().minutes, {GetParam().seconds, GetParam().nanoseconds});
     EXPECT_STREQ(time_string(), GetParam().stamp);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    date_and_minute, trace_stamp,
-    testing::Values(
-        stamp_case{"utc", "UTC", 1700000000, {1700000000, 42000000}, "2023-11-14 22:13:20.042"},
-        stamp_case{
-            "leading_zeros", "UTC", 1704164645, {1704164645, 7000000}, "2024-01-02 03:04:05.007"},
-        stamp_case{"east_of_greenwich",
-                   "XYZ-05:30",
-                   1700000000,
-                   {1700000000, 42000000},
-                   "2023-11-15 03:43:20.042"},
-        stamp_case{"west_of_greenwich",
-                   "XYZ+08",
-                   1700000000,
-                   {1700000000, 42000000},
-                   "2023-11-14 14:13:20.042"},
-        stamp_case{"half_a_minute_off_greenwich",
-                   "XYZ-00:00:30",
-                   1700000000,
-                   {1700000000, 0},
-                   "2023-11-14 22:13:20.000"},
-        stamp_case{"old_minute_with_new_second",
-                   "UTC",
-                   1700000039,
-                   {1700000040, 250000000},
-                   "2023-11-14 22:13:00.250"},
-        stamp_case{"year_of_ten_digits",
-                   "UTC",
-                   67767976201996800,
-                   {-59, 999999999},
-                   "2147483647-01-01 00:00:-59.999"}));
-
-INSTANTIATE_TEST_SUITE_P(
-    seconds_truncated_to_milliseconds, trace_stamp,
-    testing::Values(
-        stamp_case{"almost_a_millisecond", "UTC", 0, {0, 999999}, "1970-01-01 00:00:00.000"},
-        stamp_case{"one_millisecond", "UTC", 0, {0, 1000000}, "1970-01-01 00:00:00.001"},
-        stamp_case{"almost_a_minute", "UTC", 0, {59, 999999999}, "1970-01-01 00:00:59.999"},
-        stamp_case{"one_minute", "UTC", 0, {60, 0}, "1970-01-01 00:00:00.000"},
-        stamp_case{"over_a_minute", "UTC", 0, {61, 10000000}, "1970-01-01 00:00:01.010"},
-        stamp_case{"before_the_epoch", "UTC", 0, {-1, 500000000}, "1970-01-01 00:00:-1.500"},
-        stamp_case{"a_minute_before", "UTC", 0, {-60, 1000000}, "1970-01-01 00:00:00.001"}));
+INSTANTIATE_TEST_SUITE_P(of, trace_stamp, testing::ValuesIn(stamps));
 
 TEST_F(trace_log, has_every_stamp_in_the_same_place)
 {
