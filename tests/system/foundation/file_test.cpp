@@ -121,9 +121,10 @@ private:
 
 TEST_F(standard_descriptors, are_opened_on_the_null_device_where_they_are_closed)
 {
-    EXPECT_EQ(after_redirect({}), present());
+    const targets before = present();
+    EXPECT_EQ(after_redirect({}), before);
     for (const std::vector<int> &closed : every_set_of_standard_descriptors()) {
-        targets expected = present();
+        targets expected = before;
         for (const int fd : closed)
             expected.at(static_cast<std::size_t>(fd)) = "/dev/null";
         EXPECT_EQ(after_redirect(closed), expected);
