@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// The variant of the operating system where os-release is the only source of the scene.
 #include "fixture.h"
 #include "interpose.h"
 #include "orvane.h"
 
-#include <ostream>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,9 +14,6 @@ namespace {
 constexpr char os_release[] = "/etc/os-release";
 constexpr char vendor_os_release[] = "/usr/lib/os-release";
 
-const std::vector<std::string> begin_alone = {"_os_get_version, begin"};
-
-// Nothing but os-release tells the scene here, and at first there is none.
 class os_version : public on_machine {
 protected:
     void furnish() override
@@ -24,87 +23,82 @@ protected:
     }
 };
 
+struct variant_field : named_case {
+    const char *os_release;
+    std::string scene;
+    unsigned int version;
+};
+
+class os_release_variant : public os_version, public testing::WithParamInterface<variant_field> {};
+
 } // namespace
 
-TEST_F(os_version, is_2_for_the_education_variant)
+TEST_P(os_release_variant, is_the_scene)
 {
-    machine.file(os_release, "NAME=\"Example\"\nVARIANT=\"EDU\"\n");
-    EXPECT_EQ(orvane_get_os_version(), 2U);
-    EXPECT_EQ(machine.trace(), (std::vector<std::string>{"_os_get_version, begin",
-                                                         "_os_get_version, os_ver = EDU"}));
+    machine.file(os_release, GetParam().os_release);
+    EXPECT_EQ(standard_error_of([] { EXPECT_EQ(_os_get_version(), GetParam().version); }), "");
+    expect_trace({"_os_get_version, begin", "_os_get_version, os_ver = " + GetParam().scene});
 }
 
-TEST_F(os_version, is_0_for_another_variant)
+INSTANTIATE_TEST_SUITE_P(
+    os_version, os_release_variant,
+    testing::Values(variant_field{"bare", "NAME=Example\nVARIANT=EDU\n", "EDU", 2},
+                    variant_field{"another", "VARIANT=\"Server Edition\"\n", "Server Edition", 0},
+                    variant_field{"in_double_quotes", "VARIANT=\"EDU Home\"\n", "EDU Home", 2},
+                    variant_field{"in_single_quotes", "VARIANT='EDU'\n", "EDU", 2},
+                    variant_field{"with_an_escape", "VARIANT=\"EDU \\\"2\\\"\"\n", "EDU \"2\"", 2},
+                    variant_field{"with_an_unclosed_quote", "VARIANT=\"EDU\n", "\"EDU", 0},
+                    variant_field{"without_a_final_newline", "VARIANT=EDU", "EDU", 2},
+                    variant_field{"given_twice", "VARIANT=Home\nVARIANT=EDU\n", "Home", 0},
+                    variant_field{"behind_a_comment", "#VARIANT=Home\nVARIANT=EDU\n", "EDU", 2},
+                    variant_field{"empty", "VARIANT=\"\"\n", "", 0}));
+
+namespace {
+
+struct os_release_files : named_case {
+    std::optional<std::string> administrators;
+    std::optional<std::string> vendors;
+    unsigned int version;
+    bool has_scene;
+};
+
+class os_version_of_files : public os_version,
+                            public testing::WithParamInterface<os_release_files> {};
+
+} // namespace
+
+TEST_P(os_version_of_files, comes_from_the_administrators_first)
 {
-    machine.file(os_release, "VARIANT=\"Server Edition\"\n");
-    EXPECT_EQ(orvane_get_os_version(), 0U);
-    EXPECT_EQ(machine.trace(),
-              (std::vector<std::string>{"_os_get_version, begin",
-                                        "_os_get_version, os_ver = Server Edition"}));
+    if (GetParam().administrators)
+        machine.file(os_release, *GetParam().administrators);
+    if (GetParam().vendors)
+        machine.file(vendor_os_release, *GetParam().vendors);
+    EXPECT_EQ(orvane_get_os_version(), GetParam().version);
+    EXPECT_EQ(machine.trace().size(), GetParam().has_scene ? 2U : 1U);
+    EXPECT_EQ(machine.trace().front(), "_os_get_version, begin");
 }
 
-TEST_F(os_version, is_answered_by_the_exported_query_behind_it)
+INSTANTIATE_TEST_SUITE_P(
+    os_version, os_version_of_files,
+    testing::Values(os_release_files{"none", {}, {}, 0, false},
+                    os_release_files{"the_vendors_alone", {}, "VARIANT=EDU\n", 2, true},
+                    os_release_files{"both", "VARIANT=Home\n", "VARIANT=EDU\n", 0, true},
+                    os_release_files{"the_administrators_without_it", "NAME=x\n", "VARIANT=EDU\n",
+                                     0, false},
+                    os_release_files{"another_field", "NAME=EDU\nVARIANT_ID=EDU\n", {}, 0, false}));
+
+TEST_F(os_version, is_queried_on_every_call)
 {
     machine.file(os_release, "VARIANT=EDU\n");
-    EXPECT_EQ(_os_get_version(), 2U);
+    EXPECT_EQ(orvane_get_os_version(), 2U);
+    machine.file(os_release, "VARIANT=Home\n");
+    EXPECT_EQ(orvane_get_os_version(), 0U);
 }
 
-TEST_F(os_version, returns_unchanged_what_the_query_behind_it_gives)
+TEST_F(os_version, is_the_result_of_the_exported_query_behind_it)
 {
     interpose::_os_get_version = [] { return 4294967295U; };
     EXPECT_EQ(orvane_get_os_version(), 4294967295U);
-}
-
-TEST_F(os_version, is_0_without_a_variant_field)
-{
-    machine.file(os_release, "NAME=\"EDU\"\nVARIANT_ID=EDU\n");
-    EXPECT_EQ(orvane_get_os_version(), 0U);
-    EXPECT_EQ(machine.trace(), begin_alone);
-}
-
-TEST_F(os_version, is_0_without_os_release)
-{
-    EXPECT_EQ(orvane_get_os_version(), 0U);
-    EXPECT_EQ(machine.trace(), begin_alone);
-}
-
-TEST_F(os_version, is_0_without_memory_for_the_scene)
-{
-    machine.file(os_release, "VARIANT=EDU\n");
-    interpose::strdup = [](const char *) -> char * { return nullptr; };
-    EXPECT_EQ(orvane_get_os_version(), 0U);
-    EXPECT_EQ(machine.trace(), begin_alone);
-}
-
-TEST_F(os_version, comes_from_the_vendors_file_when_there_is_no_other)
-{
-    machine.file(vendor_os_release, "VARIANT=EDU\n");
-    EXPECT_EQ(orvane_get_os_version(), 2U);
-}
-
-TEST_F(os_version, comes_from_the_administrators_file_before_the_vendors)
-{
-    machine.file(os_release, "VARIANT=Home\n");
-    machine.file(vendor_os_release, "VARIANT=EDU\n");
-    EXPECT_EQ(orvane_get_os_version(), 0U);
-}
-
-TEST_F(os_version, does_not_complete_the_administrators_file_from_the_vendors)
-{
-    machine.file(os_release, "NAME=Example\n");
-    machine.file(vendor_os_release, "VARIANT=EDU\n");
-    EXPECT_EQ(orvane_get_os_version(), 0U);
-}
-
-TEST_F(os_version, is_asked_for_afresh_on_every_call)
-{
-    machine.file(os_release, "VARIANT=EDU\n");
-    EXPECT_EQ(orvane_get_os_version(), 2U);
-    machine.file(os_release, "VARIANT=Home\n");
-    EXPECT_EQ(orvane_get_os_version(), 0U);
-    machine.remove(os_release);
-    machine.file(vendor_os_release, "VARIANT=EDU\n");
-    EXPECT_EQ(orvane_get_os_version(), 2U);
 }
 
 TEST_F(os_version, is_the_same_when_no_trace_can_be_written)
@@ -116,77 +110,11 @@ TEST_F(os_version, is_the_same_when_no_trace_can_be_written)
               "Open log file failed: No such file or directory\n");
 }
 
-TEST_F(os_version, prints_nothing)
+TEST_F(os_version, leaves_closed_standard_descriptors_closed)
 {
     machine.file(os_release, "VARIANT=EDU\n");
-    EXPECT_EQ(standard_error_of([] { EXPECT_EQ(orvane_get_os_version(), 2U); }), "");
-}
-
-// Fields of os-release.
-
-namespace {
-
-struct variant_field : named_case {
-    std::string line;
-    std::string scene;
-    unsigned int version;
-};
-
-const variant_field variant_fields[] = {
-    {"bare", "VARIANT=EDU\n", "EDU", 2},
-    {"in_double_quotes", "VARIANT=\"EDU Home\"\n", "EDU Home", 2},
-    {"in_single_quotes", "VARIANT='EDU'\n", "EDU", 2},
-    {"with_an_escape", "VARIANT=\"EDU \\\"2\\\"\"\n", "EDU \"2\"", 2},
-    {"with_a_quote_left_open", "VARIANT=\"EDU\n", "\"EDU", 0},
-    {"without_a_final_newline", "VARIANT=EDU", "EDU", 2},
-    {"given_twice", "VARIANT=Home\nVARIANT=EDU\n", "Home", 0},
-    {"behind_a_comment", "#VARIANT=Home\nVARIANT=EDU\n", "EDU", 2},
-    {"longer_than_the_code", "VARIANT=EDUCATION\n", "EDUCATION", 2},
-    {"in_lower_case", "VARIANT=edu\n", "edu", 0},
-    {"in_mixed_case", "VARIANT=EdU\n", "EdU", 0},
-    {"shorter_than_the_code", "VARIANT=ED\n", "ED", 0},
-    {"with_the_code_inside", "VARIANT=\"The EDU\"\n", "The EDU", 0},
-    {"with_a_blank_before_the_code", "VARIANT=\" EDU\"\n", " EDU", 0},
-    {"empty", "VARIANT=\"\"\n", "", 0},
-    {"of_other_bytes", "VARIANT=\"EDU \xe6\x95\x99\xe8\x82\xb2\"\n", "EDU \xe6\x95\x99\xe8\x82\xb2",
-     2},
-    {"that_looks_like_a_format", "VARIANT=\"EDU %s%n%d\"\n", "EDU %s%n%d", 2},
-};
-
-class os_release_variant : public os_version, public testing::WithParamInterface<variant_field> {};
-
-} // namespace
-
-INSTANTIATE_TEST_SUITE_P(os_version, os_release_variant, testing::ValuesIn(variant_fields));
-
-TEST_P(os_release_variant, is_the_scene)
-{
-    machine.file(os_release, GetParam().line);
-    EXPECT_EQ(orvane_get_os_version(), GetParam().version);
-    EXPECT_EQ(machine.trace(),
-              (std::vector<std::string>{"_os_get_version, begin",
-                                        "_os_get_version, os_ver = " + GetParam().scene}));
-}
-
-// Closed standard descriptors.
-
-namespace {
-
-class os_version_without_standard_descriptors
-    : public os_version,
-      public testing::WithParamInterface<std::vector<int>> {};
-
-} // namespace
-
-INSTANTIATE_TEST_SUITE_P(os_version, os_version_without_standard_descriptors,
-                         testing::ValuesIn(every_set_of_standard_descriptors()));
-
-TEST_P(os_version_without_standard_descriptors, works_and_leaves_them_closed)
-{
-    machine.file(os_release, "VARIANT=EDU\n");
-    unsigned int version = 0;
-    EXPECT_EQ(left_open(GetParam(), [&version] { version = orvane_get_os_version(); }),
-              std::vector<int>{});
-    EXPECT_EQ(version, 2U);
-    EXPECT_EQ(machine.trace().size(), 2U);
+    for (const std::vector<int> &closed : every_set_of_standard_descriptors())
+        EXPECT_EQ(left_open(closed, [] { EXPECT_EQ(orvane_get_os_version(), 2U); }),
+                  std::vector<int>{});
+    EXPECT_EQ(machine.trace().size(), 14U);
 }

@@ -1,97 +1,113 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-//
-// The trace log's directory and file, what goes wrong with them, and what the caller keeps.
+#include "fixture.h"
 #include "interpose.h"
 #include "orvane.h"
-#include "process.h"
-#include "trace_machine.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
+#include <ctime>
 #include <filesystem>
+#include <ostream>
 #include <sstream>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <sys/wait.h>
 #include <unistd.h>
 
+namespace {
+
+constexpr char directory[] = "/var/log/orvane";
+constexpr char log_file[] = "/var/log/orvane/liborvane.log";
+
+// What a trace line returned, and what it printed on standard error.
+struct outcome {
+    int result = -1;
+    std::string error;
+
+    bool operator==(const outcome &) const = default;
+    friend std::ostream &operator<<(std::ostream &stream, const outcome &one)
+    {
+        return stream << one.result << ", standard error: " << one.error;
+    }
+};
+
+class trace_log : public on_machine {
+protected:
+    static std::string log() { return constructed_machine::content(log_file); }
+
+    // The two readings of the clock, in this order.
+    static void set_clock(time_t first, timespec second)
+    {
+        interpose::time = [first](time_t *) { return first; };
+        interpose::clock_gettime = [second](clockid_t, timespec *now) {
+            *now = second;
+            return 0;
+        };
+    }
+
+    static void set_stamp(const std::string &stamp)
+    {
+        interpose::time_string = [stamp] { return stamp.c_str(); };
+    }
+
+    static std::string process_id() { return " [" + std::to_string(::getpid()) + "]: "; }
+
+    // Makes the prefix of every line 32 bytes long and returns it.
+    static std::string prefix_of_32_bytes()
+    {
+        const std::string stamp(32 - process_id().size(), 's');
+        set_stamp(stamp);
+        return stamp + process_id();
+    }
+
+    // The line "message" of a caller whose errno must survive it.
+    static outcome traced()
+    {
+        outcome seen;
+        seen.error = standard_error_of([&seen] {
+            errno = EDOM;
+            seen.result = orvane_trace("message");
+            EXPECT_EQ(errno, EDOM);
+        });
+        return seen;
+    }
+};
+
+} // namespace
+
 // The directory.
 
-using trace_directory = trace_machine;
+using trace_directory = trace_log;
 
 TEST_F(trace_directory, is_made_when_missing)
 {
     EXPECT_EQ(orvane_logger_env_init(), 1);
-    EXPECT_EQ(permissions("/var/log/orvane"), 0755U);
-}
-
-TEST_F(trace_directory, is_only_examined_when_it_stands)
-{
-    machine.directory("/var/log/orvane");
-    record_calls();
-    EXPECT_EQ(orvane_logger_env_init(), 1);
-    EXPECT_EQ(calls, (texts{"orvane_logger_env_init", directory_examined()}));
-}
-
-TEST_F(trace_directory, is_examined_first_and_then_made)
-{
-    record_calls();
-    EXPECT_EQ(orvane_logger_env_init(), 1);
-    EXPECT_EQ(calls, (texts{"orvane_logger_env_init", directory_examined(), directory_made()}));
+    EXPECT_EQ(permissions(directory), 0755U);
 }
 
 TEST_F(trace_directory, keeps_its_mode_and_its_files)
 {
-    machine.directory("/var/log/orvane", 0711);
+    machine.directory(directory, 0711);
     machine.file("/var/log/orvane/other", "kept");
     EXPECT_EQ(orvane_logger_env_init(), 1);
-    EXPECT_EQ(permissions("/var/log/orvane"), 0711U);
+    EXPECT_EQ(permissions(directory), 0711U);
     EXPECT_EQ(machine.content("/var/log/orvane/other"), "kept");
-}
-
-TEST_F(trace_directory, that_the_caller_may_not_enter_is_asked_for_again)
-{
-    machine.directory("/var/log/orvane", 0744);
-    record_calls();
-    {
-        const other_user caller;
-        EXPECT_EQ(orvane_logger_env_init(), 1);
-    }
-    EXPECT_EQ(calls, (texts{"orvane_logger_env_init", directory_examined(), directory_made()}));
-}
-
-TEST_F(trace_directory, that_the_caller_may_not_list_is_asked_for_again)
-{
-    machine.directory("/var/log/orvane", 0711);
-    record_calls();
-    {
-        const other_user caller;
-        EXPECT_EQ(orvane_logger_env_init(), 1);
-    }
-    EXPECT_EQ(calls, (texts{"orvane_logger_env_init", directory_examined(), directory_made()}));
 }
 
 TEST_F(trace_directory, that_cannot_be_made_is_no_failure)
 {
     machine.read_only("/var/log");
     EXPECT_EQ(orvane_logger_env_init(), 1);
-    EXPECT_FALSE(std::filesystem::exists("/var/log/orvane"));
+    EXPECT_FALSE(std::filesystem::exists(directory));
 }
 
-TEST_F(trace_directory, is_not_made_together_with_the_one_above)
+TEST_F(trace_directory, is_not_made_together_with_its_parent)
 {
     machine.remove("/var/log");
     EXPECT_EQ(orvane_logger_env_init(), 1);
     EXPECT_FALSE(std::filesystem::exists("/var/log"));
-}
-
-TEST_F(trace_directory, gives_way_to_a_file_in_its_place)
-{
-    machine.file("/var/log/orvane", "kept");
-    EXPECT_EQ(orvane_logger_env_init(), 1);
-    EXPECT_EQ(machine.content("/var/log/orvane"), "kept");
 }
 
 TEST(tracing, is_always_on)
@@ -99,76 +115,29 @@ TEST(tracing, is_always_on)
     EXPECT_EQ(orvane_is_tracing(), 1);
 }
 
-using trace_log = trace_machine;
-
 // The file.
 
-TEST_F(trace_log, costs_one_open_one_write_and_one_close)
+TEST_F(trace_log, has_a_line_for_each_call_and_prints_nothing)
 {
-    machine.directory("/var/log/orvane");
-    record_calls();
-    EXPECT_EQ(orvane_trace("message"), 1);
-    EXPECT_EQ(calls, (texts{"orvane_logger_env_init", directory_examined(), "orvane_is_tracing",
-                            log_opened(), "time_string", "write log 40", "close log"}));
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(traced(), (outcome{1, ""}));
+    EXPECT_EQ(orvane_trace("second %d", 2), 1);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    expect_trace({"message", "second 2"});
 }
 
-TEST_F(trace_log, costs_the_same_for_every_line)
+TEST_F(trace_log, appends_to_a_file_of_any_size_and_keeps_its_mode)
 {
-    orvane_trace("first");
-    record_calls();
+    machine.file(log_file, "without a newline", 0600);
+    set_stamp("now");
     orvane_trace("message");
-    orvane_trace("message");
-    const texts line = {"orvane_logger_env_init",
-                        directory_examined(),
-                        "orvane_is_tracing",
-                        log_opened(),
-                        "time_string",
-                        "write log 40",
-                        "close log"};
-    ASSERT_EQ(calls.size(), 14U);
-    EXPECT_EQ(texts(calls.begin(), calls.begin() + 7), line);
-    EXPECT_EQ(texts(calls.begin() + 7, calls.end()), line);
-}
-
-TEST_F(trace_log, appends_to_what_stands_in_it)
-{
-    machine.file(log_file, "earlier\n");
-    settle_prefix("now");
-    orvane_trace("message");
-    EXPECT_EQ(log(), "earlier\nnow [4711]: message\n");
-}
-
-TEST_F(trace_log, appends_to_a_line_without_an_end)
-{
-    machine.file(log_file, "earlier");
-    settle_prefix("now");
-    orvane_trace("message");
-    EXPECT_EQ(log(), "earliernow [4711]: message\n");
-}
-
-TEST_F(trace_log, grows_past_every_size)
-{
-    machine.file(log_file, "");
-    std::filesystem::resize_file(log_file, 5000000000);
-    settle_prefix("now");
-    EXPECT_EQ(orvane_trace("message"), 1);
-    EXPECT_EQ(std::filesystem::file_size(log_file), 5000000020U);
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator("/var/log/orvane"), {}), 1);
-}
-
-TEST_F(trace_log, keeps_the_mode_of_an_existing_file)
-{
-    machine.file(log_file, "", 0600);
-    orvane_trace("message");
+    EXPECT_EQ(log(), "without a newlinenow" + process_id() + "message\n");
     EXPECT_EQ(permissions(log_file), 0600U);
-}
 
-TEST_F(trace_log, is_made_again_with_its_directory_after_both_are_gone)
-{
-    orvane_trace("first");
-    std::filesystem::remove_all("/var/log/orvane");
-    EXPECT_EQ(orvane_trace("second"), 1);
-    EXPECT_EQ(machine.trace(), texts{"second"});
+    std::filesystem::resize_file(log_file, 5000000000);
+    EXPECT_EQ(orvane_trace("message"), 1);
+    EXPECT_EQ(std::filesystem::file_size(log_file), 5000000000U + 11 + process_id().size());
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory), {}), 1);
 }
 
 TEST_F(trace_log, is_made_again_after_it_was_moved_away)
@@ -176,14 +145,15 @@ TEST_F(trace_log, is_made_again_after_it_was_moved_away)
     orvane_trace("first");
     std::filesystem::rename(log_file, "/var/log/orvane/old");
     EXPECT_EQ(orvane_trace("second"), 1);
-    EXPECT_EQ(machine.trace(), texts{"second"});
+    expect_trace({"second"});
 }
 
-TEST_F(trace_log, stays_silent_on_the_standard_streams)
+TEST_F(trace_log, is_made_again_with_its_directory)
 {
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(traced(), (outcome{1, ""}));
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    orvane_trace("first");
+    std::filesystem::remove_all(directory);
+    EXPECT_EQ(orvane_trace("second"), 1);
+    expect_trace({"second"});
 }
 
 namespace {
@@ -194,7 +164,7 @@ struct mode_case : named_case {
     mode_t file;
 };
 
-class trace_modes : public trace_machine, public testing::WithParamInterface<mode_case> {};
+class trace_modes : public trace_log, public testing::WithParamInterface<mode_case> {};
 
 } // namespace
 
@@ -202,7 +172,7 @@ TEST_P(trace_modes, are_0777_and_0644_less_the_umask)
 {
     ::umask(GetParam().umask);
     EXPECT_EQ(orvane_trace("message"), 1);
-    EXPECT_EQ(permissions("/var/log/orvane"), GetParam().directory);
+    EXPECT_EQ(permissions(directory), GetParam().directory);
     EXPECT_EQ(permissions(log_file), GetParam().file);
     EXPECT_EQ(::umask(022), GetParam().umask);
 }
@@ -210,7 +180,6 @@ TEST_P(trace_modes, are_0777_and_0644_less_the_umask)
 INSTANTIATE_TEST_SUITE_P(umask, trace_modes,
                          testing::Values(mode_case{"none", 0, 0777, 0644},
                                          mode_case{"group_and_other_write", 022, 0755, 0644},
-                                         mode_case{"other_all", 027, 0750, 0640},
                                          mode_case{"group_and_other_all", 077, 0700, 0600},
                                          mode_case{"every_write_and_execute", 0333, 0444, 0444}));
 
@@ -218,7 +187,7 @@ TEST_F(trace_log, has_whole_lines_of_several_processes)
 {
     constexpr int processes = 4;
     constexpr int lines = 100;
-    interpose::time_string = [] { return "now"; };
+    set_stamp("now");
     texts expected;
     for (int process = 0; process < processes; ++process) {
         const pid_t child = ::fork();
@@ -241,218 +210,274 @@ TEST_F(trace_log, has_whole_lines_of_several_processes)
     EXPECT_EQ(written, expected);
 }
 
-// What goes wrong.
+// Failures.
 
-TEST_F(trace_log, is_not_touched_when_the_environment_is_refused)
+namespace {
+
+struct unopenable : named_case {
+    void (*arrange)(constructed_machine &machine);
+    const char *error;
+};
+
+class unopenable_trace_log : public trace_log, public testing::WithParamInterface<unopenable> {};
+
+} // namespace
+
+TEST_P(unopenable_trace_log, is_reported_on_standard_error)
 {
-    record_calls();
-    interpose::orvane_logger_env_init = [] { return 0; };
-    EXPECT_EQ(traced(), (outcome{0, ""}));
-    EXPECT_EQ(calls, texts{});
+    GetParam().arrange(machine);
+    EXPECT_EQ(traced(), (outcome{0, GetParam().error}));
 }
 
-TEST_F(trace_log, is_not_touched_when_tracing_is_off)
-{
-    machine.directory("/var/log/orvane");
-    record_calls();
-    interpose::orvane_is_tracing = [] { return 0; };
-    EXPECT_EQ(traced(), (outcome{0, ""}));
-    EXPECT_EQ(calls, (texts{"orvane_logger_env_init", directory_examined()}));
-}
+INSTANTIATE_TEST_SUITE_P(
+    on, unopenable_trace_log,
+    testing::Values(
+        unopenable{"a_read_only_file_system", [](auto &machine) { machine.read_only("/var/log"); },
+                   "Open log file failed: No such file or directory\n"},
+        unopenable{"a_read_only_directory",
+                   [](auto &machine) {
+                       machine.directory(directory);
+                       machine.read_only("/var/log");
+                   },
+                   "Open log file failed: Read-only file system\n"},
+        unopenable{"a_missing_parent", [](auto &machine) { machine.remove("/var/log"); },
+                   "Open log file failed: No such file or directory\n"},
+        unopenable{"a_file_in_the_place_of_its_directory",
+                   [](auto &machine) { machine.file(directory, ""); },
+                   "Open log file failed: Not a directory\n"},
+        unopenable{"a_directory_in_its_place", [](auto &machine) { machine.directory(log_file); },
+                   "Open log file failed: Is a directory\n"}));
 
-TEST_F(trace_log, tells_of_a_read_only_file_system)
+TEST_F(trace_log, needs_the_right_to_write)
 {
-    machine.read_only("/var/log");
-    EXPECT_EQ(traced(), (outcome{0, "Open log file failed: No such file or directory\n"}));
-}
-
-TEST_F(trace_log, tells_of_a_directory_on_a_read_only_file_system)
-{
-    machine.directory("/var/log/orvane");
-    machine.read_only("/var/log");
-    EXPECT_EQ(traced(), (outcome{0, "Open log file failed: Read-only file system\n"}));
-}
-
-TEST_F(trace_log, tells_of_a_missing_directory_above)
-{
-    machine.remove("/var/log");
-    EXPECT_EQ(traced(), (outcome{0, "Open log file failed: No such file or directory\n"}));
-}
-
-TEST_F(trace_log, tells_of_a_file_in_the_place_of_its_directory)
-{
-    machine.file("/var/log/orvane", "kept");
-    EXPECT_EQ(traced(), (outcome{0, "Open log file failed: Not a directory\n"}));
-    EXPECT_EQ(machine.content("/var/log/orvane"), "kept");
-}
-
-TEST_F(trace_log, tells_of_a_directory_in_its_place)
-{
-    machine.directory(log_file);
-    EXPECT_EQ(traced(), (outcome{0, "Open log file failed: Is a directory\n"}));
-}
-
-TEST_F(trace_log, tells_a_user_who_may_not_write)
-{
-    machine.file(log_file, "kept\n");
-    outcome seen = {};
+    machine.file(log_file, "");
+    outcome seen;
     {
         const other_user caller;
         seen = traced();
     }
     EXPECT_EQ(seen, (outcome{0, "Open log file failed: Permission denied\n"}));
-    EXPECT_EQ(log(), "kept\n");
-}
-
-TEST_F(trace_log, takes_a_line_of_any_user_who_may_write)
-{
     machine.file(log_file, "", 0666);
-    outcome seen = {};
     {
         const other_user caller;
         seen = traced();
     }
     EXPECT_EQ(seen, (outcome{1, ""}));
-    EXPECT_EQ(machine.trace(), texts{"message"});
+    expect_trace({"message"});
 }
 
-TEST_F(trace_log, is_given_up_when_it_cannot_be_opened)
+TEST_F(trace_log, loses_a_line_on_a_full_file_system)
 {
-    machine.directory("/var/log/orvane");
-    record_calls();
-    interpose::open = [this](const char *, int, mode_t) {
-        calls.emplace_back("open");
-        errno = EMFILE;
-        return -1;
-    };
-    EXPECT_EQ(traced(), (outcome{0, "Open log file failed: Too many open files\n"}));
-    EXPECT_EQ(calls,
-              (texts{"orvane_logger_env_init", directory_examined(), "orvane_is_tracing", "open"}));
-}
-
-TEST_F(trace_log, tells_of_a_full_file_system)
-{
-    machine.file_system("/var/log/orvane", "size=4096");
+    machine.file_system(directory, "size=4096");
     machine.file(log_file, std::string(4096, 'x'));
     EXPECT_EQ(traced(), (outcome{1, "Write to log file failed: No space left on device\n"}));
     EXPECT_EQ(log(), std::string(4096, 'x'));
 }
 
-TEST_F(trace_log, is_closed_after_a_failed_write)
-{
-    machine.directory("/var/log/orvane");
-    record_calls();
-    interpose::write = [this](int, const void *, size_t size) {
-        calls.push_back("write " + std::to_string(size));
-        errno = EINTR;
-        return ssize_t{-1};
-    };
-    EXPECT_EQ(traced(), (outcome{1, "Write to log file failed: Interrupted system call\n"}));
-    EXPECT_EQ(calls, (texts{"orvane_logger_env_init", directory_examined(), "orvane_is_tracing",
-                            log_opened(), "time_string", "write 40", "close log"}));
-}
-
-TEST_F(trace_log, is_written_once_even_where_a_part_is_taken)
-{
-    int writes = 0;
-    interpose::write = [&writes](int, const void *, size_t) {
-        ++writes;
-        return ssize_t{3};
-    };
-    EXPECT_EQ(traced(), (outcome{1, ""}));
-    EXPECT_EQ(writes, 1);
-}
-
-// What the caller keeps.
-
-TEST_F(trace_log, leaves_errno_after_a_line)
-{
-    machine.directory("/var/log/orvane");
-    EXPECT_EQ(errno_after_trace(), EDOM);
-}
-
-TEST_F(trace_log, leaves_errno_after_making_the_directory)
-{
-    EXPECT_EQ(errno_after_trace(), EDOM);
-}
-
-TEST_F(trace_log, leaves_errno_after_a_failed_open)
-{
-    machine.read_only("/var/log");
-    EXPECT_EQ(errno_after_trace(), EDOM);
-}
-
-TEST_F(trace_log, leaves_errno_after_a_failed_write)
-{
-    machine.link(log_file, "/dev/full");
-    EXPECT_EQ(errno_after_trace(), EDOM);
-}
-
-TEST_F(trace_log, leaves_errno_after_a_failed_close)
-{
-    interpose::close = [](int fd) {
-        interpose::close.real(fd);
-        errno = EIO;
-        return -1;
-    };
-    EXPECT_EQ(errno_after_trace(), EDOM);
-}
-
-TEST_F(trace_log, leaves_errno_when_the_environment_is_refused)
+TEST_F(trace_log, is_not_touched_when_the_environment_is_refused)
 {
     interpose::orvane_logger_env_init = [] {
         errno = EIO;
         return 0;
     };
-    EXPECT_EQ(errno_after_trace(), EDOM);
+    EXPECT_EQ(traced(), (outcome{0, ""}));
+    EXPECT_FALSE(std::filesystem::exists(directory));
 }
 
-TEST_F(trace_log, takes_a_line_whose_close_fails)
+TEST_F(trace_log, is_not_touched_when_tracing_is_off)
 {
-    interpose::close = [](int fd) {
-        interpose::close.real(fd);
-        errno = EIO;
-        return -1;
-    };
-    EXPECT_EQ(traced(), (outcome{1, ""}));
-    EXPECT_EQ(machine.trace(), texts{"message"});
+    interpose::orvane_is_tracing = [] { return 0; };
+    EXPECT_EQ(traced(), (outcome{0, ""}));
+    EXPECT_TRUE(std::filesystem::is_empty(directory));
+}
+
+TEST_F(trace_log, leaves_closed_standard_descriptors_closed)
+{
+    texts expected;
+    for (const std::vector<int> &closed : every_set_of_standard_descriptors()) {
+        EXPECT_EQ(left_open(closed, [] { EXPECT_EQ(orvane_trace("message"), 1); }),
+                  std::vector<int>{});
+        expected.emplace_back("message");
+    }
+    expect_trace(expected);
+
+    machine.directory(log_file);
+    for (const std::vector<int> &closed : every_set_of_standard_descriptors()) {
+        standard_error_of([&closed] {
+            EXPECT_EQ(left_open(closed, [] { EXPECT_EQ(orvane_trace("message"), 0); }),
+                      std::vector<int>{});
+        });
+    }
+}
+
+// The line.
+
+TEST_F(trace_log, has_lines_of_stamp_process_id_and_message)
+{
+    set_clock(1700000000, {1700000000, 42000000});
+    EXPECT_EQ(orvane_trace("disk %s found", "sda"), 1);
+    EXPECT_EQ(log(), "2023-11-14 22:13:20.042" + process_id() + "disk sda found\n");
+}
+
+TEST_F(trace_log, names_the_calling_process_after_a_fork)
+{
+    orvane_trace("parent");
+    const pid_t child = ::fork();
+    if (child == 0)
+        ::_exit(orvane_trace("child") == 1 ? 0 : 1);
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(log().ends_with(" [" + std::to_string(child) + "]: child\n")) << log();
+}
+
+TEST_F(trace_log, formats_like_printf)
+{
+    EXPECT_EQ(orvane_trace("%s|%5d|%-3c|%#x|%.2f|%zu|%%", "text", -42, 'c', 255U, 1.0,
+                           static_cast<size_t>(7)),
+              1);
+    expect_trace({"text|  -42|c  |0xff|1.00|7|%"});
+}
+
+TEST_F(trace_log, formats_the_callers_errno)
+{
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat" // %m is the C library's own
+    errno = EACCES;                       // which making the directory may not change
+    orvane_trace("%m");
+    errno = EDOM;
+    orvane_trace("%m");
+#pragma GCC diagnostic pop
+    expect_trace({"Permission denied", "Numerical argument out of domain"});
+}
+
+TEST_F(trace_log, ends_a_message_at_a_zero_byte)
+{
+    set_stamp("now");
+    EXPECT_EQ(orvane_trace("kept%clost", '\0'), 1);
+    EXPECT_EQ(log(), "now" + process_id() + "kept\n");
 }
 
 namespace {
 
-class trace_without_standard_descriptors : public trace_machine,
-                                           public testing::WithParamInterface<std::vector<int>> {
-protected:
-    // The result of one line and which of the closed descriptors it left open.
-    static std::pair<int, std::vector<int>> traced_with_closed_descriptors()
-    {
-        std::pair<int, std::vector<int>> seen;
-        const closed_descriptors closed(GetParam());
-        seen.first = orvane_trace("message");
-        for (const int descriptor : GetParam()) {
-            if (is_open(descriptor))
-                seen.second.push_back(descriptor);
-        }
-        return seen;
-    }
+struct line_case : named_case {
+    std::string message;
+    std::string written; // behind the prefix
 };
+
+class trace_line : public trace_log, public testing::WithParamInterface<line_case> {};
 
 } // namespace
 
-TEST_P(trace_without_standard_descriptors, writes_the_line_and_leaves_them_closed)
+TEST_P(trace_line, is_written_with_one_newline_at_least)
 {
-    EXPECT_EQ(traced_with_closed_descriptors(), (std::pair<int, std::vector<int>>(1, {})));
-    EXPECT_EQ(machine.trace(), texts{"message"});
+    const std::string prefix = prefix_of_32_bytes();
+    EXPECT_EQ(orvane_trace("%s", GetParam().message.c_str()), 1);
+    EXPECT_EQ(log(), prefix + GetParam().written);
 }
 
-TEST_P(trace_without_standard_descriptors, fails_to_open_and_leaves_them_closed)
+INSTANTIATE_TEST_SUITE_P(
+    any_text, trace_line,
+    testing::Values(line_case{"empty", "", "\n"}, line_case{"without_newline", "x", "x\n"},
+                    line_case{"with_newline", "x\n", "x\n"},
+                    line_case{"with_two_newlines", "x\n\n", "x\n\n"},
+                    line_case{"newline_alone", "\n", "\n"},
+                    line_case{"newline_inside", "x\ny", "x\ny\n"},
+                    line_case{"carriage_return", "x\r", "x\r\n"}, line_case{"blank", " ", " \n"},
+                    line_case{"percent_signs", "100%s %n %d", "100%s %n %d\n"},
+                    line_case{"bytes_of_any_encoding", "\x01\x7f\x80\xc3\xa4\xff\r\t",
+                              "\x01\x7f\x80\xc3\xa4\xff\r\t\n"}));
+
+// 1023 bytes less the 32 of the prefix and the newline leave 990 for the message.
+INSTANTIATE_TEST_SUITE_P(
+    truncated_at_1023_bytes, trace_line,
+    testing::Values(line_case{"at_the_bound", std::string(990, 'm'), std::string(990, 'm') + "\n"},
+                    line_case{"one_above", std::string(991, 'm'), std::string(990, 'm') + "\n"},
+                    line_case{"far_above", std::string(5000, 'm'), std::string(990, 'm') + "\n"},
+                    line_case{"newline_at_the_bound", std::string(989, 'm') + "\n",
+                              std::string(989, 'm') + "\n"},
+                    line_case{"newline_one_above", std::string(990, 'm') + "\n",
+                              std::string(990, 'm') + "\n"},
+                    line_case{"newline_last_of_what_is_left", std::string(989, 'm') + "\nlost",
+                              std::string(989, 'm') + "\n"}));
+
+namespace {
+
+struct prefix_case : named_case {
+    int left; // of the 1023 bytes
+    const char *behind;
+};
+
+class trace_prefix : public trace_log, public testing::WithParamInterface<prefix_case> {};
+
+} // namespace
+
+TEST_P(trace_prefix, leaves_the_rest_of_the_line_to_the_message)
 {
-    machine.directory(log_file);
-    std::pair<int, std::vector<int>> seen;
-    standard_error_of([&seen] { seen = traced_with_closed_descriptors(); });
-    EXPECT_EQ(seen, (std::pair<int, std::vector<int>>(0, {})));
+    const auto prefix_bytes = static_cast<std::size_t>(1023 - GetParam().left);
+    const std::string stamp(prefix_bytes - process_id().size(), 's');
+    set_stamp(stamp);
+    EXPECT_EQ(orvane_trace("message"), 1);
+    EXPECT_EQ(log(), (stamp + process_id()).substr(0, 1023) + GetParam().behind);
 }
 
-INSTANTIATE_TEST_SUITE_P(every_combination, trace_without_standard_descriptors,
-                         testing::ValuesIn(std::vector<std::vector<int>>{
-                             {0}, {1}, {2}, {0, 1}, {0, 2}, {1, 2}, {0, 1, 2}}));
+INSTANTIATE_TEST_SUITE_P(up_to_the_whole_line, trace_prefix,
+                         testing::Values(prefix_case{"two_bytes_left", 2, "m\n"},
+                                         prefix_case{"one_byte_left", 1, "\n"},
+                                         prefix_case{"no_byte_left", 0, ""},
+                                         prefix_case{"truncated_by_one", -1, ""},
+                                         prefix_case{"far_too_long", -1000, ""}));
+
+// The stamp.
+
+namespace {
+
+struct stamp_case : named_case {
+    const char *zone;
+    time_t minutes; // the first reading of the clock, which gives the date and the minute
+    time_t seconds; // the second one
+    long nanoseconds;
+    const char *stamp;
+};
+
+const stamp_case stamps[] = {
+    {"utc", "UTC", 1700000000, 1700000000, 42000000, "2023-11-14 22:13:20.042"},
+    {"leading_zeros", "UTC", 1704164645, 1704164645, 7000000, "2024-01-02 03:04:05.007"},
+    {"east_of_greenwich", "XYZ-05:30", 1700000000, 1700000000, 42000000, "2023-11-15 03:43:20.042"},
+    {"west_of_greenwich", "XYZ+08", 1700000000, 1700000000, 42000000, "2023-11-14 14:13:20.042"},
+    {"half_a_minute_off", "XYZ-00:00:30", 1700000000, 1700000000, 0, "2023-11-14 22:13:20.000"},
+    {"old_minute_with_new_second", "UTC", 1700000039, 1700000040, 250000000,
+     "2023-11-14 22:13:00.250"},
+    {"year_of_ten_digits", "UTC", 67767976201996800, -59, 999999999,
+     "2147483647-01-01 00:00:-59.999"},
+    {"almost_a_millisecond", "UTC", 0, 0, 999999, "1970-01-01 00:00:00.000"},
+    {"one_millisecond", "UTC", 0, 0, 1000000, "1970-01-01 00:00:00.001"},
+    {"almost_a_minute", "UTC", 0, 59, 999999999, "1970-01-01 00:00:59.999"},
+    {"one_minute", "UTC", 0, 60, 0, "1970-01-01 00:00:00.000"},
+    {"over_a_minute", "UTC", 0, 61, 10000000, "1970-01-01 00:00:01.010"},
+    {"before_the_epoch", "UTC", 0, -1, 500000000, "1970-01-01 00:00:-1.500"},
+    {"a_minute_before_the_epoch", "UTC", 0, -60, 1000000, "1970-01-01 00:00:00.001"},
+};
+
+class trace_stamp : public trace_log, public testing::WithParamInterface<stamp_case> {};
+
+} // namespace
+
+TEST_P(trace_stamp, is_local_time_with_milliseconds)
+{
+    ::setenv("TZ", GetParam().zone, 1);
+    ::tzset();
+    set_clock(GetParam().minutes, {GetParam().seconds, GetParam().nanoseconds});
+    EXPECT_STREQ(time_string(), GetParam().stamp);
+}
+
+INSTANTIATE_TEST_SUITE_P(of, trace_stamp, testing::ValuesIn(stamps));
+
+TEST_F(trace_log, has_every_stamp_in_the_same_place)
+{
+    set_clock(1700000000, {1700000000, 0});
+    const char *const first = time_string();
+    set_clock(1700000001, {1700000001, 0});
+    EXPECT_EQ(time_string(), first);
+    EXPECT_STREQ(first, "2023-11-14 22:13:21.000");
+}

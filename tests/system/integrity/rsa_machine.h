@@ -2,11 +2,10 @@
 #pragma once
 
 #include "fixture.h"
-#include "interpose.h"
 #include "orvane.h"
 #include "rsa_samples.h"
+#include "standard_output.h"
 
-#include <cstdio>
 #include <functional>
 #include <memory>
 #include <ostream>
@@ -23,39 +22,9 @@
 #include <openssl/rsa.h>
 #include <openssl/sha.h>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 inline constexpr char public_key_file[] = "/etc/orvane/public.pem";
 
-// What the action prints on both standard streams, as it reaches their descriptors.
-inline std::string printed_by(const std::function<void()> &action)
-{
-    const int output = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
-    const std::string printed = standard_error_of([&action, output] {
-        std::fflush(stdout);
-        ::dup2(STDERR_FILENO, STDOUT_FILENO);
-        action();
-        std::fflush(stdout);
-        ::dup2(output, STDOUT_FILENO);
-    });
-    ::close(output);
-    return printed;
-}
-
-// What the action prints on standard output, whoever prints it.
-inline std::string standard_output_of(const std::function<void()> &action)
-{
-    const int error = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
-    const std::string printed = printed_by([&action, error] {
-        ::dup2(error, STDERR_FILENO);
-        action();
-    });
-    ::close(error);
-    return printed;
-}
-
-// What came of a check, and what it printed.
+// The result of a check, and what it printed.
 struct verdict {
     bool valid = false;
     std::string output;
