@@ -143,6 +143,17 @@ TEST_F(standard_descriptors, can_be_read_and_written)
     EXPECT_EQ(modes, (std::vector<int>{O_RDWR, O_RDWR, O_RDWR}));
 }
 
+TEST_F(standard_descriptors, are_open_in_programs_that_are_started_later)
+{
+    int status = -1;
+    {
+        const closed_descriptors closed({0, 1, 2});
+        redirect_stdio();
+        status = std::system(": <&0 >&1 2>&2");
+    }
+    EXPECT_EQ(status, 0);
+}
+
 TEST_F(standard_descriptors, take_any_character_device_of_that_name)
 {
     machine.character_device("/dev/null", 1, 5);
