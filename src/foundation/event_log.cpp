@@ -6,6 +6,7 @@
 #include "support/guards.h"
 #include "support/owned.h"
 
+#include <cstring>
 #include <ctime>
 
 #include <fcntl.h>
@@ -27,8 +28,13 @@ heap_text event_stamp() noexcept
     // NOLINTNEXTLINE(concurrency-mt-unsafe)
     if (const std::tm *const local = ::localtime(&now))
         ::strftime(stamp.data(), stamp.capacity(), "%Y-%m-%d %H:%M:%S", local);
-    stamp.cut_at_any("\n"); // an event is one line
     return heap_text(stamp.copy());
+}
+
+// An event is one line.
+void end_at_newline(char *stamp) noexcept
+{
+    stamp[::strcspn(stamp, "\n")] = '\0';
 }
 
 } // namespace
@@ -45,10 +51,12 @@ extern "C" void log_write(const char *path, const char *message, const char *tag
 
     const orvane::heap_text stamp = orvane::event_stamp();
     orvane::bounded_text<orvane::event_bytes> event;
-    if (stamp && *stamp != '\0')
+    if (stamp && *stamp != '\0') {
+        orvane::end_at_newline(stamp.get());
         event.format("(%s) Time: %s\t\tMessage: %s\n", tag, stamp.get(), message);
-    else
+    } else {
         event.format("(%s) %s\n", tag, message);
+    }
 
     // One write for each event, so that lines of several writers never mix. An event that cannot
     // be written is lost: the caller's work goes on either way.
