@@ -17,6 +17,7 @@
 #include <vector>
 
 #include <sys/stat.h>
+#include <sys/time.h>
 
 namespace {
 
@@ -97,8 +98,8 @@ protected:
 struct tool_of_query : named_case {
     disk_query query;
     const char *tool;
-    const char *without;         // the answer where the tool cannot be run
-    bool has_environment = true; // that of the caller
+    const char *without;   // the answer where the tool cannot be run
+    bool has_shell = true; // and the environment of the caller
 };
 
 class disk_tool : public answering_machine<tool_of_query> {
@@ -137,7 +138,7 @@ TEST_P(disk_tool, is_run_once_with_its_environment)
     ASSERT_EQ(runs.size(), 1U);
     EXPECT_EQ(
         std::count(runs[0].environment.begin(), runs[0].environment.end(), "ORVANE_TEST=kept"),
-        GetParam().has_environment ? 1 : 0);
+        GetParam().has_shell ? 1 : 0);
 }
 
 TEST_P(disk_tool, is_not_started_where_it_is_missing)
@@ -147,6 +148,15 @@ TEST_P(disk_tool, is_not_started_where_it_is_missing)
     EXPECT_EQ(standard_error_of([] { EXPECT_EQ(GetParam().query.run(), GetParam().without); }), "");
     for (const std::string &command : machine.shell_commands())
         EXPECT_FALSE(command.starts_with(GetParam().tool)) << command;
+}
+
+TEST_P(disk_tool, is_not_run_where_no_shell_can_be_started)
+{
+    machine.remove("/bin/sh");
+    if (GetParam().has_shell)
+        expect_no_run();
+    else
+        expect_answer();
 }
 
 TEST_P(disk_tool, is_not_run_where_it_is_not_executable)
@@ -346,6 +356,19 @@ TEST_P(caller_of, a_query_has_its_answer_where_the_end_of_children_is_ignored)
     std::signal(SIGCHLD, SIG_IGN);
     expect_answer();
     std::signal(SIGCHLD, SIG_DFL);
+}
+
+TEST_P(caller_of, a_query_has_its_answer_while_signals_interrupt_it)
+{
+    struct sigaction interrupting = {}; // and no SA_RESTART
+    interrupting.sa_handler = [](int) {};
+    ::sigaction(SIGALRM, &interrupting, nullptr);
+    const itimerval often = {{0, 1000}, {0, 1000}};
+    ::setitimer(ITIMER_REAL, &often, nullptr);
+    const std::string answer = GetParam().run();
+    const itimerval never = {};
+    ::setitimer(ITIMER_REAL, &never, nullptr);
+    EXPECT_EQ(answer, GetParam().answer);
 }
 
 TEST_P(caller_of, a_query_keeps_the_umask_and_needs_no_working_directory)

@@ -131,10 +131,6 @@ class mapped_disk : public mapping_machine {};
 
 constexpr char nvme_identity[] = "Fast-Disk_S1";
 
-} // namespace
-
-namespace {
-
 struct mapper_name : named_case {
     std::string name;
     std::string resolved;

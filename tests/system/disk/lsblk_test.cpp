@@ -503,12 +503,10 @@ TEST_F(lsblk_output, stands_in_a_block_of_4096_bytes)
 
 TEST_F(lsblk_output, is_none_where_no_shell_can_be_started)
 {
-    interpose::popen = [](const char *, const char *) -> std::FILE * {
-        errno = EAGAIN;
-        return nullptr;
-    };
-    EXPECT_EQ(standard_error_of([] { EXPECT_EQ(listing(), no_text); }),
-              "Failed to run lsblk: Resource temporarily unavailable\n");
+    machine.remove("/bin/sh");
+    const std::string error = standard_error_of([] { EXPECT_EQ(listing(), no_text); });
+    // The reason is the C library's choice.
+    EXPECT_TRUE(error.starts_with("Failed to run lsblk: ")) << error;
 }
 
 // The disk that holds the root file system.

@@ -106,7 +106,7 @@ class two_nvme_disks : public nvme_disk, public testing::WithParamInterface<text
 
 } // namespace
 
-// A file system lists names by the order of their creation, which end first is its own choice.
+// Of two creation orders, a file system lists each disk first in one.
 TEST_P(two_nvme_disks, leave_the_choice_to_the_directory_order)
 {
     for (const std::string &name : GetParam())
@@ -287,6 +287,14 @@ TEST_F(nvme_model, is_none_for_no_name)
     machine.watch_shell();
     EXPECT_TRUE(model_of(nullptr).is_null());
     EXPECT_EQ(machine.shell_commands(), texts{});
+    expect_trace({});
+}
+
+TEST_F(nvme_model, is_none_where_no_shell_can_be_started)
+{
+    show_model("Samsung SSD 970\n");
+    machine.remove("/bin/sh");
+    EXPECT_TRUE(model_of().is_null());
     expect_trace({});
 }
 
