@@ -163,23 +163,6 @@ TEST_F(disk_query, sends_the_request_to_a_sata_partition_and_runs_no_tool)
     expect_trace({trace_line::root_device("/dev/sda2"), trace_line::identify_request("/dev/sda2")});
 }
 
-TEST_F(disk_query, reads_an_nvme_disk_from_sysfs)
-{
-    root_is("/dev/nvme0n1p2");
-    show_nvme_disk("nvme0n1", "Fast Disk\n", "S1\n");
-    EXPECT_EQ(root_disk(), "Fast-Disk_S1");
-}
-
-TEST_F(disk_query, follows_a_mapping_to_an_nvme_partition)
-{
-    root_is_mapped();
-    machine.block_device("/dev/nvme0n1p3");
-    show_nvme_disk("nvme0n1", "Fast Disk\n", "S1\n");
-    machine.tool(dmsetup, "1 dependencies\t: (nvme0n1p3)\n");
-    kernel.set_whole_disk("/dev/nvme0n1p3", false);
-    EXPECT_EQ(root_disk(), "Fast-Disk_S1");
-}
-
 TEST_F(disk_query, answers_with_the_node_of_a_whole_disk_under_a_mapping)
 {
     root_is_mapped();
@@ -187,15 +170,6 @@ TEST_F(disk_query, answers_with_the_node_of_a_whole_disk_under_a_mapping)
     machine.tool(dmsetup, "1 dependencies\t: (sda)\n");
     kernel.set_whole_disk("/dev/sda");
     EXPECT_EQ(root_disk(), "/dev/sda");
-}
-
-TEST_F(disk_query, takes_the_answer_that_passes_through_a_mapping)
-{
-    root_is_mapped();
-    machine.block_device("/dev/sda3");
-    machine.tool(dmsetup, "1 dependencies\t: (sda3)\n");
-    kernel.identify("/dev/dm-0", "ST1000DM003-1CH162", "    Z1D5ABCD");
-    EXPECT_EQ(root_disk(), ata_identity);
 }
 
 TEST_F(disk_query, queries_the_lvm_tools_for_a_volume_on_a_sata_partition)
@@ -232,18 +206,6 @@ TEST_F(disk_query, queries_the_partition_below_an_encrypted_physical_volume)
                   trace_line::identify_request("/dev/dm-0"), trace_line::request_refused});
 }
 
-TEST_F(disk_query, queries_the_last_physical_volume_of_two_groups)
-{
-    root_is_mapped();
-    machine.block_device("/dev/sda3");
-    machine.block_device("/dev/sdb1");
-    machine.tool(lsblk, "lvm\n");
-    smartctl_answers_for("/dev/sdb1");
-    has_volume_group("  PV Name   /dev/sda3\n  VG Name   vg0\n"
-                     "  PV Name   /dev/sdb1\n  VG Name   data\n");
-    EXPECT_EQ(root_disk(), ata_identity);
-}
-
 TEST_F(disk_query, queries_smartctl_for_flash_memory)
 {
     root_is("/dev/mmcblk0p2");
@@ -258,10 +220,4 @@ TEST_F(disk_query, runs_no_lvm_tools_for_a_partition)
     has_volume_group("  PV Name /dev/sda\n  VG Name vg0\n");
     EXPECT_EQ(root_disk(), no_text);
     EXPECT_TRUE(machine.runs(lvdisplay).empty());
-}
-
-TEST_F(disk_query, has_no_answer_without_a_root_device)
-{
-    EXPECT_EQ(root_disk(), no_text);
-    expect_trace({});
 }

@@ -165,18 +165,13 @@ TEST_P(disk_tool, is_not_run_where_it_is_not_executable)
     expect_no_run();
 }
 
-TEST_P(disk_tool, is_not_run_for_a_user_who_may_not_read_it)
+TEST_P(disk_tool, is_not_run_for_a_user_who_may_not_read_or_execute_it)
 {
-    change_tool("", "", 0711);
-    const other_user caller;
-    expect_no_run();
-}
-
-TEST_P(disk_tool, is_not_run_for_a_user_who_may_not_execute_it)
-{
-    change_tool("", "", 0744);
-    const other_user caller;
-    expect_no_run();
+    for (const mode_t mode : {0711U, 0744U}) {
+        change_tool("", "", mode);
+        const other_user caller;
+        expect_no_run();
+    }
 }
 
 TEST_P(disk_tool, is_not_run_where_the_real_user_may_not_execute_it)
@@ -192,16 +187,12 @@ TEST_P(disk_tool, is_run_for_an_ordinary_user)
     standard_error_of([] { expect_answer(); }); // has complaints about the trace log
 }
 
-TEST_P(disk_tool, is_believed_whatever_its_exit_status)
+TEST_P(disk_tool, is_believed_however_it_ends)
 {
-    change_tool("", "exit 4");
-    expect_answer();
-}
-
-TEST_P(disk_tool, is_believed_where_a_signal_ends_it)
-{
-    change_tool("", "kill -9 $$");
-    expect_answer();
+    for (const char *const end : {"exit 4", "kill -9 $$"}) {
+        change_tool("", end);
+        expect_answer();
+    }
 }
 
 TEST_P(disk_tool, shares_standard_error_and_not_standard_output_with_the_caller)

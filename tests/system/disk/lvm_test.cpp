@@ -224,13 +224,6 @@ INSTANTIATE_TEST_SUITE_P(
         physical_volumes{"1024_bytes_in_the_line_of_the_volume",
                          "PV Name a" + std::string(1014, ' ') + "\nVG Name vg0\n", not_queried}));
 
-TEST_F(logical_volume, has_a_group_whose_first_510_bytes_count)
-{
-    machine.tool(lvdisplay, "VG Name" + std::string(510, 'v') + "x\n");
-    machine.tool(pvdisplay, "PV Name a\nVG Name" + std::string(510, 'v') + "y\n");
-    EXPECT_EQ(physical_volume(), "a");
-}
-
 // An encrypted physical volume.
 
 namespace {

@@ -220,8 +220,6 @@ INSTANTIATE_TEST_SUITE_P(
         booted_device{"a_uuid", "root=UUID=1234-ABCD ro\n", "/dev/disk/by-uuid/1234-ABCD"},
         booted_device{"a_label", "root=LABEL=a/b ro\n", "/dev/disk/by-label/a\\x2fb"},
         booted_device{"nothing", "", no_text},
-        booted_device{"an_empty_root", "root= ro\n", no_text},
-        booted_device{"a_root_on_the_second_line", "ro\nroot=/dev/vda1\n", no_text},
         booted_device{"no_such_device", "root=/dev/xvda1\n", no_text, no_such_device},
         booted_device{"no_such_device_first", "root=/dev/xvda1 root=/dev/vda1\n", no_text,
                       no_such_device},
