@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 
 #include <sys/resource.h>
@@ -103,12 +102,15 @@ TEST_F(dependency, is_none_where_no_process_can_be_started)
 {
     depends_on("sda2");
     machine.file("/var/log/orvane/liborvane.log", "", 0666);
-    const rlimit none = {0, 0};
+    rlimit before = {};
+    ::getrlimit(RLIMIT_NPROC, &before);
+    const rlimit none = {0, before.rlim_max};
     ASSERT_EQ(::setrlimit(RLIMIT_NPROC, &none), 0);
     {
         const other_user caller; // root may exceed the limit
         EXPECT_EQ(mapped_identity(), no_text);
     }
+    ASSERT_EQ(::setrlimit(RLIMIT_NPROC, &before), 0);
     expect_trace(texts{"fork error."} + missing_node_trace("(null)") + refused_request_trace());
     EXPECT_TRUE(machine.runs(dmsetup).empty());
 }

@@ -6,8 +6,6 @@
 #include <cstring>
 #include <string>
 
-using namespace std::string_literals;
-
 namespace {
 
 constexpr char volume[] = "/dev/mapper/vg0-root";
@@ -81,7 +79,6 @@ TEST_F(logical_volume, has_no_identity_where_smartctl_has_none)
 
 TEST_F(logical_volume, is_not_looked_up_by_one_tool_alone)
 {
-    machine.watch_shell();
     machine.remove(pvdisplay);
     EXPECT_EQ(physical_volume(), not_queried);
     EXPECT_TRUE(machine.runs(lvdisplay).empty());
