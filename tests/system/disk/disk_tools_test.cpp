@@ -324,7 +324,7 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(disk, caller_of, testing::ValuesIn(disk_queries));
 
-TEST_P(caller_of, a_query_has_the_same_answer_again_in_new_memory_and_silently)
+TEST_P(caller_of, a_query_has_the_same_answer_again_and_prints_nothing)
 {
     testing::internal::CaptureStdout();
     EXPECT_EQ(standard_error_of([] {
