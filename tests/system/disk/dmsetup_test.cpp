@@ -128,7 +128,6 @@ class dependency_of : public dependency, public testing::WithParamInterface<brok
 
 TEST_P(dependency_of, a_tool_that_cannot_be_executed_is_none)
 {
-    machine.tool(lsblk, R"({"blockdevices": []})");
     GetParam().place(machine);
     EXPECT_EQ(standard_error_of([this] { expect_no_dependency(); }), GetParam().error);
 }

@@ -172,7 +172,6 @@ TEST_F(mapped_disk, traces_the_node_of_a_whole_disk)
 TEST_F(mapped_disk, is_not_looked_up_by_the_lister_where_the_node_is_a_block_device)
 {
     stands_on("sda2");
-    machine.tool(lsblk, "");
     EXPECT_EQ(mapped_identity(), no_text);
     EXPECT_TRUE(machine.runs(lsblk).empty());
     expect_trace(texts{trace_line::physical_node("sda2")} + refused_request_trace());
