@@ -1,169 +1,81 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "disk_kernel.h"
 #include "fixture.h"
-#include "interpose.h"
 #include "orvane.h"
+#include "trace_lines.h"
 
-#include <cerrno>
-#include <clocale>
-#include <cstdlib>
-#include <cstring>
-#include <functional>
-#include <optional>
-#include <sstream>
 #include <string>
 #include <string_view>
 
-#include <fcntl.h>
+inline constexpr char no_text[] = "(no text)";
 
-// A locale in which the upper half of the bytes has letters, for as long as it lives.
-class latin_1_locale {
-public:
-    explicit latin_1_locale(const constructed_machine &machine)
-    {
-        const auto built = machine.run(
-            {"localedef", "-i", "de_DE", "-f", "ISO-8859-1", machine.scratch("de_DE.latin1")});
-        EXPECT_EQ(built.status, 0) << built.error;
-        ::setenv("LOCPATH", machine.scratch("").c_str(), 1);
-        EXPECT_NE(std::setlocale(LC_ALL, "de_DE.latin1"), nullptr);
-    }
-    latin_1_locale(const latin_1_locale &) = delete;
-    latin_1_locale &operator=(const latin_1_locale &) = delete;
-    ~latin_1_locale()
-    {
-        std::setlocale(LC_ALL, "C");
-        ::unsetenv("LOCPATH");
-    }
-};
+inline constexpr char dmsetup[] = "/usr/sbin/dmsetup";
+inline constexpr char lsblk[] = "/usr/bin/lsblk";
+inline constexpr char smartctl[] = "/usr/sbin/smartctl";
+inline constexpr char lvdisplay[] = "/sbin/lvdisplay";
+inline constexpr char pvdisplay[] = "/sbin/pvdisplay";
 
-// A machine with disks whose nodes answer as the test says.
+// The definition of a locale in which the bytes c4 and e9 are letters, and thus graphic.
+inline constexpr char graphic_c4_and_e9[] =
+    "alpha <U0041>..<U005A>;<U0061>..<U007A>;<U00C4>;<U00E9>\n";
+
+// A machine with disks that answer as a test describes them.
 class disk_machine : public on_machine {
 protected:
-    [[nodiscard]] static owned_text asked(const char *device)
+    static std::string identity(const char *device)
     {
-        return owned_text(harddisk_id(device));
-    }
-    [[nodiscard]] static std::string identity(const std::string &device)
-    {
-        return asked(device.c_str()).value();
+        return owned_text(harddisk_id(device)).value();
     }
 
-    // Lets every device tell this when it is asked to identify itself, among other words.
-    void tell(std::string_view model, std::string_view serial)
+    void show_nvme_disk(const std::string &name, std::string_view model, std::string_view serial)
     {
-        open_devices();
-        interpose::ioctl = [this, model = std::string(model), serial = std::string(serial)](
-                               int fd, unsigned long request, void *answer) {
-            note_request(fd, request);
-            char *const bytes = static_cast<char *>(answer);
-            std::memset(bytes, '#', 512);
-            std::memset(bytes + 20, ' ', 20);
-            serial.copy(bytes + 20, 20);
-            std::memset(bytes + 54, ' ', 40);
-            model.copy(bytes + 54, 40);
-            return 0;
-        };
+        machine.file("/sys/block/" + name + "/device/model", model);
+        machine.file("/sys/block/" + name + "/device/serial", serial);
     }
 
-    // Lets every device refuse the question, as those do that are no ATA disks.
-    void tell_nothing()
-    {
-        open_devices();
-        interpose::ioctl = [this](int fd, unsigned long request, void *) {
-            note_request(fd, request);
-            errno = ENOTTY;
-            return -1;
-        };
-    }
-
-    // Opening a node asks for more than the host grants; an open file stands for the device.
-    void open_devices()
-    {
-        open_devices_by([this] {
-            device_ = interpose::open.real("/dev/null", O_RDONLY, 0);
-            return *device_;
-        });
-        interpose::close = [this](int fd) {
-            if (fd == device_) {
-                device_.reset();
-                calls.emplace_back("close");
-            }
-            return interpose::close.real(fd);
-        };
-    }
-
-    void open_no_device()
-    {
-        open_devices_by([] {
-            errno = EACCES;
-            return -1;
-        });
-    }
-
-    // Writes down each call that reaches for the system, and "trace" for each line of the log.
-    void record_calls()
-    {
-        interpose::realpath = [this](const char *path, char *room) {
-            calls.push_back("realpath " + std::string(path));
-            return interpose::realpath.real(path, room);
-        };
-        interpose::stat = [this](const char *path, struct stat *status) {
-            calls.push_back("stat " + std::string(path));
-            return interpose::stat.real(path, status);
-        };
-        interpose::opendir = [this](const char *path) {
-            calls.push_back("opendir " + std::string(path));
-            return interpose::opendir.real(path);
-        };
-        interpose::closedir = [this](DIR *directory) {
-            calls.emplace_back("closedir");
-            return interpose::closedir.real(directory);
-        };
-        interpose::fopen = [this](const char *path, const char *mode) {
-            calls.push_back("fopen " + std::string(path) + " " + mode);
-            return interpose::fopen.real(path, mode);
-        };
-        interpose::fclose = [this](std::FILE *stream) {
-            calls.emplace_back("fclose");
-            return interpose::fclose.real(stream);
-        };
-        interpose::orvane_is_tracing = [this] {
-            calls.emplace_back("trace");
-            return interpose::orvane_is_tracing.real();
-        };
-    }
-
-    static std::string opened(const std::string &path, int flags = O_RDONLY | O_NONBLOCK)
-    {
-        return "open " + path + " " + std::to_string(flags);
-    }
-
-    texts calls;
-
-private:
-    static bool is_log(const char *path)
-    {
-        return std::string_view(path) == "/var/log/orvane/liborvane.log";
-    }
-
-    void open_devices_by(const std::function<int()> &open)
-    {
-        interpose::open = [this, open](const char *path, int flags, mode_t mode) {
-            if (is_log(path))
-                return interpose::open.real(path, flags, mode);
-            calls.push_back(opened(path, flags));
-            return open();
-        };
-    }
-
-    void note_request(int fd, unsigned long request)
-    {
-        EXPECT_EQ(fd, device_);
-        std::ostringstream number;
-        number << "0x" << std::hex << request;
-        calls.push_back("ioctl " + number.str());
-    }
-
-    std::optional<int> device_; // the descriptor that stands for it while it is open
+    disk_kernel kernel;
 };
+
+// A machine whose root file system is on the mapped device /dev/mapper/root, which is /dev/dm-0. It
+// has no dmsetup, and its lsblk lists nothing.
+class mapping_machine : public disk_machine {
+protected:
+    void furnish() override
+    {
+        machine.tool(lsblk, R"({"blockdevices": []})");
+        machine.block_device("/dev/dm-0");
+        machine.link("/dev/mapper/root", "../dm-0");
+    }
+
+    static std::string mapped_identity() { return identity("/dev/mapper/root"); }
+
+    void depends_on(const std::string &device)
+    {
+        machine.tool(dmsetup, "1 dependencies\t: (" + device + ")\n");
+    }
+    void stands_on(const std::string &device)
+    {
+        depends_on(device);
+        machine.block_device("/dev/" + device);
+    }
+
+    // Of a dependency whose node is no block device, before the lister is queried.
+    static texts missing_node_trace(const std::string &dependency)
+    {
+        return {trace_line::physical_node(dependency), trace_line::no_such_device,
+                trace_line::no_block_device(dependency)};
+    }
+    // Of the request to the mapped device's own node, which refuses it.
+    static texts refused_request_trace()
+    {
+        return {trace_line::identify_request("/dev/dm-0"), trace_line::request_refused};
+    }
+};
+
+inline texts operator+(texts first, const texts &second)
+{
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}

@@ -1,233 +1,62 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// Which question a device is asked for its identity, and what an ATA disk answers.
+// Where the identity of a device comes from: the device by its name, and what a mapped device
+// stands on.
 #include "disk_machine.h"
-#include "orvane.h"
 
-#include <cstring>
-#include <ostream>
 #include <string>
-#include <string_view>
-#include <vector>
-
-using namespace std::string_view_literals;
 
 namespace {
 
-constexpr char refused[] = "ioctl(fd, HDIO_GET_IDENTITY, &id), return";
-constexpr char dmsetup[] = "/usr/sbin/dmsetup";
-
-} // namespace
-
-// What an ATA disk answers.
-
-namespace {
-
-class ata_disk : public disk_machine {
-protected:
-    void furnish() override { machine.block_device("/dev/sda2"); }
-};
-
-} // namespace
-
-TEST_F(ata_disk, is_known_by_its_model_and_serial_number)
-{
-    tell("ST1000DM003-1CH162", "    Z1D5ABCD");
-    EXPECT_EQ(identity("/dev/sda2"), "ST1000DM003-1CH162_Z1D5ABCD");
-}
-
-TEST_F(ata_disk, is_asked_once_by_its_own_node)
-{
-    tell("MODEL", "SERIAL");
-    record_calls();
-    EXPECT_EQ(identity("/dev/sda2"), "MODEL_SERIAL");
-    EXPECT_EQ(calls, (texts{"realpath /dev/sda2", "stat /dev/sda2", "trace", opened("/dev/sda2"),
-                            "ioctl 0x30d", "close"}));
-}
-
-TEST_F(ata_disk, is_traced_before_it_is_opened)
-{
-    tell("MODEL", "SERIAL");
-    EXPECT_EQ(identity("/dev/sda2"), "MODEL_SERIAL");
-    EXPECT_EQ(machine.trace(), texts{"device :/dev/sda2"});
-}
-
-TEST_F(ata_disk, has_no_identity_when_it_cannot_be_opened)
-{
-    open_no_device();
-    record_calls();
-    EXPECT_TRUE(asked("/dev/sda2").is_null());
-    EXPECT_EQ(calls, (texts{"realpath /dev/sda2", "stat /dev/sda2", "trace", opened("/dev/sda2"),
-                            "trace"}));
-    EXPECT_EQ(machine.trace(), (texts{"device :/dev/sda2", "fd < 0, return"}));
-}
-
-TEST_F(ata_disk, has_no_identity_and_is_closed_when_it_refuses_to_tell)
-{
-    tell_nothing();
-    record_calls();
-    EXPECT_TRUE(asked("/dev/sda2").is_null());
-    EXPECT_EQ(calls, (texts{"realpath /dev/sda2", "stat /dev/sda2", "trace", opened("/dev/sda2"),
-                            "ioctl 0x30d", "trace", "close"}));
-    EXPECT_EQ(machine.trace(), (texts{"device :/dev/sda2", refused}));
-}
-
-TEST_F(ata_disk, has_no_identity_when_the_driver_does_not_know_the_request)
-{
-    open_devices();
-    EXPECT_TRUE(asked("/dev/sda2").is_null());
-    EXPECT_EQ(machine.trace(), (texts{"device :/dev/sda2", refused}));
-}
-
-TEST_F(ata_disk, has_no_identity_without_memory_for_it)
-{
-    tell("MODEL", "SERIAL");
-    interpose::strdup = [](const char *) -> char * { return nullptr; };
-    EXPECT_TRUE(asked("/dev/sda2").is_null());
-    EXPECT_EQ(calls, (texts{opened("/dev/sda2"), "ioctl 0x30d", "close"}));
-}
-
-TEST_F(ata_disk, is_asked_afresh_every_time)
-{
-    tell("MODEL", "SERIAL");
-    EXPECT_EQ(identity("/dev/sda2"), "MODEL_SERIAL");
-    tell("OTHER", "NUMBER");
-    EXPECT_EQ(identity("/dev/sda2"), "OTHER_NUMBER");
-    tell_nothing();
-    EXPECT_TRUE(asked("/dev/sda2").is_null());
-}
-
-TEST_F(ata_disk, has_empty_texts_when_the_driver_fills_in_nothing)
-{
-    open_devices();
-    interpose::ioctl = [](int, unsigned long, void *) { return 0; };
-    EXPECT_EQ(identity("/dev/sda2"), "_");
-}
-
-TEST_F(ata_disk, is_known_where_no_trace_can_be_written)
-{
-    machine.read_only("/var/log");
-    tell("MODEL", "SERIAL");
-    std::string seen;
-    EXPECT_EQ(standard_error_of([&seen] { seen = identity("/dev/sda2"); }),
-              "Open log file failed: No such file or directory\n");
-    EXPECT_EQ(seen, "MODEL_SERIAL");
-}
-
-TEST_F(ata_disk, is_asked_without_a_word_on_the_standard_streams)
-{
-    tell_nothing();
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(standard_error_of([] { EXPECT_TRUE(asked("/dev/sda2").is_null()); }), "");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-}
-
-namespace {
-
-struct ata_words : named_case {
-    std::string_view model;
-    std::string_view serial;
-    std::string_view identity;
-};
-
-const ata_words told_words[] = {
-    {"a_blank_inside", "WDC WD10EZEX", "WD-1 2", "WDCWD10EZEX_WD-12"},
-    {"blanks_around", "  MODEL  ", "  SERIAL  ", "MODEL_SERIAL"},
-    {"a_blank_model", "", "SERIAL", "_SERIAL"},
-    {"a_blank_serial_number", "MODEL", "", "MODEL_"},
-    {"blanks_alone", "", "", "_"},
-    {"forty_characters", "0123456789abcdefghijABCDEFGHIJ0123456789", "SERIAL",
-     "0123456789abcdefghijABCDEFGHIJ0123456789_SERIAL"},
-    {"twenty_characters", "MODEL", "0123456789abcdefghij", "MODEL_0123456789abcdefghij"},
-    {"control_characters", "A\tB\nC\x01\x7f\x1f", "\r1\v2\f3", "ABC_123"},
-    {"zero_bytes", "\0AB\0CD\0"sv, "12\0\0 34"sv, "ABCD_1234"},
-    {"punctuation", "%s%n_\\\"'$(x)/", "-*?~!", "%s%n_\\\"'$(x)/_-*?~!"},
-    {"bytes_above_0x7f",
-     "A\xc4\x80\xff"
-     "B",
-     "\xa0"
-     "1",
-     "AB_1"},
-};
-
-class ata_text : public ata_disk, public testing::WithParamInterface<ata_words> {};
-
-} // namespace
-
-TEST_P(ata_text, is_freed_of_all_but_graphic_characters)
-{
-    tell(GetParam().model, GetParam().serial);
-    EXPECT_EQ(identity("/dev/sda2"), GetParam().identity);
-}
-
-INSTANTIATE_TEST_SUITE_P(of, ata_text, testing::ValuesIn(told_words));
-
-TEST_F(ata_disk, keeps_what_the_locale_of_the_caller_calls_graphic)
-{
-    const latin_1_locale locale(machine);
-    tell("\xc4\x85 B", "\xe9\x9f"
-                       "1");
-    EXPECT_EQ(identity("/dev/sda2"), "\xc4"
-                                     "B_\xe9"
-                                     "1");
-}
-
-TEST_F(ata_disk, does_not_look_at_the_environment_for_a_locale)
-{
-    ::setenv("LC_ALL", "C.UTF-8", 1);
-    tell("\xc3\x84"
-         "B",
-         "1");
-    EXPECT_EQ(identity("/dev/sda2"), "B_1");
-}
-
-// Which question is asked for a name.
-
-namespace {
-
-struct asked_device : named_case {
+struct named_device : named_case {
     std::string node; // a block device
     std::string link; // to it, by this text; none when empty
     std::string target;
-    std::string name; // as the caller gives it
-    std::string asked;
+    std::string name;    // as the caller passes it
+    std::string queried; // the node in /dev that gets the identify request
 };
 
-const asked_device asked_devices[] = {
-    {"a_disk", "/dev/sda", "", "", "/dev/sda", "/dev/sda"},
-    {"a_partition", "/dev/sdb12", "", "", "/dev/sdb12", "/dev/sdb12"},
-    {"a_memory_card", "/dev/mmcblk0p2", "", "", "/dev/mmcblk0p2", "/dev/mmcblk0p2"},
-    {"a_virtual_disk", "/dev/vda1", "", "", "/dev/vda1", "/dev/vda1"},
-    {"a_mapped_device_by_its_node", "/dev/dm-0", "", "", "/dev/dm-0", "/dev/dm-0"},
-    {"a_loop_device", "/dev/loop0", "", "", "/dev/loop0", "/dev/loop0"},
-    {"an_absolute_link", "/dev/sda1", "/dev/root", "/dev/sda1", "/dev/root", "/dev/sda1"},
-    {"a_link_by_id", "/dev/sda2", "/dev/disk/by-id/ata-MODEL_SERIAL-part2", "../../sda2",
+const named_device named_devices[] = {
+    {"disk", "/dev/sda", "", "", "/dev/sda", "/dev/sda"},
+    {"partition", "/dev/sdb12", "", "", "/dev/sdb12", "/dev/sdb12"},
+    {"mapped_device_by_its_node", "/dev/dm-0", "", "", "/dev/dm-0", "/dev/dm-0"},
+    {"mapped_device_by_a_link_elsewhere", "/dev/dm-1", "/dev/vg/root", "../dm-1", "/dev/vg/root",
+     "/dev/dm-1"},
+    {"absolute_link", "/dev/sda1", "/dev/root", "/dev/sda1", "/dev/root", "/dev/sda1"},
+    {"link_by_id", "/dev/sda2", "/dev/disk/by-id/ata-MODEL_SERIAL-part2", "../../sda2",
      "/dev/disk/by-id/ata-MODEL_SERIAL-part2", "/dev/sda2"},
-    {"a_link_by_id_to_a_mapped_device", "/dev/dm-1", "/dev/disk/by-id/dm-name-root", "../../dm-1",
-     "/dev/disk/by-id/dm-name-root", "/dev/dm-1"},
-    {"a_name_with_detours", "/dev/sda2", "", "", "/dev/../dev/.//sda2", "/dev/sda2"},
-    {"a_node_below_dev", "/dev/group/volume", "", "", "/dev/group/volume", "/dev/volume"},
-    {"a_node_outside_dev", "/srv/sdc1", "", "", "/srv/sdc1", "/dev/sdc1"},
-    {"a_name_like_a_format", "/dev/%s%n", "", "", "/dev/%s%n", "/dev/%s%n"},
-    {"a_name_with_a_blank", "/dev/a b", "", "", "/dev/a b", "/dev/a b"},
-    {"a_name_of_other_bytes", "/dev/\xff\xc4", "", "", "/dev/\xff\xc4", "/dev/\xff\xc4"},
-    {"a_long_name", "/dev/" + std::string(255, 'd'), "", "", "/dev/" + std::string(255, 'd'),
+    {"detours", "/dev/sda2", "", "", "/dev/../dev/.//sda2", "/dev/sda2"},
+    {"node_below_dev", "/dev/group/volume", "", "", "/dev/group/volume", "/dev/volume"},
+    {"node_outside_dev", "/srv/sdc1", "", "", "/srv/sdc1", "/dev/sdc1"},
+    {"format", "/dev/%s%n", "", "", "/dev/%s%n", "/dev/%s%n"},
+    {"blank", "/dev/a b", "", "", "/dev/a b", "/dev/a b"},
+    {"bytes_above_ascii", "/dev/\xff\xc4", "", "", "/dev/\xff\xc4", "/dev/\xff\xc4"},
+    {"255_characters", "/dev/" + std::string(255, 'd'), "", "", "/dev/" + std::string(255, 'd'),
      "/dev/" + std::string(255, 'd')},
-    {"a_name_that_ends_before_nvme", "/dev/nvm", "", "", "/dev/nvm", "/dev/nvm"},
-    {"a_name_that_is_nearly_nvme", "/dev/nvmf0", "", "", "/dev/nvmf0", "/dev/nvmf0"},
-    {"a_name_with_nvme_inside", "/dev/xnvme0", "", "", "/dev/xnvme0", "/dev/xnvme0"},
+    {"three_letters_of_nvme", "/dev/nvm", "", "", "/dev/nvm", "/dev/nvm"},
+    {"other_fourth_letter", "/dev/nvmf0", "", "", "/dev/nvmf0", "/dev/nvmf0"},
+    {"nvme_inside", "/dev/xnvme0", "", "", "/dev/xnvme0", "/dev/xnvme0"},
     {"nvme_in_capitals", "/dev/NVME0n1", "", "", "/dev/NVME0n1", "/dev/NVME0n1"},
-    {"a_directory_called_nvme", "/dev/nvme/sda", "", "", "/dev/nvme/sda", "/dev/sda"},
-    {"a_link_called_nvme", "/dev/sda2", "/dev/nvme0n1", "sda2", "/dev/nvme0n1", "/dev/sda2"},
+    {"nvme_as_a_directory", "/dev/nvme/sda", "", "", "/dev/nvme/sda", "/dev/sda"},
+    {"nvme_as_a_link", "/dev/sda2", "/dev/nvme0n1", "sda2", "/dev/nvme0n1", "/dev/sda2"},
+    {"shorter_than_mapper", "/dev/dm-0", "/dev/mappe", "dm-0", "/dev/mappe", "/dev/dm-0"},
+    {"like_mapper", "/dev/mapped/root", "", "", "/dev/mapped/root", "/dev/root"},
+    {"mapper_in_capitals", "/dev/MAPPER/root", "", "", "/dev/MAPPER/root", "/dev/root"},
+    {"link_to_a_mapper_node", "/dev/mapper/node", "/dev/disk/by-id/dm-name-node",
+     "../../mapper/node", "/dev/disk/by-id/dm-name-node", "/dev/node"},
+    {"mapper_behind_two_slashes", "/dev/mapper/root", "", "", "//dev/mapper/root", "/dev/root"},
+    {"mapper_behind_a_detour", "/dev/mapper/root", "", "", "/dev/./mapper/root", "/dev/root"},
+    {"mapper_below_another_directory", "/srv/dev/mapper/root", "", "", "/srv/dev/mapper/root",
+     "/dev/root"},
 };
 
-class device_by_name : public disk_machine, public testing::WithParamInterface<asked_device> {
+class device_by_name : public disk_machine, public testing::WithParamInterface<named_device> {
 protected:
     void furnish() override
     {
-        machine.file("/sys/block/nvm/device/model", "a disk of another kind\n");
-        machine.file("/sys/block/nvm/device/serial", "1\n");
+        show_nvme_disk("nvm", "of another disk\n", "1\n");
         machine.tool(dmsetup, "");
+        machine.block_device(GetParam().queried);
         machine.block_device(GetParam().node);
         if (!GetParam().link.empty())
             machine.link(GetParam().link, GetParam().target);
@@ -236,59 +65,23 @@ protected:
 
 } // namespace
 
-TEST_P(device_by_name, is_asked_to_identify_itself)
+TEST_P(device_by_name, gets_the_identify_request)
 {
-    tell("MODEL", "SERIAL");
-    EXPECT_EQ(identity(GetParam().name), "MODEL_SERIAL");
-    EXPECT_EQ(calls, (texts{opened(GetParam().asked), "ioctl 0x30d", "close"}));
-    EXPECT_EQ(machine.trace(), texts{"device :" + GetParam().asked});
+    kernel.identify(GetParam().queried, "MODEL", "SERIAL");
+    EXPECT_EQ(identity(GetParam().name.c_str()), "MODEL_SERIAL");
+    expect_trace({trace_line::identify_request(GetParam().queried)});
     EXPECT_TRUE(machine.runs(dmsetup).empty());
 }
 
-TEST_P(device_by_name, has_no_identity_when_it_refuses)
-{
-    tell_nothing();
-    EXPECT_TRUE(asked(GetParam().name.c_str()).is_null());
-    EXPECT_EQ(machine.trace(), (texts{"device :" + GetParam().asked, refused}));
-    EXPECT_TRUE(machine.runs(dmsetup).empty());
-}
-
-INSTANTIATE_TEST_SUITE_P(of, device_by_name, testing::ValuesIn(asked_devices));
-
-TEST_F(disk_machine, asks_in_dev_for_the_name_of_a_node_elsewhere)
-{
-    machine.block_device("/srv/sdc1");
-    EXPECT_TRUE(asked("/srv/sdc1").is_null());
-    EXPECT_EQ(machine.trace(), (texts{"device :/dev/sdc1", "fd < 0, return"}));
-}
-
-// Names that lead to no block device.
+INSTANTIATE_TEST_SUITE_P(by, device_by_name, testing::ValuesIn(named_devices));
 
 namespace {
 
-struct no_device : named_case {
+struct nameless_device : named_case {
     const char *name;
 };
 
-const no_device names_of_no_device[] = {
-    {"no_name", nullptr},
-    {"an_empty_name", ""},
-    {"a_missing_node", "/dev/sdz"},
-    {"a_missing_mapped_device", "/dev/mapper/missing"},
-    {"a_missing_name_like_mapper", "/dev/mapper-missing"},
-    {"a_dangling_link", "/dev/root"},
-    {"a_dangling_link_under_mapper", "/dev/mapper/dangling"},
-    {"a_link_to_itself_under_mapper", "/dev/mapper/loop"},
-    {"a_node_taken_for_a_directory", "/dev/sda2/"},
-    {"a_mapped_node_taken_for_a_directory", "/dev/mapper/home/"},
-    {"a_regular_file", "/dev/file"},
-    {"a_regular_file_called_nvme", "/dev/nvme9n1"},
-    {"a_directory", "/dev/disk"},
-    {"a_character_device", "/dev/null"},
-    {"the_root_directory", "/"},
-};
-
-class name_of_no_device : public disk_machine, public testing::WithParamInterface<no_device> {
+class no_block_device : public disk_machine, public testing::WithParamInterface<nameless_device> {
 protected:
     void furnish() override
     {
@@ -296,136 +89,208 @@ protected:
         machine.block_device("/dev/mapper/home");
         machine.file("/dev/file", "");
         machine.file("/dev/nvme9n1", "");
-        machine.file("/sys/block/nvme9n1/device/model", "M\n");
-        machine.file("/sys/block/nvme9n1/device/serial", "S\n");
+        show_nvme_disk("nvme9n1", "MODEL\n", "SERIAL\n");
         machine.directory("/dev/disk");
         machine.link("/dev/root", "sdz");
         machine.link("/dev/mapper/dangling", "../dm-7");
         machine.link("/dev/mapper/loop", "loop");
         machine.tool(dmsetup, "1 dependencies\t: (sda2)\n");
+        kernel.set_everything_whole();
     }
 };
 
 } // namespace
 
-TEST_P(name_of_no_device, has_no_identity_and_nobody_is_asked)
+TEST_P(no_block_device, has_no_identity)
 {
-    tell("MODEL", "SERIAL");
-    EXPECT_TRUE(asked(GetParam().name).is_null());
-    EXPECT_EQ(calls, texts{});
-    EXPECT_EQ(machine.trace(), texts{});
+    EXPECT_EQ(identity(GetParam().name), no_text);
+    expect_trace({});
     EXPECT_TRUE(machine.runs(dmsetup).empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(of, name_of_no_device, testing::ValuesIn(names_of_no_device));
+INSTANTIATE_TEST_SUITE_P(
+    as, no_block_device,
+    testing::Values(nameless_device{"null", nullptr}, nameless_device{"empty_name", ""},
+                    nameless_device{"missing_node", "/dev/sdz"},
+                    nameless_device{"missing_mapped_device", "/dev/mapper/missing"},
+                    nameless_device{"dangling_link", "/dev/root"},
+                    nameless_device{"dangling_mapped_link", "/dev/mapper/dangling"},
+                    nameless_device{"mapped_link_to_itself", "/dev/mapper/loop"},
+                    nameless_device{"node_as_a_directory", "/dev/sda2/"},
+                    nameless_device{"mapped_node_as_a_directory", "/dev/mapper/home/"},
+                    nameless_device{"regular_file", "/dev/file"},
+                    nameless_device{"regular_file_called_nvme", "/dev/nvme9n1"},
+                    nameless_device{"directory", "/dev/disk"},
+                    nameless_device{"character_device", "/dev/null"}));
 
-TEST_F(ata_disk, has_no_identity_when_its_node_is_gone_once_the_name_is_resolved)
-{
-    tell("MODEL", "SERIAL");
-    interpose::realpath = [](const char *, char *room) { return std::strcpy(room, "/dev/gone"); };
-    EXPECT_TRUE(asked("/dev/sda2").is_null());
-    EXPECT_EQ(calls, texts{});
-    EXPECT_EQ(machine.trace(), texts{"!stat(dev_name, &sb) return"});
-}
-
-// Names of mapped devices: it is the caller's name that tells them.
+// Mapped devices.
 
 namespace {
 
-class mapped_device : public disk_machine {
-protected:
-    void furnish() override
-    {
-        machine.remove("/usr/bin/lsblk");
-        machine.tool(dmsetup, "");
-        machine.block_device("/dev/dm-0");
-        machine.block_device("/dev/mapper/node");
-        machine.block_device("/dev/mapped/root");
-        machine.block_device("/srv/dev/mapper/root");
-        machine.link("/dev/mapper/root", "../dm-0");
-        machine.link("/dev/mapper-root", "dm-0");
-        machine.link("/dev/mappe", "dm-0");
-        machine.link("/dev/MAPPER/root", "../dm-0");
-        machine.link("/dev/root", "mapper/root");
-        machine.link("/dev/disk/by-id/dm-name-node", "/dev/mapper/node");
-    }
-};
+class mapped_disk : public mapping_machine {};
+
+constexpr char nvme_identity[] = "Fast-Disk_S1";
 
 struct mapper_name : named_case {
-    const char *name;
+    std::string name;
+    std::string resolved;
 };
 
-class name_under_mapper : public mapped_device, public testing::WithParamInterface<mapper_name> {};
-class name_beside_mapper : public mapped_device, public testing::WithParamInterface<mapper_name> {};
+class mapped_disk_by_name : public mapped_disk, public testing::WithParamInterface<mapper_name> {};
 
 } // namespace
 
-TEST_P(name_under_mapper, is_followed)
+TEST_P(mapped_disk_by_name, is_followed_by_its_resolved_name)
 {
-    tell_nothing();
-    EXPECT_TRUE(asked(GetParam().name).is_null());
-    EXPECT_EQ(machine.runs(dmsetup).size(), 1U);
+    machine.block_device("/dev/mapper/luks-%s");
+    machine.file("/dev/mapper/file", "");
+    machine.link("/dev/mapperx", "dm-0");
+    stands_on("sda");
+    kernel.set_whole_disk("/dev/sda");
+    EXPECT_EQ(identity(GetParam().name.c_str()), "/dev/sda");
+    ASSERT_EQ(machine.runs(dmsetup).size(), 1U);
+    EXPECT_EQ(machine.runs(dmsetup)[0].arguments.back(), GetParam().resolved);
 }
 
-INSTANTIATE_TEST_SUITE_P(of, name_under_mapper,
-                         testing::Values(mapper_name{"a_link", "/dev/mapper/root"},
-                                         mapper_name{"a_node", "/dev/mapper/node"},
-                                         mapper_name{"a_name_that_begins_so", "/dev/mapper-root"},
-                                         mapper_name{"the_directory", "/dev/mapper"}));
+INSTANTIATE_TEST_SUITE_P(
+    which_is, mapped_disk_by_name,
+    testing::Values(mapper_name{"a_link", "/dev/mapper/root", "/dev/dm-0"},
+                    mapper_name{"a_node", "/dev/mapper/luks-%s", "/dev/mapper/luks-%s"},
+                    mapper_name{"a_file", "/dev/mapper/file", "/dev/mapper/file"},
+                    mapper_name{"the_directory", "/dev/mapper", "/dev/mapper"},
+                    mapper_name{"longer_behind_mapper", "/dev/mapperx", "/dev/dm-0"},
+                    mapper_name{"outside_again", "/dev/mapper/../dm-0", "/dev/dm-0"}));
 
-TEST_P(name_beside_mapper, is_not_followed)
+TEST_F(mapped_disk, traces_the_node_of_a_whole_disk)
 {
-    tell_nothing();
-    EXPECT_TRUE(asked(GetParam().name).is_null());
-    EXPECT_TRUE(machine.runs(dmsetup).empty());
+    stands_on("sda");
+    kernel.set_whole_disk("/dev/sda");
+    EXPECT_EQ(mapped_identity(), "/dev/sda");
+    expect_trace({"physicalDiskNode: /dev/sda"});
 }
 
-INSTANTIATE_TEST_SUITE_P(of, name_beside_mapper,
-                         testing::Values(mapper_name{"the_node_itself", "/dev/dm-0"},
-                                         mapper_name{"a_shorter_name", "/dev/mappe"},
-                                         mapper_name{"a_name_like_it", "/dev/mapped/root"},
-                                         mapper_name{"capitals", "/dev/MAPPER/root"},
-                                         mapper_name{"a_link_to_one", "/dev/root"},
-                                         mapper_name{"a_link_to_a_node_there",
-                                                     "/dev/disk/by-id/dm-name-node"},
-                                         mapper_name{"two_slashes", "//dev/mapper/root"},
-                                         mapper_name{"a_detour", "/dev/./mapper/root"},
-                                         mapper_name{"a_directory_above", "/srv/dev/mapper/root"}));
-
-TEST_F(mapped_device, that_cannot_be_followed_is_asked_by_its_node)
+TEST_F(mapped_disk, is_not_looked_up_by_the_lister_where_the_node_is_a_block_device)
 {
-    tell("MODEL", "SERIAL");
-    EXPECT_EQ(identity("/dev/mapper/root"), "MODEL_SERIAL");
-    EXPECT_EQ(calls, (texts{opened("/dev/dm-0"), "ioctl 0x30d", "close"}));
+    stands_on("sda2");
+    EXPECT_EQ(mapped_identity(), no_text);
+    EXPECT_TRUE(machine.runs(lsblk).empty());
+    expect_trace(texts{trace_line::physical_node("sda2")} + refused_request_trace());
 }
 
-// Closed standard descriptors.
+TEST_F(mapped_disk, may_stand_on_a_link_to_a_whole_disk)
+{
+    machine.block_device("/dev/sda");
+    machine.link("/dev/disk/root", "../sda");
+    depends_on("disk/root");
+    kernel.set_whole_disk("/dev/disk/root");
+    EXPECT_EQ(mapped_identity(), "/dev/disk/root");
+}
 
 namespace {
 
-class ata_disk_without_standard_descriptors : public ata_disk,
-                                              public testing::WithParamInterface<std::vector<int>> {
+struct dependency : named_case {
+    std::string device;
+    bool can_be_probed;
+    bool is_whole;
+    std::string identity;
+};
+
+class mapped_disk_on : public mapped_disk, public testing::WithParamInterface<dependency> {};
+
+constexpr char ata_identity[] = "MODEL_SERIAL";
+
+const dependency dependencies[] = {
+    {"a_whole_disk", "sda", true, true, "/dev/sda"},
+    {"a_whole_disk_with_other_signs", "%sa\xc3\xbc", true, true, "/dev/%sa\xc3\xbc"},
+    {"a_whole_nvme_disk", "nvme0n1", true, true, "/dev/nvme0n1"},
+    {"a_whole_disk_that_cannot_be_probed", "sda", false, false, ata_identity},
+    {"a_whole_nvme_disk_that_cannot_be_probed", "nvme0n1", false, false, nvme_identity},
+    {"an_nvme_partition", "nvme0n1p3", true, false, nvme_identity},
+    {"an_nvme_partition_in_a_directory", "disk/nvme0n1p3", true, false, nvme_identity},
+    {"an_nvme_partition_outside_sysfs", "nvme1n1p3", true, false, no_text},
+    {"a_partition", "sda2", true, false, ata_identity},
+    {"a_partition_of_a_memory_card", "mmcblk0p2", true, false, ata_identity},
+    {"a_virtual_disk", "vda1", true, false, ata_identity},
+    {"another_mapped_device", "dm-1", true, false, ata_identity},
+    {"a_name_that_is_nearly_nvme", "nvm0n1p3", true, false, ata_identity},
+    {"a_name_with_nvme_inside", "xnvme0n1p3", true, false, ata_identity},
+    {"nvme_in_capitals", "NVME0N1P3", true, false, ata_identity},
+    {"a_directory_called_nvme", "nvme/sda2", true, false, ata_identity},
 };
 
 } // namespace
 
-TEST_P(ata_disk_without_standard_descriptors, is_known_and_leaves_them_closed)
+// The mapped device itself answers the identify request with the identity of an ATA disk.
+TEST_P(mapped_disk_on, has_the_identity_of_what_answers_first)
 {
-    tell("MODEL", "SERIAL");
-    std::string seen;
-    EXPECT_EQ(left_open(GetParam(), [&seen] { seen = identity("/dev/sda2"); }), std::vector<int>{});
-    EXPECT_EQ(seen, "MODEL_SERIAL");
-    EXPECT_EQ(calls, (texts{opened("/dev/sda2"), "ioctl 0x30d", "close"}));
+    stands_on(GetParam().device);
+    kernel.identify("/dev/dm-0", "MODEL", "SERIAL");
+    if (GetParam().can_be_probed)
+        kernel.set_whole_disk("/dev/" + GetParam().device, GetParam().is_whole);
+    show_nvme_disk("nvme0n1", "Fast Disk\n", "S1\n");
+    EXPECT_EQ(mapped_identity(), GetParam().identity);
 }
 
-TEST_P(ata_disk_without_standard_descriptors, refuses_and_leaves_them_closed)
+INSTANTIATE_TEST_SUITE_P(stands_on, mapped_disk_on, testing::ValuesIn(dependencies));
+
+TEST_F(mapped_disk, is_truly_probed)
 {
-    tell_nothing();
-    std::string seen;
-    EXPECT_EQ(left_open(GetParam(), [&seen] { seen = identity("/dev/sda2"); }), std::vector<int>{});
-    EXPECT_EQ(seen, "(no text)");
-    EXPECT_EQ(calls, (texts{opened("/dev/sda2"), "ioctl 0x30d", "close"}));
+    stands_on("sda2");
+    machine.file("/srv/disk", std::string(1024 * 1024, '\0'));
+    texts probed;
+    interpose::blkid_new_probe_from_filename = [&probed](const char *path) {
+        probed.emplace_back(path);
+        return interpose::blkid_new_probe_from_filename.real("/srv/disk");
+    };
+    interpose::blkid_probe_is_wholedisk.reset();
+    interpose::blkid_free_probe.reset();
+    EXPECT_EQ(mapped_identity(), no_text);
+    EXPECT_EQ(probed, texts{"/dev/sda2"});
 }
 
-INSTANTIATE_TEST_SUITE_P(every_combination, ata_disk_without_standard_descriptors,
-                         testing::ValuesIn(every_set_of_standard_descriptors()));
+TEST_F(mapped_disk, has_the_identity_of_its_own_node_where_that_is_nvme)
+{
+    machine.block_device("/dev/nvme0n1p1");
+    machine.link("/dev/mapper/nvme", "../nvme0n1p1");
+    show_nvme_disk("nvme0n1", "Fast Disk\n", "S1\n");
+    EXPECT_EQ(identity("/dev/mapper/nvme"), nvme_identity);
+}
+
+TEST_F(mapped_disk, has_no_identity_without_any_source)
+{
+    EXPECT_EQ(mapped_identity(), no_text);
+    expect_trace(texts{"physicalDiskNode: /dev/(null)", "!stat(dev_name, &sb) return",
+                       "'/dev/(null)' is not a block device, '(null)'"} +
+                 refused_request_trace());
+}
+
+TEST_F(mapped_disk, has_no_identity_where_its_name_leads_to_no_block_device)
+{
+    machine.file("/dev/mapper/file", "");
+    EXPECT_EQ(identity("/dev/mapper/file"), no_text);
+    EXPECT_EQ(identity("/dev/mapper"), no_text);
+    expect_trace(missing_node_trace("(null)") + missing_node_trace("(null)"));
+}
+
+TEST_F(mapped_disk, has_no_identity_where_it_disappears_meanwhile)
+{
+    machine.script(dmsetup, "rm /dev/dm-0; echo '1 dependencies : (sda2)'");
+    EXPECT_EQ(mapped_identity(), no_text);
+    expect_trace(missing_node_trace("sda2") + texts{trace_line::no_such_device});
+}
+
+TEST_F(mapped_disk, does_not_stand_on_what_is_no_block_device)
+{
+    depends_on("sda2");
+    kernel.set_everything_whole();
+    const texts trace =
+        texts{trace_line::physical_node("sda2"), trace_line::no_block_device("sda2")} +
+        refused_request_trace();
+    machine.file("/dev/sda2", "");
+    EXPECT_EQ(mapped_identity(), no_text);
+    machine.directory("/dev/sda2");
+    EXPECT_EQ(mapped_identity(), no_text);
+    machine.character_device("/dev/sda2", 1, 3);
+    EXPECT_EQ(mapped_identity(), no_text);
+    expect_trace(trace + trace + trace);
+}

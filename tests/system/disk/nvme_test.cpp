@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// The identity of NVMe disks, which the kernel shows in /sys/block.
+// NVMe disks: the identity in sysfs, and the query for the start of a model.
+#include "built_locale.h"
 #include "disk_machine.h"
-#include "listed_names.h"
-#include "orvane.h"
+#include "process.h"
 
-#include <cerrno>
-#include <ostream>
+#include <cstring>
+#include <filesystem>
 #include <string>
 #include <string_view>
-#include <vector>
 
-using namespace std::string_view_literals;
+#include <malloc.h>
+
+using namespace std::string_literals;
 
 namespace {
 
@@ -22,52 +23,17 @@ protected:
         machine.block_device("/dev/nvme0n1p2");
         machine.directory("/sys/block");
     }
-
-    static std::string model_of(const std::string &disk)
-    {
-        return "/sys/block/" + disk + "/device/model";
-    }
-    static std::string serial_of(const std::string &disk)
-    {
-        return "/sys/block/" + disk + "/device/serial";
-    }
-
-    void show_disk(const std::string &name, std::string_view model, std::string_view serial)
-    {
-        machine.file(model_of(name), model);
-        machine.file(serial_of(name), serial);
-    }
-
-    listed_names block_devices;
 };
+
+constexpr char partition[] = "/dev/nvme0n1p2";
 
 } // namespace
 
-TEST_F(nvme_disk, is_known_by_the_model_and_serial_number_of_a_partition)
+TEST_F(nvme_disk, is_known_by_the_model_and_serial_number_of_its_partition)
 {
-    show_disk("nvme0n1", "Samsung SSD 970 EVO Plus 500GB\n", "S4EVNX0N123456 \n");
-    EXPECT_EQ(identity("/dev/nvme0n1p2"), "Samsung-SSD-970-EVO-Plus-500GB_S4EVNX0N123456");
-}
-
-TEST_F(nvme_disk, is_known_by_its_own_name)
-{
-    machine.block_device("/dev/nvme0n1");
-    show_disk("nvme0n1", "MODEL\n", "SERIAL\n");
-    EXPECT_EQ(identity("/dev/nvme0n1"), "MODEL_SERIAL");
-}
-
-TEST_F(nvme_disk, is_known_by_a_link)
-{
-    machine.link("/dev/disk/by-uuid/0123-4567", "../../nvme0n1p2");
-    show_disk("nvme0n1", "MODEL\n", "SERIAL\n");
-    EXPECT_EQ(identity("/dev/disk/by-uuid/0123-4567"), "MODEL_SERIAL");
-}
-
-TEST_F(nvme_disk, is_known_by_the_last_part_of_its_path)
-{
-    machine.block_device("/srv/nvme0n1p3");
-    show_disk("nvme0n1", "MODEL\n", "SERIAL\n");
-    EXPECT_EQ(identity("/srv/nvme0n1p3"), "MODEL_SERIAL");
+    show_nvme_disk("nvme0n1", "Samsung SSD 970 EVO Plus 500GB\n", "S4EVNX0N123456 \n");
+    EXPECT_EQ(identity(partition), "Samsung-SSD-970-EVO-Plus-500GB_S4EVNX0N123456");
+    expect_trace({});
 }
 
 TEST_F(nvme_disk, is_known_through_the_links_of_the_kernel)
@@ -78,177 +44,116 @@ TEST_F(nvme_disk, is_known_through_the_links_of_the_kernel)
     machine.directory(controller + "/nvme0n1");
     machine.link(controller + "/nvme0n1/device", "../../nvme0");
     machine.link("/sys/block/nvme0n1", "../devices/pci0000:00/0000:01:00.0/nvme/nvme0/nvme0n1");
-    EXPECT_EQ(identity("/dev/nvme0n1p2"), "MODEL-X_SERIAL");
+    EXPECT_EQ(identity(partition), "MODEL-X_SERIAL");
 }
 
-TEST_F(nvme_disk, is_looked_up_and_then_read_model_first)
+TEST_F(nvme_disk, is_not_sent_the_identify_request)
 {
-    show_disk("nvme0n1", "MODEL\n", "SERIAL\n");
-    open_devices();
-    record_calls();
-    EXPECT_EQ(identity("/dev/nvme0n1p2"), "MODEL_SERIAL");
-    EXPECT_EQ(calls, (texts{"realpath /dev/nvme0n1p2", "stat /dev/nvme0n1p2", "opendir /sys/block",
-                            "closedir", "fopen /sys/block/nvme0n1/device/model r", "fclose",
-                            "fopen /sys/block/nvme0n1/device/serial r", "fclose"}));
+    kernel.identify(partition, "MODEL", "SERIAL");
+    EXPECT_EQ(identity(partition), no_text);
+    expect_trace({});
 }
 
-TEST_F(nvme_disk, is_read_afresh_every_time)
+TEST_F(nvme_disk, is_read_afresh_on_every_call)
 {
-    show_disk("nvme0n1", "MODEL\n", "SERIAL\n");
-    EXPECT_EQ(identity("/dev/nvme0n1p2"), "MODEL_SERIAL");
-    show_disk("nvme0n1", "OTHER\n", "NUMBER\n");
-    EXPECT_EQ(identity("/dev/nvme0n1p2"), "OTHER_NUMBER");
-    machine.remove(serial_of("nvme0n1"));
-    EXPECT_TRUE(asked("/dev/nvme0n1p2").is_null());
+    show_nvme_disk("nvme0n1", "MODEL\n", "SERIAL\n");
+    EXPECT_EQ(identity(partition), "MODEL_SERIAL");
+    show_nvme_disk("nvme0n1", "OTHER\n", "NUMBER\n");
+    EXPECT_EQ(identity(partition), "OTHER_NUMBER");
 }
-
-TEST_F(nvme_disk, has_no_identity_without_memory_for_it)
-{
-    show_disk("nvme0n1", "MODEL\n", "SERIAL\n");
-    interpose::strdup = [](const char *) -> char * { return nullptr; };
-    EXPECT_TRUE(asked("/dev/nvme0n1p2").is_null());
-}
-
-TEST_F(nvme_disk, has_no_identity_unless_it_is_a_block_device)
-{
-    machine.character_device("/dev/nvme0", 1, 3);
-    show_disk("nvme0", "MODEL\n", "SERIAL\n");
-    EXPECT_TRUE(asked("/dev/nvme0").is_null());
-}
-
-// The disk of a name.
 
 namespace {
 
-struct listing : named_case {
-    texts names;
-    std::string identity;
-    texts left; // not looked at
+struct nvme_node : named_case {
+    std::string node;
+    std::string disk;
 };
 
-const listing listings[] = {
-    {"the_disk_of_the_partition", {".", "..", "sda", "nvme0n1"}, "zero_", {}},
-    {"the_first_of_two", {"nvme0n1", "nvme0n1p2"}, "zero_", {"nvme0n1p2"}},
-    {"the_first_of_two_in_the_other_order", {"nvme0n1p2", "nvme0n1"}, "part_", {"nvme0n1"}},
-    {"a_shorter_name_that_comes_first", {"nvme0", "nvme0n1"}, "controller_", {"nvme0n1"}},
-    {"another_disk", {"nvme1n1", "nvme0n2"}, "(no text)", {}},
-    {"a_longer_name", {"nvme0n1p2x", "nvme0n10"}, "(no text)", {}},
-    {"a_name_in_capitals", {"NVME0N1"}, "(no text)", {}},
-    {"nothing", {}, "(no text)", {}},
-};
-
-class listed_disk : public nvme_disk, public testing::WithParamInterface<listing> {
-protected:
-    void furnish() override
-    {
-        nvme_disk::furnish();
-        for (const char *const other : {"nvme1n1", "nvme0n2", "nvme0n1p2x", "nvme0n10", "NVME0N1"})
-            show_disk(other, "other\n", " \n");
-        show_disk("nvme0", "controller\n", " \n");
-        show_disk("nvme0n1", "zero\n", " \n");
-        show_disk("nvme0n1p2", "part\n", " \n");
-    }
-};
+class nvme_disk_of : public nvme_disk, public testing::WithParamInterface<nvme_node> {};
 
 } // namespace
 
-TEST_P(listed_disk, is_the_first_whose_name_begins_the_one_of_the_device)
+TEST_P(nvme_disk_of, is_the_one_whose_name_begins_that_of_the_node)
 {
-    block_devices.list(GetParam().names);
-    EXPECT_EQ(identity("/dev/nvme0n1p2"), GetParam().identity);
-    EXPECT_EQ(block_devices.not_listed(), GetParam().left);
-    EXPECT_EQ(machine.trace(), texts{});
+    machine.block_device(GetParam().node);
+    show_nvme_disk("sda", "WRONG\n", "1\n");
+    show_nvme_disk(GetParam().disk, "MODEL\n", "SERIAL\n");
+    EXPECT_EQ(identity(GetParam().node.c_str()), "MODEL_SERIAL");
 }
 
-INSTANTIATE_TEST_SUITE_P(among, listed_disk, testing::ValuesIn(listings));
+INSTANTIATE_TEST_SUITE_P(
+    a_node, nvme_disk_of,
+    testing::Values(nvme_node{"of_the_disk", "/dev/nvme0n1", "nvme0n1"},
+                    nvme_node{"of_a_partition", partition, "nvme0n1"},
+                    nvme_node{"of_the_controller_alone", partition, "nvme0"},
+                    nvme_node{"of_a_longer_namespace", "/dev/nvme0n10p1", "nvme0n1"},
+                    nvme_node{"outside_dev", "/srv/nvme0n1p3", "nvme0n1"},
+                    nvme_node{"like_a_format", "/dev/nvme%s%n", "nvme%s%n"},
+                    nvme_node{"of_the_longest_name", "/dev/nvme" + std::string(251, 'n'),
+                              "nvme" + std::string(251, 'n')}));
 
-TEST_F(nvme_disk, may_be_taken_for_a_tenth_namespace)
+TEST_F(nvme_disk, is_none_where_sysfs_has_others_alone)
 {
+    for (const char *const other : {"nvme1n1", "nvme0n2", "nvme0n1p2x", "nvme0n10", "NVME0N1"})
+        show_nvme_disk(other, "MODEL\n", "SERIAL\n");
+    EXPECT_EQ(identity(partition), no_text);
+    expect_trace({});
+}
+
+namespace {
+
+class two_nvme_disks : public nvme_disk, public testing::WithParamInterface<texts> {};
+
+} // namespace
+
+// Of two creation orders, a file system lists each disk first in one.
+TEST_P(two_nvme_disks, leave_the_choice_to_the_directory_order)
+{
+    for (const std::string &name : GetParam())
+        show_nvme_disk(name, name, "1");
+    const std::string first =
+        std::filesystem::directory_iterator("/sys/block")->path().filename().string();
     machine.block_device("/dev/nvme0n10p1");
-    show_disk("nvme0n1", "ONE\n", "1\n");
-    show_disk("nvme0n10", "TEN\n", "10\n");
-    block_devices.list({"nvme0n1", "nvme0n10"});
-    EXPECT_EQ(identity("/dev/nvme0n10p1"), "ONE_1");
-    block_devices.list({"nvme0n10", "nvme0n1"});
-    EXPECT_EQ(identity("/dev/nvme0n10p1"), "TEN_10");
+    EXPECT_EQ(identity("/dev/nvme0n10p1"), first + "_1");
 }
 
-TEST_F(nvme_disk, may_have_the_longest_of_names)
+INSTANTIATE_TEST_SUITE_P(created, two_nvme_disks,
+                         testing::Values(texts{"nvme0n1", "nvme0n10"},
+                                         texts{"nvme0n10", "nvme0n1"}));
+
+// Only one name is tried, even where another disk has the attributes.
+TEST_F(nvme_disk, is_none_where_the_first_match_has_no_attributes)
 {
-    const std::string name = "nvme" + std::string(251, 'n');
-    machine.block_device("/dev/" + name);
-    show_disk(name, "MODEL\n", "SERIAL\n");
-    EXPECT_EQ(identity("/dev/" + name), "MODEL_SERIAL");
+    for (const texts &names : {texts{"nvme0", "nvme0n1"}, texts{"nvme0n1", "nvme0"}}) {
+        machine.directory("/sys/block");
+        for (const std::string &name : names)
+            machine.directory("/sys/block/" + name);
+        const std::string first =
+            std::filesystem::directory_iterator("/sys/block")->path().filename().string();
+        show_nvme_disk(first == "nvme0" ? "nvme0n1" : "nvme0", "MODEL\n", "SERIAL\n");
+        EXPECT_EQ(identity(partition), no_text);
+    }
 }
 
-TEST_F(nvme_disk, may_have_a_name_like_a_format)
-{
-    machine.block_device("/dev/nvme%s%n");
-    show_disk("nvme%s%n", "MODEL\n", "SERIAL\n");
-    EXPECT_EQ(identity("/dev/nvme%s%n"), "MODEL_SERIAL");
-}
-
-TEST_F(nvme_disk, is_looked_for_no_further_when_it_has_no_attributes)
-{
-    machine.directory("/sys/block/nvme0");
-    show_disk("nvme0n1", "MODEL\n", "SERIAL\n");
-    block_devices.list({"nvme0", "nvme0n1"});
-    EXPECT_TRUE(asked("/dev/nvme0n1p2").is_null());
-}
-
-TEST_F(nvme_disk, has_no_identity_where_no_name_is_listed)
-{
-    record_calls();
-    EXPECT_TRUE(asked("/dev/nvme0n1p2").is_null());
-    EXPECT_EQ(calls, (texts{"realpath /dev/nvme0n1p2", "stat /dev/nvme0n1p2", "opendir /sys/block",
-                            "closedir"}));
-}
-
-TEST_F(nvme_disk, has_no_identity_where_the_listing_breaks_off)
-{
-    show_disk("nvme0n1", "MODEL\n", "SERIAL\n");
-    interpose::readdir = [](DIR *) -> dirent * {
-        errno = EIO;
-        return nullptr;
-    };
-    EXPECT_TRUE(asked("/dev/nvme0n1p2").is_null());
-    EXPECT_EQ(machine.trace(), texts{});
-}
-
-TEST_F(nvme_disk, is_not_asked_itself_where_sysfs_does_not_know_it)
-{
-    tell("MODEL", "SERIAL");
-    EXPECT_TRUE(asked("/dev/nvme0n1p2").is_null());
-    EXPECT_EQ(calls, texts{});
-}
-
-TEST_F(nvme_disk, has_no_identity_without_a_list_of_disks)
+TEST_F(nvme_disk, traces_that_sysfs_has_no_disks)
 {
     machine.remove("/sys/block");
-    record_calls();
-    EXPECT_TRUE(asked("/dev/nvme0n1p2").is_null());
-    EXPECT_EQ(calls, (texts{"realpath /dev/nvme0n1p2", "stat /dev/nvme0n1p2", "opendir /sys/block",
-                            "trace"}));
-    EXPECT_EQ(machine.trace(), texts{"(!dp) return"});
+    EXPECT_EQ(identity(partition), no_text);
+    expect_trace({"(!dp) return"});
 }
 
-TEST_F(nvme_disk, has_no_identity_where_a_file_stands_for_the_list_of_disks)
+TEST_F(nvme_disk, is_none_where_a_file_stands_for_the_directory_of_disks)
 {
     machine.file("/sys/block", "nvme0n1\n");
-    EXPECT_TRUE(asked("/dev/nvme0n1p2").is_null());
-    EXPECT_EQ(machine.trace(), texts{"(!dp) return"});
+    EXPECT_EQ(identity(partition), no_text);
 }
 
-TEST_F(nvme_disk, has_no_identity_for_those_who_may_not_list_disks)
+TEST_F(nvme_disk, is_none_for_a_user_who_may_not_list_disks)
 {
-    machine.directory("/sys/block", 0700);
-    machine.file("/var/log/orvane/liborvane.log", "", 0666);
-    show_disk("nvme0n1", "MODEL\n", "SERIAL\n");
-    {
-        const other_user caller;
-        EXPECT_TRUE(asked("/dev/nvme0n1p2").is_null());
-    }
-    EXPECT_EQ(machine.trace(), texts{"(!dp) return"});
+    show_nvme_disk("nvme0n1", "MODEL\n", "SERIAL\n");
+    std::filesystem::permissions("/sys/block", std::filesystem::perms::owner_all);
+    const other_user caller;
+    standard_error_of([] { EXPECT_EQ(identity(partition), no_text); });
 }
 
 // The attributes of a disk.
@@ -262,185 +167,181 @@ struct attribute : named_case {
 
 const attribute attributes[] = {
     {"a_line", "MODEL\n", "MODEL"},
-    {"without_a_line_end", "MODEL", "MODEL"},
     {"one_character", "M", "M"},
-    {"one_character_and_a_line_end", "M\n", "M"},
-    {"blanks_inside", "Samsung SSD 970 EVO\n", "Samsung-SSD-970-EVO"},
     {"runs_inside", "A  B \t\n\r C\n", "A-B-C"},
-    {"blanks_behind", "MODEL   \t\n", "MODEL"},
-    {"blanks_before", " \t\n MODEL\n", "MODEL"},
+    {"blanks_around", " \t\n  A   B   \n", "A-B"},
     {"one_blank_before", " MODEL\n", "MODEL"},
-    {"blanks_around", "   A   B   \n", "A-B"},
-    {"two_lines", "A\nB\n", "A-B"},
     {"a_blank_and_a_line_end", " \n", ""},
     {"a_line_end_alone", "\n", ""},
-    {"one_blank_alone", " ", ""},
-    {"blanks_alone", "      \t   \n", ""},
     {"hyphens", "-A- -B--C-\n", "-A---B--C-"},
     {"punctuation", "%s%n_\\\"'$(x)/\n", "%s%n_\\\"'$(x)/"},
-    {"control_characters",
-     "\x01"
-     "A\x02\x03"
-     "B\x7f\x1f",
-     "A-B"},
-    {"bytes_above_0x7f",
-     "\xc4\xc4"
-     "A\x80\xff"
-     "B\xc4\n",
-     "A-B"},
-    {"a_zero_byte", std::string("A B\0C\n", 6), "A-B"},
-    {"of_1022_bytes", std::string(1022, 'x'), std::string(1022, 'x')},
-    {"of_1022_bytes_and_a_line_end", std::string(1022, 'x') + "\n", std::string(1022, 'x')},
+    {"control_characters", "\x01X\x02\x03Y\x7f\x1f", "X-Y"},
+    {"bytes_above_ascii", "\xc4\xc4X\x80\xffY\xc4\n", "X-Y"},
+    {"a_zero_byte", "A B\0C\n"s, "A-B"},
     {"of_1023_bytes", std::string(1023, 'x'), std::string(1023, 'x')},
-    {"of_1024_bytes", std::string(1024, 'x'), std::string(1023, 'x')},
     {"of_2000_bytes", std::string(2000, 'x') + "\n", std::string(1023, 'x')},
     {"a_last_character_at_the_bound", std::string(1022, ' ') + "AB", "A"},
     {"a_blank_at_the_bound", std::string(1022, 'x') + " B", std::string(1022, 'x')},
     {"a_character_behind_the_bound", std::string(1023, ' ') + "A", ""},
 };
 
-class attribute_text : public nvme_disk, public testing::WithParamInterface<attribute> {};
+class nvme_attribute : public nvme_disk, public testing::WithParamInterface<attribute> {};
 
 } // namespace
 
-TEST_P(attribute_text, is_the_model)
+TEST_P(nvme_attribute, is_a_part_of_the_identity)
 {
-    show_disk("nvme0n1", GetParam().content, "S");
-    EXPECT_EQ(identity("/dev/nvme0n1p2"), GetParam().text + "_S");
+    show_nvme_disk("nvme0n1", GetParam().content, "S");
+    EXPECT_EQ(identity(partition), GetParam().text + "_S");
+    show_nvme_disk("nvme0n1", "M", GetParam().content);
+    EXPECT_EQ(identity(partition), "M_" + GetParam().text);
 }
 
-TEST_P(attribute_text, is_the_serial_number)
+INSTANTIATE_TEST_SUITE_P(of, nvme_attribute, testing::ValuesIn(attributes));
+
+TEST_F(nvme_disk, has_an_identity_of_two_long_attributes)
 {
-    show_disk("nvme0n1", "M", GetParam().content);
-    EXPECT_EQ(identity("/dev/nvme0n1p2"), "M_" + GetParam().text);
+    show_nvme_disk("nvme0n1", std::string(2000, 'm'), std::string(2000, 's'));
+    EXPECT_EQ(identity(partition), std::string(1023, 'm') + "_" + std::string(1023, 's'));
 }
 
-INSTANTIATE_TEST_SUITE_P(of, attribute_text, testing::ValuesIn(attributes));
-
-TEST_F(nvme_disk, has_room_for_two_long_attributes)
+TEST_F(nvme_disk, keeps_the_characters_that_are_graphic_in_the_locale_of_the_caller)
 {
-    show_disk("nvme0n1", std::string(2000, 'm'), std::string(2000, 's'));
-    EXPECT_EQ(identity("/dev/nvme0n1p2"), std::string(1023, 'm') + "_" + std::string(1023, 's'));
-}
-
-TEST_F(nvme_disk, has_an_underscore_for_an_identity_where_both_are_blank)
-{
-    show_disk("nvme0n1", " \n", "\n");
-    EXPECT_EQ(identity("/dev/nvme0n1p2"), "_");
-}
-
-TEST_F(nvme_disk, keeps_what_the_locale_of_the_caller_calls_graphic)
-{
-    const latin_1_locale locale(machine);
-    show_disk("nvme0n1",
-              "\xc4\x85"
-              "B\xe9\n",
-              "\x9f\xff\n");
-    EXPECT_EQ(identity("/dev/nvme0n1p2"), "\xc4-B\xe9_\xff");
-}
-
-TEST_F(nvme_disk, has_no_identity_and_no_serial_number_is_read_without_a_model)
-{
-    machine.file(serial_of("nvme0n1"), "SERIAL\n");
-    record_calls();
-    EXPECT_TRUE(asked("/dev/nvme0n1p2").is_null());
-    EXPECT_EQ(calls, (texts{"realpath /dev/nvme0n1p2", "stat /dev/nvme0n1p2", "opendir /sys/block",
-                            "closedir", "fopen /sys/block/nvme0n1/device/model r"}));
+    const built_locale locale(machine, "letters", graphic_c4_and_e9);
+    show_nvme_disk("nvme0n1", "\xc4\x85X\xe9\n", "\x9f\xe9\n");
+    EXPECT_EQ(identity(partition), "\xc4-X\xe9_\xe9");
 }
 
 namespace {
 
-enum class state { missing, without_a_byte, directory, for_another_user };
-
-struct unreadable : named_case {
-    state kind;
+struct unreadable_attribute : named_case {
+    void (*spoil)(constructed_machine &machine, const std::string &path);
 };
 
-class unreadable_attribute : public nvme_disk, public testing::WithParamInterface<unreadable> {
+const unreadable_attribute unreadable_attributes[] = {
+    {"missing",
+     [](constructed_machine &machine, const std::string &path) { machine.remove(path); }},
+    {"empty",
+     [](constructed_machine &machine, const std::string &path) { machine.file(path, ""); }},
+    {"a_directory",
+     [](constructed_machine &machine, const std::string &path) { machine.directory(path); }},
+    {"of_another_user", [](constructed_machine &machine,
+                           const std::string &path) { machine.file(path, "TEXT\n", 0600); }},
+};
+
+class nvme_disk_without : public nvme_disk,
+                          public testing::WithParamInterface<unreadable_attribute> {};
+
+} // namespace
+
+TEST_P(nvme_disk_without, one_attribute_has_no_identity)
+{
+    for (const char *const lost : {"model", "serial"}) {
+        SCOPED_TRACE(lost);
+        show_nvme_disk("nvme0n1", "MODEL\n", "SERIAL\n");
+        GetParam().spoil(machine, "/sys/block/nvme0n1/device/" + std::string(lost));
+        const other_user caller;
+        EXPECT_EQ(identity(partition), no_text);
+    }
+    expect_trace({});
+}
+
+INSTANTIATE_TEST_SUITE_P(because_it_is, nvme_disk_without,
+                         testing::ValuesIn(unreadable_attributes));
+
+// The start of a model.
+
+namespace {
+
+class nvme_model : public on_machine {
 protected:
-    void furnish() override
+    static owned_text model_of(const char *name = "nvme0n1")
     {
-        nvme_disk::furnish();
-        show_disk("nvme0n1", "MODEL\n", "SERIAL\n");
+        return owned_text(harddisk_id_nvme_new(name));
     }
 
-    // No descriptor of the file is left open, whatever its state: the fixture looks.
-    void expect_no_identity_with(const std::string &path)
+    void show_model(std::string_view content)
     {
-        switch (GetParam().kind) {
-        case state::missing:
-            machine.remove(path);
-            break;
-        case state::without_a_byte:
-            machine.file(path, "");
-            break;
-        case state::directory:
-            machine.directory(path);
-            break;
-        case state::for_another_user:
-            machine.file(path, "TEXT\n", 0600);
-            break;
-        }
-        {
-            const other_user caller;
-            EXPECT_TRUE(asked("/dev/nvme0n1p2").is_null());
-        }
-        EXPECT_EQ(machine.trace(), texts{});
+        machine.file("/sys/block/nvme0n1/device/model", content);
     }
 };
 
 } // namespace
 
-TEST_P(unreadable_attribute, that_is_the_model_leaves_no_identity)
+TEST_F(nvme_model, is_traced)
 {
-    expect_no_identity_with(model_of("nvme0n1"));
+    show_model("Samsung SSD 970\n");
+    EXPECT_EQ(model_of().value(), "Sam");
+    expect_trace({"harddisk_id_nvme_new model = Sam"});
 }
 
-TEST_P(unreadable_attribute, that_is_the_serial_number_leaves_no_identity)
+TEST_F(nvme_model, is_empty_and_traced_as_missing_without_such_a_disk)
 {
-    expect_no_identity_with(serial_of("nvme0n1"));
+    EXPECT_EQ(standard_error_of([] { EXPECT_EQ(model_of().value(), ""); }),
+              "cat: /sys/block/nvme0n1/device/model: No such file or directory\n");
+    expect_trace({"harddisk_id_nvme_new model = NULL"});
 }
 
-INSTANTIATE_TEST_SUITE_P(of, unreadable_attribute,
-                         testing::Values(unreadable{"missing", state::missing},
-                                         unreadable{"without_a_byte", state::without_a_byte},
-                                         unreadable{"a_directory", state::directory},
-                                         unreadable{"for_another_user", state::for_another_user}));
-
-TEST_F(nvme_disk, is_known_to_every_user)
+TEST_F(nvme_model, is_none_for_no_name)
 {
-    show_disk("nvme0n1", "MODEL\n", "SERIAL\n");
-    const other_user caller;
-    EXPECT_EQ(identity("/dev/nvme0n1p2"), "MODEL_SERIAL");
+    machine.watch_shell();
+    EXPECT_TRUE(model_of(nullptr).is_null());
+    EXPECT_EQ(machine.shell_commands(), texts{});
+    expect_trace({});
 }
 
-// Closed standard descriptors.
+TEST_F(nvme_model, is_none_where_no_shell_can_be_started)
+{
+    show_model("Samsung SSD 970\n");
+    machine.remove("/bin/sh");
+    EXPECT_TRUE(model_of().is_null());
+    expect_trace({});
+}
+
+TEST_F(nvme_model, stands_in_a_block_of_1024_bytes)
+{
+    show_model("Samsung SSD 970\n");
+    char *const model = harddisk_id_nvme_new("nvme0n1");
+    ASSERT_NE(model, nullptr);
+    EXPECT_GE(::malloc_usable_size(model), 1024U);
+    std::memset(model + 3, 'x', 1020);
+    model[1023] = '\0';
+    EXPECT_EQ(owned_text(model).value(), "Sam" + std::string(1020, 'x'));
+}
 
 namespace {
 
-class nvme_disk_without_standard_descriptors
-    : public nvme_disk,
-      public testing::WithParamInterface<std::vector<int>> {};
+struct model_start : named_case {
+    std::string content;
+    std::string start;
+    std::string traced;
+};
+
+class nvme_model_file : public nvme_model, public testing::WithParamInterface<model_start> {};
 
 } // namespace
 
-TEST_P(nvme_disk_without_standard_descriptors, is_known_and_leaves_them_closed)
-{
-    show_disk("nvme0n1", "MODEL\n", "SERIAL\n");
-    std::string seen;
-    EXPECT_EQ(left_open(GetParam(), [&seen] { seen = identity("/dev/nvme0n1p2"); }),
-              std::vector<int>{});
-    EXPECT_EQ(seen, "MODEL_SERIAL");
-}
+INSTANTIATE_TEST_SUITE_P(with, nvme_model_file,
+                         testing::Values(model_start{"four_characters", "abcd", "abc", "abc"},
+                                         model_start{"three_characters", "abc\n", "abc", "abc"},
+                                         model_start{"two_characters", "ab\ncd\n", "ab\n", "ab"},
+                                         model_start{"one_character_alone", "a", "a", "a"},
+                                         model_start{"an_empty_line", "\nabc\n", "\n", ""},
+                                         model_start{"nothing", "", "", "NULL"},
+                                         model_start{"blanks", "   abc\n", "   ", "   "},
+                                         model_start{"a_format", "%s%n\n", "%s%", "%s%"},
+                                         model_start{"bytes_above_ascii", "\x80\xff\xc3\xa9\n",
+                                                     "\x80\xff\xc3", "\x80\xff\xc3"},
+                                         model_start{"a_zero_byte", "a\0b"s, "a", "a"},
+                                         model_start{"a_zero_byte_first", "\0ab"s, "", ""},
+                                         model_start{"a_megabyte", std::string(1000000, 'x'), "xxx",
+                                                     "xxx"}));
 
-TEST_P(nvme_disk_without_standard_descriptors, is_not_known_and_leaves_them_closed)
+TEST_P(nvme_model_file, shows_the_start_of_its_first_line)
 {
-    show_disk("nvme0n1", "MODEL\n", "");
-    std::string seen;
-    EXPECT_EQ(left_open(GetParam(), [&seen] { seen = identity("/dev/nvme0n1p2"); }),
-              std::vector<int>{});
-    EXPECT_EQ(seen, "(no text)");
+    show_model(GetParam().content);
+    const owned_text model = model_of();
+    EXPECT_FALSE(model.is_null());
+    EXPECT_EQ(model.value(), GetParam().start);
+    expect_trace({trace_line::model_start(GetParam().traced)});
 }
-
-INSTANTIATE_TEST_SUITE_P(every_combination, nvme_disk_without_standard_descriptors,
-                         testing::ValuesIn(every_set_of_standard_descriptors()));
