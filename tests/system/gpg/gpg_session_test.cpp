@@ -9,6 +9,8 @@
 #include <csignal>
 #include <vector>
 
+#include <malloc.h>
+
 namespace {
 
 // A signed file is made first, because it takes gpg.
@@ -55,9 +57,9 @@ struct gpgme_output {
     bool read_fails = false;
     bool rewind_fails = false;
     off_t size = 6;
+    std::string text = "hello\n";
 };
 
-// Replaces the output of GPGME by "hello\n".
 void replace_output(const gpgme_output &output)
 {
     interpose::gpgme_data_seek = [output](gpgme_data_t, off_t offset, int whence) {
@@ -70,7 +72,7 @@ void replace_output(const gpgme_output &output)
         if (piece == output.pieces.size())
             return output.read_fails ? ssize_t{-1} : ssize_t{0};
         const std::size_t count = std::min(size, output.pieces[piece++]);
-        std::string_view("hello\n").copy(static_cast<char *>(buffer), count, position);
+        output.text.copy(static_cast<char *>(buffer), count, position);
         position += count;
         return static_cast<ssize_t>(count);
     };
@@ -261,4 +263,20 @@ TEST_F(gpg_session, stores_empty_content_but_no_empty_message)
     replace_output({"", {}, false, false, 0});
     EXPECT_EQ(verify(path), stored(""));
     EXPECT_EQ(encrypt("text"), null_stored());
+}
+
+TEST_F(gpg_session, allocates_a_terminator_for_a_message_alone)
+{
+    // 24 bytes fill the smallest block of the C library; one more takes the next size.
+    const gpgme_output output = {"", {24}, false, false, 24, std::string(24, 'x')};
+    char *content = nullptr;
+    char *message = nullptr;
+    replace_output(output);
+    EXPECT_EQ(gpg_verify(path.c_str(), &content, nullptr), ORVANE_OK);
+    EXPECT_EQ(::malloc_usable_size(content), 24U);
+    replace_output(output);
+    EXPECT_EQ(gpg_encrypt("text", &message, nullptr), ORVANE_OK);
+    EXPECT_GT(::malloc_usable_size(message), 24U);
+    EXPECT_EQ(owned_text(message).value(), output.text);
+    std::free(content);
 }
