@@ -134,17 +134,16 @@ TEST_F(gpg_session, works_where_children_are_not_waited_for)
 
 TEST_F(gpg_session, ignores_sigpipe_where_the_caller_does_not_handle_it)
 {
-    std::signal(SIGPIPE, SIG_DFL);
     expect_to_work();
-    EXPECT_EQ(std::signal(SIGPIPE, SIG_DFL), SIG_IGN);
+    EXPECT_EQ(std::signal(SIGPIPE, SIG_IGN), SIG_IGN);
 }
 
 TEST_F(gpg_session, leaves_a_handler_of_sigpipe)
 {
     const auto handler = [](int) {};
-    std::signal(SIGPIPE, handler);
+    auto *const before = std::signal(SIGPIPE, handler);
     expect_to_work();
-    EXPECT_EQ(std::signal(SIGPIPE, SIG_DFL), static_cast<void (*)(int)>(handler));
+    EXPECT_EQ(std::signal(SIGPIPE, before), static_cast<void (*)(int)>(handler));
 }
 
 TEST_F(gpg_session, works_with_any_standard_descriptors_closed)
