@@ -6,28 +6,28 @@
 #include <string_view>
 #include <variant>
 
-// What the library says to one question: nothing, a text or a number.
+// What the library returns for one query: nothing, a text or a number.
 using answer = std::variant<std::monostate, std::string, unsigned int>;
 
-// Takes over a text of the library's.
+// Releases the text that the library returned.
 answer taken(char *text);
 
 bool is_answered(const answer &value);
 
-// The answer as a person reads it.
+// The answer in print, a dash where there is none.
 std::string to_text(const answer &value);
 
 struct fact {
-    const char *name; // stable: scripts know facts by it
+    const char *name; // stable: scripts depend on it
     const char *description;
-    // How the answer reads, if there is one, where root's sources would not talk; nullptr for what
-    // every user is told.
-    const char *untold;
+    // The answer, if there is one, where the sources that only root can read are missing; nullptr
+    // for what every user can read.
+    const char *without_root;
     answer (*ask)();
 };
 
 // Every fact, in the order in which they are shown.
 std::span<const fact> all_facts();
 
-// The fact of that name, or nullptr.
+// nullptr where there is no such fact.
 const fact *find_fact(std::string_view name);

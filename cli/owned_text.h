@@ -8,5 +8,5 @@ struct free_text {
     void operator()(char *text) const noexcept { std::free(text); }
 };
 
-// A text or bytes that the library handed over.
+// A text or bytes that the library returned.
 using owned_text = std::unique_ptr<char, free_text>;

@@ -12,8 +12,8 @@
 
 namespace {
 
-constexpr off_t large = off_t{64} << 20; // less is read before a person looks
-constexpr std::chrono::milliseconds between_looks(100);
+constexpr off_t large = off_t{64} << 20; // a smaller file is read at once
+constexpr std::chrono::milliseconds interval(100);
 constexpr int bar_columns = 40;
 
 bool is_same(const struct stat &one, const struct stat &other)
@@ -29,7 +29,7 @@ off_t position_of_descriptor(const std::string &number)
     return about >> label >> position && label == "pos:" ? position : 0;
 }
 
-// How far this process has read the file through whichever descriptor has come farthest.
+// The greatest position of this process in the file, whichever descriptor reads it.
 off_t position_in(const struct stat &file)
 {
     off_t position = 0;
@@ -80,7 +80,7 @@ progress_bar::~progress_bar()
         const std::lock_guard lock(mutex_);
         has_ended_ = true;
     }
-    ended_.notify_one();
+    end_.notify_one();
     thread_.join();
     erase();
 }
@@ -89,7 +89,7 @@ void progress_bar::follow(const struct stat &file) noexcept
 {
     try {
         std::unique_lock lock(mutex_);
-        while (!ended_.wait_for(lock, between_looks, [this] { return has_ended_; }))
+        while (!end_.wait_for(lock, interval, [this] { return has_ended_; }))
             draw(std::min(position_in(file), file.st_size), file.st_size);
     } catch (const std::exception &) { // no memory: the bar stays where it is
         return;

@@ -8,8 +8,8 @@
 
 #include <sys/stat.h>
 
-// While this process reads a large file, a bar on standard error, where that is a terminal, shows
-// how far it has come. It is gone when the object is.
+// Where standard error is a terminal, a bar for the time in which this process reads a large file.
+// The destructor erases it.
 class progress_bar {
 public:
     explicit progress_bar(const std::string &path);
@@ -21,7 +21,7 @@ private:
     void follow(const struct stat &file) noexcept;
 
     std::mutex mutex_;
-    std::condition_variable ended_;
+    std::condition_variable end_;
     bool has_ended_ = false;
     std::thread thread_;
 };

@@ -1,16 +1,40 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "show.h"
+//
+// orvane show and orvane root-disk: the identity of the machine.
+#include "commands.h"
+#include "facts.h"
+#include "output.h"
+#include "stderr_capture.h"
 
-#include "quiet.h"
+#include "orvane.h"
 
 #include <cstdio>
 #include <memory>
+#include <span>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include <libsmartcols.h>
 #include <nlohmann/json.hpp>
+#include <unistd.h>
 
 namespace {
+
+struct finding {
+    const fact *what;
+    answer value;
+};
+using findings = std::vector<finding>;
+
+findings query(std::span<const fact> facts)
+{
+    const stderr_capture capture;
+    findings found;
+    for (const fact &queried : facts)
+        found.push_back({&queried, queried.ask()});
+    return found;
+}
 
 struct unref_table {
     void operator()(libscols_table *table) const noexcept { scols_unref_table(table); }
@@ -22,11 +46,19 @@ void require(bool done)
         throw std::runtime_error("cannot lay out the table");
 }
 
-void add_row(libscols_table *table, const finding &found)
+// One row for each fact.
+void print_table(const findings &found)
 {
-    libscols_line *const line = scols_table_new_line(table, nullptr);
-    require(line != nullptr && scols_line_set_data(line, 0, found.what->name) == 0 &&
-            scols_line_set_data(line, 1, to_text(found.value).c_str()) == 0);
+    const std::unique_ptr<libscols_table, unref_table> table(scols_new_table());
+    require(table && scols_table_new_column(table.get(), "FACT", 0, 0) != nullptr &&
+            scols_table_new_column(table.get(), "VALUE", 0, 0) != nullptr &&
+            scols_table_enable_noheadings(table.get(), 1) == 0);
+    for (const finding &one : found) {
+        libscols_line *const line = scols_table_new_line(table.get(), nullptr);
+        require(line != nullptr && scols_line_set_data(line, 0, one.what->name) == 0 &&
+                scols_line_set_data(line, 1, to_text(one.value).c_str()) == 0);
+    }
+    require(scols_print_table(table.get()) == 0);
 }
 
 nlohmann::ordered_json to_json(const answer &value)
@@ -38,53 +70,79 @@ nlohmann::ordered_json to_json(const answer &value)
     return nullptr;
 }
 
-// Whether root might be told more.
-bool may_be_untold(const finding &found)
-{
-    if (found.what->untold == nullptr)
-        return false;
-    return !is_answered(found.value) || to_text(found.value) == found.what->untold;
-}
-
-} // namespace
-
-std::vector<finding> ask(std::span<const fact> facts)
-{
-    const quiet_standard_error quiet;
-    std::vector<finding> findings;
-    for (const fact &asked : facts)
-        findings.push_back({&asked, asked.ask()});
-    return findings;
-}
-
-void print_table(const std::vector<finding> &findings)
-{
-    const std::unique_ptr<libscols_table, unref_table> table(scols_new_table());
-    require(table && scols_table_new_column(table.get(), "FACT", 0, 0) != nullptr &&
-            scols_table_new_column(table.get(), "VALUE", 0, 0) != nullptr &&
-            scols_table_enable_noheadings(table.get(), 1) == 0);
-    for (const finding &found : findings)
-        add_row(table.get(), found);
-    require(scols_print_table(table.get()) == 0);
-}
-
-void print_json(const std::vector<finding> &findings)
+// One object, in which a fact without an answer is null.
+void print_json(const findings &found)
 {
     nlohmann::ordered_json object = nlohmann::ordered_json::object();
-    for (const finding &found : findings)
-        object[found.what->name] = to_json(found.value);
+    for (const finding &one : found)
+        object[one.what->name] = to_json(one.value);
 
-    // Firmware texts may hold bytes that are no UTF-8; JSON must not.
+    // Firmware texts are not always UTF-8; JSON is.
     constexpr auto replace = nlohmann::ordered_json::error_handler_t::replace;
     std::puts(object.dump(2, ' ', false, replace).c_str());
 }
 
-std::string names_for_root(const std::vector<finding> &findings)
+bool may_need_root(const finding &one)
+{
+    if (one.what->without_root == nullptr)
+        return false;
+    return !is_answered(one.value) || to_text(one.value) == one.what->without_root;
+}
+
+std::string names_that_may_need_root(const findings &found)
 {
     std::string names;
-    for (const finding &found : findings) {
-        if (may_be_untold(found))
-            names.append(names.empty() ? "" : ", ").append(found.what->name);
+    for (const finding &one : found) {
+        if (may_need_root(one))
+            names.append(names.empty() ? "" : ", ").append(one.what->name);
     }
     return names;
+}
+
+// What lsblk and the library report, or the reason why there is no root disk.
+std::string root_disk()
+{
+    const stderr_capture capture;
+    const answer listing = taken(get_lsblk_output());
+    if (!is_answered(listing))
+        throw std::runtime_error("lsblk cannot be run");
+    const std::string text = to_text(listing);
+    if (text.empty())
+        throw std::runtime_error("lsblk is missing or lists nothing");
+    const answer disk = taken(find_root_disk(text.c_str()));
+    if (!is_answered(disk))
+        throw std::runtime_error("lsblk -J lists no partition mounted at / by \"mountpoint\"");
+    return to_text(disk);
+}
+
+} // namespace
+
+int show(const show_options &options)
+{
+    const fact *const only = options.name.empty() ? nullptr : find_fact(options.name);
+    const findings found = query(only != nullptr ? std::span(only, 1) : all_facts());
+
+    int status = success;
+    if (options.json)
+        print_json(found);
+    else if (only == nullptr)
+        print_table(found);
+    else if (is_answered(found.front().value))
+        print_line(to_text(found.front().value));
+    else
+        status = failure;
+
+    if (::geteuid() == 0) {
+        if (trace_log_refused())
+            print_error("the trace log cannot be opened, so this run left no trace");
+    } else if (const std::string names = names_that_may_need_root(found); !names.empty()) {
+        print_error("may need root: " + names);
+    }
+    return status;
+}
+
+int print_root_disk()
+{
+    print_line(root_disk());
+    return success;
 }

@@ -1,62 +1,84 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// orvane signature: whether a text carries a valid RSA signature.
-#include "command.h"
-#include "files.h"
-#include "quiet.h"
-#include "say.h"
+// orvane signature and orvane gpg: RSA signatures of texts, files signed with the built-in GPG key,
+// and texts encrypted to it.
+#include "commands.h"
+#include "input.h"
+#include "output.h"
+#include "owned_text.h"
+#include "result_message.h"
+#include "stderr_capture.h"
 
 #include "orvane.h"
 
-#include <memory>
+#include <cstdio>
+#include <stdexcept>
 #include <string>
 
 namespace {
 
-struct request {
-    std::string text_file;
-    std::string signature_file;
-};
-
-// The first of the lines in which the library says what was wrong.
-std::string reason_in(const std::string &lines)
+// The library's first line on standard error is the reason. It has none for a signature that does
+// not match.
+std::string reason_in(const std::string &messages)
 {
-    if (lines.empty())
+    if (messages.empty())
         return "it does not match the text";
-    const std::string reason = lines.substr(0, lines.find('\n'));
-    // The library's own spelling is for logs.
+    const std::string reason = messages.substr(0, messages.find('\n'));
     return reason == "Failed to decode base64 si11gnature" ? "it is not base64" : reason;
-}
-
-int verify(const request &wanted)
-{
-    const std::string text = text_in(wanted.text_file);
-    const std::string signature = text_in(wanted.signature_file);
-    bool is_valid = false;
-    std::string complaints;
-    {
-        const set_aside output(stdout);
-        const set_aside error(stderr);
-        is_valid = verify_signature(text.c_str(), signature.c_str());
-        complaints = error.text();
-    }
-    if (is_valid) {
-        say(wanted.text_file + ": valid");
-        return done;
-    }
-    complain(wanted.signature_file + ": no valid signature: " + reason_in(complaints));
-    return failed;
 }
 
 } // namespace
 
-void add_signature_command(CLI::App &app, action &chosen)
+int check_signature(const signature_options &options)
 {
-    const auto wanted = std::make_shared<request>();
-    CLI::App *const command = app.add_subcommand(
-        "signature", "Check an RSA signature under the key in /etc/orvane/public.pem");
-    command->add_option("TEXTFILE", wanted->text_file, "The text that was signed")->required();
-    command->add_option("SIGNATUREFILE", wanted->signature_file, "Its signature, in base64")
-        ->required();
-    command->callback([wanted, &chosen] { chosen = [wanted] { return verify(*wanted); }; });
+    const std::string text = read_text(options.text_file);
+    const std::string signature = read_text(options.signature_file);
+    bool is_valid = false;
+    std::string messages;
+    {
+        const stream_capture output(stdout);
+        const stream_capture error(stderr);
+        is_valid = verify_signature(text.c_str(), signature.c_str());
+        messages = error.text();
+    }
+    if (is_valid) {
+        print_line(options.text_file + ": valid");
+        return success;
+    }
+    print_error(options.signature_file + ": no valid signature: " + reason_in(messages));
+    return failure;
+}
+
+int verify_gpg_file(const gpg_options &options)
+{
+    char *buffer = nullptr;
+    unsigned int length = 0;
+    const int result = gpg_verify(options.file.c_str(), &buffer, &length);
+    const owned_text content(buffer);
+    if (result != ORVANE_OK)
+        throw std::runtime_error(options.file + ": " + result_message(result));
+    if (options.output.empty()) {
+        print_line(options.file + ": " + result_message(result));
+        return success;
+    }
+    if (!content)
+        throw std::runtime_error(options.file +
+                                 ": valid, but content of more than 4096 bytes is not handed over");
+    write_output(options.output, std::string(content.get(), length));
+    return success;
+}
+
+int encrypt_with_gpg(const gpg_options &options)
+{
+    const std::string text = read_input_text();
+    char *buffer = nullptr;
+    unsigned int length = 0;
+    const int result = gpg_encrypt(text.c_str(), &buffer, &length);
+    const owned_text message(buffer);
+    if (result != ORVANE_OK)
+        throw std::runtime_error(std::string("standard input: ") + result_message(result));
+    if (!message)
+        throw std::runtime_error("standard input: the message was not handed over");
+    write_output(options.output.empty() ? "-" : options.output, std::string(message.get(), length));
+    return success;
 }

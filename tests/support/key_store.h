@@ -24,8 +24,7 @@ inline texts operator+(texts first, const texts &rest)
     return first;
 }
 
-// A key store, which takes its agent along when it goes. Its path is short, because the agent's
-// sockets stand in it.
+// A key store. The destructor ends its agent, whose sockets need a short path.
 class key_store {
 public:
     key_store() : path_("/tmp/gpg.XXXXXX")
@@ -44,16 +43,16 @@ public:
 
     [[nodiscard]] const std::string &path() const { return path_; }
 
-    // What gpg prints when it works with this store.
+    // What gpg prints with this store.
     std::string gpg(const texts &arguments) const // NOLINT(modernize-use-nodiscard)
     {
         const auto ended = run(texts{"gpg", "--homedir", path_, "--batch", "--yes"} + arguments);
         if (ended.status != 0)
-            throw std::runtime_error("gpg says: " + ended.error);
+            throw std::runtime_error("gpg: " + ended.error);
         return ended.output;
     }
 
-    // From now on gpg works with this store at another time.
+    // The time of every later run of gpg with this store, such as "20990101T000000".
     void set_clock(const std::string &time) const
     {
         std::ofstream(path_ + "/gpg.conf") << "faked-system-time " << time << "\n";
@@ -70,7 +69,7 @@ private:
         return run_program(command, [] { return true; });
     }
 
-    // The agent is nobody's child. The end of a connection with it is its end.
+    // The agent is no child of this process. It has ended when a connection to it has.
     void end_agent() const
     {
         std::string socket =
@@ -82,15 +81,15 @@ private:
         socket.copy(address.sun_path, sizeof(address.sun_path) - 1);
         const int connection = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
         if (::connect(connection, reinterpret_cast<sockaddr *>(&address), sizeof(address)) == 0) {
-            constexpr std::string_view question = "GETINFO pid\n";
-            bool is_alive = ::write(connection, question.data(), question.size()) > 0;
-            std::string said;
-            for (char heard = 0; ::read(connection, &heard, 1) == 1;) {
-                said += heard;
-                // It greets first, and its answer is a line of its own.
-                const std::size_t answer = said.find("\nD ");
-                if (is_alive && heard == '\n' && answer != std::string::npos) {
-                    ::kill(std::stoi(said.substr(answer + 3)), SIGKILL);
+            constexpr std::string_view query = "GETINFO pid\n";
+            bool is_alive = ::write(connection, query.data(), query.size()) > 0;
+            std::string received;
+            for (char byte = 0; ::read(connection, &byte, 1) == 1;) {
+                received += byte;
+                // A greeting comes before the line with the answer.
+                const std::size_t answer = received.find("\nD ");
+                if (is_alive && byte == '\n' && answer != std::string::npos) {
+                    ::kill(std::stoi(received.substr(answer + 3)), SIGKILL);
                     is_alive = false;
                 }
             }

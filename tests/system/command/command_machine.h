@@ -21,21 +21,22 @@ inline std::ostream &operator<<(std::ostream &stream, const outcome &one)
                   << "\nstandard error: " << one.error;
 }
 
-// Status 0, and this on standard output alone.
 inline outcome printed(const std::string &output)
 {
     return {0, output, ""};
 }
 
-// Status 1, and this line on standard error alone.
-inline outcome complained(const std::string &line)
+// Status 1, and this message alone.
+inline outcome failed(const std::string &message)
 {
-    return {1, "", line};
+    return {1, "", "orvane: " + message + "\n"};
 }
 
-inline bool is_one_line(const std::string &text)
+// Status 1, and any message of one line.
+inline bool is_failure(const outcome &result)
 {
-    return std::count(text.begin(), text.end(), '\n') == 1 && text.ends_with('\n');
+    return result.status == 1 && result.output.empty() && result.error.starts_with("orvane: ") &&
+           result.error.find('\n') == result.error.size() - 1;
 }
 
 // So many bytes, of every value from the first on.
@@ -47,7 +48,7 @@ inline std::string every_byte(std::size_t size, std::size_t first = 0)
     return bytes;
 }
 
-// The installed command on a constructed machine, at a prefix that every user can reach.
+// A machine with the installed command, at a prefix that every user can reach.
 template <class Machine> class with_command : public Machine {
 protected:
     void furnish() override
@@ -55,7 +56,8 @@ protected:
         Machine::furnish();
         this->machine.show(STAGE, "/opt/orvane");
         this->machine.show(PRELOAD_DIRECTORY, "/opt/preloads");
-        this->machine.remove("/srv/output"); // what is written to /srv stays on this machine
+        this->machine.link("/dev/stdin", "/proc/self/fd/0");
+        this->machine.remove("/srv/output"); // makes /srv this machine's own
     }
 
     [[nodiscard]] outcome orvane(texts arguments, uid_t as_user = 0) const
@@ -64,30 +66,24 @@ protected:
         return this->machine.run(arguments, as_user);
     }
 
-    // The command, as a shell takes its words, with one of the tests' own libraries before all
-    // others in its process. Address sanitizer wants to stand there itself, but can do without.
-    [[nodiscard]] outcome preloaded(const std::string &library, const std::string &environment,
-                                    const std::string &words) const
-    {
-        return shell("LD_PRELOAD=/opt/preloads/" + library +
-                     ".so ASAN_OPTIONS=verify_asan_link_order=0 " + environment + " exec orvane " +
-                     words);
-    }
-
-    // What a shell does that knows the command. The processes that it starts have no entries in the
-    // machine's /proc, where the leak sanitizer would look.
+    // Shell commands in /srv that find the command. Their processes have no entries in the
+    // machine's /proc, which the leak sanitizer needs.
     [[nodiscard]] outcome shell(const std::string &commands) const
     {
         return this->machine.run({"/bin/sh", "-c",
-                                  "PATH=/opt/orvane/bin:$PATH; "
+                                  "cd /srv; PATH=/opt/orvane/bin:$PATH; "
                                   "export ASAN_OPTIONS=detect_leaks=0; " +
                                       commands});
     }
 
-    // The command with arguments and redirections as a shell takes them.
-    [[nodiscard]] outcome orvane_by_shell(const std::string &words) const
+    // The command with functions of the library replaced. Address sanitizer usually insists on
+    // being the first library of a process.
+    [[nodiscard]] outcome preloaded(const std::string &library, const std::string &environment,
+                                    const std::string &arguments) const
     {
-        return this->machine.run({"/bin/sh", "-c", "exec /opt/orvane/bin/orvane " + words});
+        return shell("LD_PRELOAD=/opt/preloads/" + library +
+                     ".so ASAN_OPTIONS=verify_asan_link_order=0 " + environment + " exec orvane " +
+                     arguments);
     }
 };
 

@@ -1,96 +1,47 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-//
-// Texts that gpg encrypts to the built-in key.
 #include "gpg_machine.h"
+
+#include <cstring>
 
 namespace {
 
-class encrypted_text : public gpg_machine {
-protected:
-    static handed_over encrypted(const std::string &text)
-    {
-        return asked(gpg_encrypt, text.c_str());
-    }
+class gpg_encryption : public gpg_machine {};
 
-    // Only whoever has the private half can read the message, and reads this text.
-    void expect_kept(const std::string &text)
-    {
-        const handed_over message = encrypted(text);
-        EXPECT_EQ(message.code, 0);
-        EXPECT_EQ(decrypted(message.text), text);
+// What gpg_encrypt returns where GPGME reports that it refuses these recipients.
+gpg_result result_of_refusing(const std::vector<const char *> &fingerprints)
+{
+    std::vector<_gpgme_invalid_key> refused(fingerprints.size());
+    for (std::size_t at = 0; at < refused.size(); ++at) {
+        refused[at].fpr = const_cast<char *>(fingerprints[at]);
+        refused[at].next = at + 1 < refused.size() ? &refused[at + 1] : nullptr;
     }
-
-    // Tells the library this time.
-    static void set_clock(std::time_t now)
-    {
-        interpose::time = [now](std::time_t *) { return now; };
-    }
-
-    // A key store that is there and stays as it is.
-    void close_key_store()
-    {
-        machine.file_system("/srv/keys", "mode=700");
-        machine.read_only("/srv/keys");
-        ::setenv("GNUPGHOME", "/srv/keys", 1);
-    }
-};
+    _gpgme_op_encrypt_result result = {};
+    result.invalid_recipients = refused.data();
+    interpose::gpgme_op_encrypt_result = [&result](gpgme_ctx_t) { return &result; };
+    return encrypt("hello\n");
+}
 
 } // namespace
 
-TEST_F(encrypted_text, is_an_armoured_message)
+TEST_F(gpg_encryption, makes_an_armoured_message_to_the_built_in_key)
 {
-    const std::string message = encrypted("hello\n").text;
-    EXPECT_TRUE(message.starts_with("-----BEGIN PGP MESSAGE-----\n")) << message;
-    EXPECT_TRUE(message.ends_with("\n-----END PGP MESSAGE-----\n")) << message;
-}
-
-TEST_F(encrypted_text, is_terminated_and_its_length_is_that_of_the_text)
-{
-    char *message = nullptr;
-    unsigned int length = 0;
-    EXPECT_EQ(gpg_encrypt("hello\n", &message, &length), 0);
-    ASSERT_NE(message, nullptr);
-    EXPECT_EQ(message[length], '\0');
-    EXPECT_EQ(std::string(message).size(), length);
-    std::free(message);
-}
-
-TEST_F(encrypted_text, is_for_whoever_has_the_private_half_of_the_built_in_key)
-{
-    expect_kept("hello\n");
-}
-
-TEST_F(encrypted_text, may_be_empty)
-{
-    expect_kept("");
-}
-
-TEST_F(encrypted_text, may_be_one_character)
-{
-    expect_kept("x");
-}
-
-TEST_F(encrypted_text, may_be_a_mebibyte)
-{
-    expect_kept(std::string(1048575, 'x') + "y");
-}
-
-TEST_F(encrypted_text, may_have_every_byte_but_a_zero)
-{
-    std::string bytes;
+    std::string every_byte;
     for (int byte = 1; byte < 256; ++byte)
-        bytes += static_cast<char>(byte);
-    expect_kept(bytes + "\r\n\n\r" + bytes);
+        every_byte += static_cast<char>(byte);
+    for (const std::string &text :
+         {std::string("hello\n"), std::string(), std::string("x"),
+          every_byte + "\r\n\n\r" + every_byte, std::string(1048575, 'x') + "y"}) {
+        const gpg_result message = encrypt(text);
+        EXPECT_EQ(message.code, ORVANE_OK);
+        EXPECT_TRUE(message.text.starts_with("-----BEGIN PGP MESSAGE-----\n")) << message;
+        EXPECT_TRUE(message.text.ends_with("\n-----END PGP MESSAGE-----\n")) << message;
+        EXPECT_EQ(decrypted(message.text), text);
+    }
 }
 
-TEST_F(encrypted_text, ends_at_its_terminator)
+TEST_F(gpg_encryption, has_no_other_recipient)
 {
-    EXPECT_EQ(decrypted(asked(gpg_encrypt, "one\0two").text), "one");
-}
-
-TEST_F(encrypted_text, has_no_other_recipient)
-{
-    machine.file("/srv/message", encrypted("hello\n").text);
+    machine.file("/srv/message", encrypt("hello\n").text);
     const std::string packets = signers().gpg({"--list-packets", "/srv/message"});
     const std::size_t recipient = packets.find(":pubkey enc packet:");
     ASSERT_NE(recipient, std::string::npos);
@@ -98,101 +49,88 @@ TEST_F(encrypted_text, has_no_other_recipient)
     EXPECT_NE(packets.find("keyid " + fingerprint().substr(24)), std::string::npos);
 }
 
-TEST_F(encrypted_text, teaches_the_key_store_the_key)
+TEST_F(gpg_encryption, imports_the_built_in_key)
 {
     EXPECT_FALSE(user.has(fingerprint()));
-    EXPECT_EQ(gpg_encrypt("hello\n", nullptr, nullptr), 0);
+    EXPECT_EQ(encrypt("hello\n").code, ORVANE_OK);
     EXPECT_TRUE(user.has(fingerprint()));
 }
 
-TEST_F(encrypted_text, may_be_encrypted_again)
-{
-    expect_kept("one");
-    expect_kept("two");
-}
-
-TEST_F(encrypted_text, is_encrypted_in_silence)
-{
-    EXPECT_EQ(standard_error_of([] { gpg_encrypt("hello\n", nullptr, nullptr); }), "");
-    EXPECT_EQ(machine.trace(), texts{});
-}
-
-// What is not asked for.
-
-TEST_F(encrypted_text, tells_no_length_when_no_message_is_asked_for)
-{
-    unsigned int length = 4711;
-    EXPECT_EQ(gpg_encrypt("hello\n", nullptr, &length), 0);
-    EXPECT_EQ(length, 4711U);
-}
-
-TEST_F(encrypted_text, is_handed_over_when_no_length_is_asked_for)
+TEST_F(gpg_encryption, terminates_the_message_and_stores_only_what_is_wanted)
 {
     char *message = nullptr;
-    EXPECT_EQ(gpg_encrypt("hello\n", &message, nullptr), 0);
+    unsigned int length = 0;
+    EXPECT_EQ(gpg_encrypt("hello\n", &message, &length), ORVANE_OK);
+    ASSERT_NE(message, nullptr);
+    EXPECT_EQ(std::strlen(message), length);
+    std::free(message);
+
+    EXPECT_EQ(gpg_encrypt("hello\n", nullptr, nullptr), ORVANE_OK);
+    length = gpg_result::length_before;
+    EXPECT_EQ(gpg_encrypt("hello\n", nullptr, &length), ORVANE_OK);
+    EXPECT_EQ(length, gpg_result::length_before);
+    EXPECT_EQ(gpg_encrypt("hello\n", &message, nullptr), ORVANE_OK);
     EXPECT_EQ(decrypted(owned_text(message).value()), "hello\n");
 }
 
-// What cannot be encrypted.
-
-TEST_F(encrypted_text, is_none_at_all)
+TEST_F(gpg_encryption, refuses_a_null_text)
 {
-    EXPECT_EQ(asked(gpg_encrypt, nullptr), nothing_stored(44));
+    EXPECT_EQ(result_of(gpg_encrypt, nullptr), nothing_stored(ORVANE_GPG_TEXT_NOT_TAKEN));
 }
 
-TEST_F(encrypted_text, is_not_encrypted_to_a_key_that_expired)
+TEST_F(gpg_encryption, fails_for_an_expired_key)
 {
     signers().gpg({"--quick-set-expire", fingerprint(), "1d"});
-    introduce(fingerprint());
+    import_for_user(fingerprint());
     user.set_clock("20990101T000000");
-    EXPECT_EQ(encrypted("hello\n"), nothing_stored(45));
+    EXPECT_EQ(encrypt("hello\n"), nothing_stored(ORVANE_GPG_ENCRYPT_FAILED));
 }
 
-TEST_F(encrypted_text, is_not_encrypted_in_silence)
+TEST_F(gpg_encryption, fails_where_the_first_refused_recipient_is_the_key)
 {
-    close_key_store();
-    EXPECT_EQ(standard_error_of([] { gpg_encrypt("hello\n", nullptr, nullptr); }), "");
-    EXPECT_EQ(machine.trace(), texts{});
+    const std::string key = fingerprint();
+    const std::string id = key.substr(24);
+    const char *const other = "0123456789ABCDEF0123456789ABCDEF01234567";
+    for (const auto &refused : std::vector<std::vector<const char *>>{
+             {key.c_str()},
+             {key.c_str(), other},
+         })
+        EXPECT_EQ(result_of_refusing(refused), nothing_stored(ORVANE_GPG_KEY_MISSING));
+    for (const auto &refused : std::vector<std::vector<const char *>>{
+             {}, {other}, {other, key.c_str()}, {id.c_str()}, {nullptr}})
+        EXPECT_EQ(decrypted(result_of_refusing(refused).text), "hello\n");
 }
 
-// A key that did not get into the key store, and the clock.
-
-TEST_F(encrypted_text, lacks_its_key)
+TEST_F(gpg_encryption, fails_where_gpgme_yields_no_key)
 {
-    close_key_store();
-    EXPECT_EQ(encrypted("hello\n"), nothing_stored(14));
+    interpose::gpgme_get_key = [](gpgme_ctx_t, const char *, gpgme_key_t *key, int) {
+        *key = nullptr;
+        return gpgme_error_t{0};
+    };
+    EXPECT_EQ(encrypt("hello\n"), nothing_stored(ORVANE_GPG_KEY_MISSING));
 }
 
-TEST_F(encrypted_text, lacks_its_key_by_a_clock_that_stands_before_its_creation)
+TEST_F(gpg_encryption, reports_a_clock_before_the_creation_of_a_missing_key)
 {
-    close_key_store();
-    set_clock(creation_time() - 1);
-    EXPECT_EQ(encrypted("hello\n"), nothing_stored(15));
+    use_read_only_key_store();
+    const struct {
+        std::time_t now;
+        int code;
+    } clocks[] = {
+        {creation_time() - 1, ORVANE_GPG_CLOCK_TOO_EARLY},
+        {creation_time(), ORVANE_GPG_KEY_MISSING},
+        {creation_time() + 1, ORVANE_GPG_KEY_MISSING},
+        {0, ORVANE_GPG_CLOCK_TOO_EARLY},
+        {-1, ORVANE_GPG_KEY_MISSING}, // the greatest time, without a sign
+    };
+    for (const auto &clock : clocks) {
+        interpose::time = [&clock](std::time_t *) { return clock.now; };
+        EXPECT_EQ(encrypt("hello\n"), nothing_stored(clock.code)) << clock.now;
+    }
 }
 
-TEST_F(encrypted_text, lacks_its_key_at_the_second_of_its_creation)
+TEST_F(gpg_encryption, works_by_any_clock_where_the_key_is_known)
 {
-    close_key_store();
-    set_clock(creation_time());
-    EXPECT_EQ(encrypted("hello\n"), nothing_stored(14));
-}
-
-TEST_F(encrypted_text, lacks_its_key_by_a_clock_at_the_beginning_of_time)
-{
-    close_key_store();
-    set_clock(0);
-    EXPECT_EQ(encrypted("hello\n"), nothing_stored(15));
-}
-
-TEST_F(encrypted_text, lacks_its_key_by_a_clock_before_the_beginning_of_time)
-{
-    close_key_store();
-    set_clock(-1); // the last of all seconds, as an unsigned number
-    EXPECT_EQ(encrypted("hello\n"), nothing_stored(14));
-}
-
-TEST_F(encrypted_text, is_encrypted_by_any_clock_where_the_key_is_known)
-{
-    set_clock(0);
-    expect_kept("hello\n");
+    interpose::time = [](std::time_t *) { return std::time_t{0}; };
+    EXPECT_EQ(decrypted(encrypt("hello\n").text), "hello\n");
 }

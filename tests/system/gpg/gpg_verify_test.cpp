@@ -1,189 +1,378 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-//
-// Files that the built-in key signed, verified by gpg.
 #include "gpg_machine.h"
 
-#include <malloc.h>
+#include <algorithm>
+#include <cctype>
+#include <optional>
 
 namespace {
 
-class verified_file : public gpg_machine {
-protected:
-    static handed_over verified(const std::string &path) { return asked(gpg_verify, path.c_str()); }
+class gpg_verification : public gpg_machine {};
 
-    // Hands over this content and no byte more or less.
-    void expect_handed_over(const std::string &content)
-    {
-        EXPECT_EQ(verified(signed_file(content)),
-                  (handed_over{0, content, static_cast<unsigned int>(content.size())}));
-    }
-    void expect_not_handed_over(const std::string &content)
-    {
-        EXPECT_EQ(verified(signed_file(content)),
-                  (handed_over{0, "(null)", handed_over::no_length}));
-    }
-
-    // The user trusts the key like one of his own.
-    void trust(const std::string &key)
-    {
-        machine.file("/srv/trust", key + ":6:\n");
-        user.gpg({"--import-ownertrust", "/srv/trust"});
-    }
+// A file that is refused, and the reason.
+struct refused_file : named_case {
+    std::string (*make)(gpg_machine &);
+    int code;
 };
 
-struct form : named_case {
-    texts options;
+class gpg_refusal : public gpg_verification, public testing::WithParamInterface<refused_file> {};
+
+std::string file_with(gpg_machine &on, std::string_view content)
+{
+    on.machine.file("/srv/file", content);
+    return "/srv/file";
+}
+
+std::string signed_uncompressed(gpg_machine &on)
+{
+    return on.machine.content(on.signed_file("hello\n", {"--compress-algo", "none", "--sign"}));
+}
+
+// Written by gpg with the key "other", which the user does or does not know.
+std::string by_known_other(gpg_machine &on, const texts &options)
+{
+    on.make_other_key();
+    on.import_for_user("other");
+    return on.written_by_gpg("hello\n", options);
+}
+
+std::string by_unknown_other(gpg_machine &on, const texts &options)
+{
+    on.make_other_key();
+    return on.written_by_gpg("hello\n", options);
+}
+
+const refused_file refused_files[] = {
+    {{"an_unknown_signer"},
+     [](gpg_machine &on) {
+         return by_unknown_other(on, {"-u", "other", "--sign"});
+     },
+     ORVANE_GPG_KEY_MISSING},
+    {{"another_signer"},
+     [](gpg_machine &on) {
+         return by_known_other(on, {"-u", "other", "--sign"});
+     },
+     ORVANE_GPG_OTHER_SIGNER},
+    {{"another_signer_of_clear_text"},
+     [](gpg_machine &on) {
+         return by_known_other(on, {"-u", "other", "--clearsign"});
+     },
+     ORVANE_GPG_OTHER_SIGNER},
+    {{"another_second_signer"},
+     [](gpg_machine &on) {
+         return by_known_other(on, {"-u", on.fingerprint(), "-u", "other", "--sign"});
+     },
+     ORVANE_GPG_OTHER_SIGNER},
+    {{"another_first_signer"},
+     [](gpg_machine &on) {
+         return by_known_other(on, {"-u", "other", "-u", on.fingerprint(), "--sign"});
+     },
+     ORVANE_GPG_OTHER_SIGNER},
+    {{"an_unknown_second_signer"},
+     [](gpg_machine &on) {
+         return by_unknown_other(on, {"-u", on.fingerprint(), "-u", "other", "--sign"});
+     },
+     ORVANE_GPG_OTHER_SIGNER},
+    {{"an_unknown_first_signer"},
+     [](gpg_machine &on) {
+         return by_unknown_other(on, {"-u", "other", "-u", on.fingerprint(), "--sign"});
+     },
+     ORVANE_GPG_KEY_MISSING},
+    {{"altered_content"},
+     [](gpg_machine &on) {
+         std::string content = signed_uncompressed(on);
+         content[content.find("hello")] = 'j';
+         return file_with(on, content);
+     },
+     ORVANE_GPG_SIGNATURE_RED},
+    {{"altered_clear_text"},
+     [](gpg_machine &on) {
+         std::string content = on.machine.content(on.signed_file("hello\n", {"--clearsign"}));
+         content[content.find("hello")] = 'j';
+         return file_with(on, content);
+     },
+     ORVANE_GPG_SIGNATURE_RED},
+    {{"an_altered_signature"},
+     [](gpg_machine &on) {
+         std::string content = signed_uncompressed(on);
+         content.back() = static_cast<char>(content.back() ^ 1);
+         return file_with(on, content);
+     },
+     ORVANE_GPG_SIGNATURE_RED},
+    {{"a_detached_signature"},
+     [](gpg_machine &on) { return on.signed_file("hello\n", {"--detach-sign"}); },
+     ORVANE_GPG_SIGNATURE_RED},
+    {{"a_truncated_signature"},
+     [](gpg_machine &on) {
+         const std::string content = signed_uncompressed(on);
+         return file_with(on, content.substr(0, content.size() - 1));
+     },
+     ORVANE_GPG_VERIFY_FAILED},
+    {{"an_expired_signature"},
+     [](gpg_machine &on) {
+         const std::string path =
+             on.signed_file("hello\n", {"--default-sig-expire", "1d", "--sign"});
+         on.user.set_clock("20990101T000000");
+         return path;
+     },
+     ORVANE_GPG_SIGNATURE_INVALID},
+    {{"an_expired_key"},
+     [](gpg_machine &on) {
+         const std::string path = on.signed_file();
+         on.signers().gpg({"--quick-set-expire", on.fingerprint(), "1d"});
+         on.import_for_user(on.fingerprint());
+         on.user.set_clock("20990101T000000");
+         return path;
+     },
+     ORVANE_GPG_SIGNATURE_INVALID},
+    {{"an_unsigned_file"},
+     [](gpg_machine &on) { return on.written_by_gpg("hello\n", {"--store"}); },
+     ORVANE_GPG_NO_SIGNATURE},
+    {{"an_encrypted_file"},
+     [](gpg_machine &on) {
+         return on.written_by_gpg("hello\n",
+                                  {"--trust-model", "always", "-r", on.fingerprint(), "--encrypt"});
+     },
+     ORVANE_GPG_NO_SIGNATURE},
+    {{"an_encrypted_signed_file"},
+     [](gpg_machine &on) {
+         return on.signed_file(
+             "hello\n", {"--trust-model", "always", "-r", on.fingerprint(), "--sign", "--encrypt"});
+     },
+     ORVANE_GPG_NO_SIGNATURE},
+    {{"plain_text"},
+     [](gpg_machine &on) { return file_with(on, "hello\n"); },
+     ORVANE_GPG_VERIFY_FAILED},
+    {{"an_empty_file"},
+     [](gpg_machine &on) { return file_with(on, ""); },
+     ORVANE_GPG_VERIFY_FAILED},
+    {{"a_missing_file"},
+     [](gpg_machine &) -> std::string { return "/srv/missing"; },
+     ORVANE_GPG_FILE_UNREADABLE},
+    {{"a_directory"},
+     [](gpg_machine &) -> std::string { return "/srv"; },
+     ORVANE_GPG_FILE_UNREADABLE},
 };
 
-class signed_form : public verified_file, public testing::WithParamInterface<form> {};
+std::string lower_case(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char letter) { return std::tolower(letter); });
+    return text;
+}
 
-const form forms[] = {
-    {"binary", {"--sign"}},
-    {"armoured", {"--armor", "--sign"}},
-    {"not_compressed", {"--compress-algo", "none", "--sign"}},
-    {"compressed_by_zip", {"--compress-algo", "zip", "--sign"}},
-    {"compressed_by_zlib", {"--compress-algo", "zlib", "--sign"}},
-    {"compressed_by_bzip2", {"--compress-algo", "bzip2", "--sign"}},
-    {"clear_signed", {"--clearsign"}},
-    {"in_text_mode", {"--textmode", "--sign"}},
+// A signature as GPGME reports it.
+struct reported_signature {
+    std::optional<std::string> signer;
+    unsigned int summary = 0;
+    unsigned int status = 0;
 };
+
+struct report {
+    const char *name;
+    std::vector<reported_signature> signatures;
+    int code;
+};
+
+// What gpg_verify returns for a signed file where GPGME reports these signatures instead.
+int code_for(const std::string &path, const std::vector<reported_signature> &reported)
+{
+    std::vector<_gpgme_signature> signatures(reported.size());
+    for (std::size_t at = 0; at < reported.size(); ++at) {
+        const auto &signer = reported[at].signer;
+        signatures[at].fpr = signer ? const_cast<char *>(signer->c_str()) : nullptr;
+        signatures[at].summary = static_cast<gpgme_sigsum_t>(reported[at].summary);
+        signatures[at].status = reported[at].status;
+        signatures[at].next = at + 1 < reported.size() ? &signatures[at + 1] : nullptr;
+    }
+    _gpgme_op_verify_result result = {};
+    result.signatures = signatures.empty() ? nullptr : signatures.data();
+    interpose::gpgme_op_verify_result = [&result](gpgme_ctx_t) { return &result; };
+    const gpg_result verified = verify(path);
+    interpose::gpgme_op_verify_result.reset();
+    EXPECT_EQ(verified, verified.code == 0 ? stored("hello\n") : nothing_stored(verified.code));
+    return verified.code;
+}
 
 } // namespace
 
-TEST_P(signed_form, is_good_without_trust_in_the_key_and_its_content_handed_over)
+TEST_F(gpg_verification, accepts_every_form_of_a_file_that_the_built_in_key_signed)
 {
-    EXPECT_EQ(verified(signed_file("hello\n", GetParam().options)), (handed_over{0, "hello\n", 6}));
+    const texts forms[] = {
+        {"--sign"},
+        {"--armor", "--sign"},
+        {"--compress-algo", "none", "--sign"},
+        {"--compress-algo", "zip", "--sign"},
+        {"--compress-algo", "zlib", "--sign"},
+        {"--compress-algo", "bzip2", "--sign"},
+        {"--clearsign"},
+        {"--textmode", "--sign"},
+    };
+    for (const texts &form : forms)
+        EXPECT_EQ(verify(signed_file("hello\n", form)), stored("hello\n"))
+            << form.at(1 % form.size());
 }
 
-INSTANTIATE_TEST_SUITE_P(of, signed_form, testing::ValuesIn(forms));
-
-TEST_F(verified_file, teaches_the_key_store_the_key)
+TEST_F(gpg_verification, imports_the_built_in_key)
 {
     const std::string path = signed_file();
     EXPECT_FALSE(user.has(fingerprint()));
-    EXPECT_EQ(gpg_verify(path.c_str(), nullptr, nullptr), 0);
+    EXPECT_EQ(verify(path), stored("hello\n"));
     EXPECT_TRUE(user.has(fingerprint()));
+    EXPECT_EQ(verify(path), stored("hello\n"));
 }
 
-TEST_F(verified_file, may_be_verified_again)
+TEST_F(gpg_verification, accepts_an_expired_signature_of_a_trusted_key)
 {
-    const std::string path = signed_file();
-    EXPECT_EQ(verified(path), (handed_over{0, "hello\n", 6}));
-    EXPECT_EQ(verified(path), (handed_over{0, "hello\n", 6}));
-}
-
-TEST_F(verified_file, is_good_when_its_key_is_trusted)
-{
-    introduce(fingerprint());
-    trust(fingerprint());
-    EXPECT_EQ(verified(signed_file()), (handed_over{0, "hello\n", 6}));
-}
-
-TEST_F(verified_file, is_good_when_the_built_in_key_signed_it_twice)
-{
-    // Announcement, content, signature: the first and the last stand there once more.
-    const std::string once =
-        machine.content(signed_file("hello\n", {"--compress-algo", "none", "--sign"}));
-    const std::size_t content_ends = 15U + 2U + static_cast<unsigned char>(once.at(16));
-    const std::string not_the_last = once.substr(0, 14) + std::string(1, '\0');
-    machine.file("/srv/twice", not_the_last + once + once.substr(content_ends));
-    EXPECT_EQ(verified("/srv/twice"), (handed_over{0, "hello\n", 6}));
-}
-
-TEST_F(verified_file, is_good_past_its_expiry_when_its_key_is_trusted)
-{
-    introduce(fingerprint());
-    trust(fingerprint());
+    import_for_user(fingerprint());
+    machine.file("/srv/trust", fingerprint() + ":6:\n");
+    user.gpg({"--import-ownertrust", "/srv/trust"});
+    EXPECT_EQ(verify(signed_file()), stored("hello\n"));
     const std::string path = signed_file("hello\n", {"--default-sig-expire", "1d", "--sign"});
     user.set_clock("20990101T000000");
-    EXPECT_EQ(verified(path), (handed_over{0, "hello\n", 6}));
+    EXPECT_EQ(verify(path), stored("hello\n"));
+}
+
+TEST_F(gpg_verification, accepts_two_signatures_of_the_built_in_key)
+{
+    // One-pass packet, content, signature: the first and the last once more around them.
+    const std::string once = signed_uncompressed(*this);
+    const std::size_t content_end = 15U + 2U + static_cast<unsigned char>(once.at(16));
+    const std::string not_the_last = once.substr(0, 14) + std::string(1, '\0');
+    EXPECT_EQ(verify(file_with(*this, not_the_last + once + once.substr(content_end))),
+              stored("hello\n"));
 }
 
 // The content.
 
-TEST_F(verified_file, may_have_no_content)
-{
-    const std::string path = signed_file("");
-    char *content = nullptr;
-    unsigned int length = 4711;
-    EXPECT_EQ(gpg_verify(path.c_str(), &content, &length), 0);
-    EXPECT_NE(content, nullptr);
-    EXPECT_EQ(length, 0U);
-    std::free(content);
-}
-
-TEST_F(verified_file, hands_over_one_byte)
-{
-    expect_handed_over("x");
-}
-
-TEST_F(verified_file, hands_over_4095_bytes)
-{
-    expect_handed_over(std::string(4094, 'x') + "y");
-}
-
-TEST_F(verified_file, hands_over_4096_bytes)
-{
-    expect_handed_over(std::string(4095, 'x') + "y");
-}
-
-TEST_F(verified_file, does_not_hand_over_4097_bytes)
-{
-    expect_not_handed_over(std::string(4097, 'x'));
-}
-
-TEST_F(verified_file, does_not_hand_over_a_mebibyte)
-{
-    expect_not_handed_over(std::string(1048576, 'x'));
-}
-
-TEST_F(verified_file, hands_over_every_byte)
+TEST_F(gpg_verification, stores_content_of_at_most_4096_bytes)
 {
     std::string every_byte;
     for (int byte = 0; byte < 256; ++byte)
         every_byte += static_cast<char>(byte);
-    expect_handed_over(every_byte + "\r\n\n\r" + every_byte);
+    for (const std::string &content :
+         {std::string(), std::string("x"), every_byte + "\r\n\n\r" + every_byte,
+          std::string(4094, 'x') + "y", std::string(4095, 'x') + "y"})
+        EXPECT_EQ(verify(signed_file(content)), stored(content)) << content.size();
+    for (const std::size_t size : {4097U, 1048576U})
+        EXPECT_EQ(verify(signed_file(std::string(size, 'x'))), null_stored()) << size;
 }
 
-TEST_F(verified_file, is_handed_over_without_room_for_a_terminator)
+TEST_F(gpg_verification, stores_only_what_is_wanted)
 {
-    // 24 bytes fill the smallest block of the C library; one more takes the next size.
-    const std::string path = signed_file(std::string(24, 'x'));
+    const std::string path = signed_file();
+    EXPECT_EQ(gpg_verify(path.c_str(), nullptr, nullptr), ORVANE_OK);
+    unsigned int length = gpg_result::length_before;
+    EXPECT_EQ(gpg_verify(path.c_str(), nullptr, &length), ORVANE_OK);
+    EXPECT_EQ(length, gpg_result::length_before);
     char *content = nullptr;
-    unsigned int length = 0;
-    EXPECT_EQ(gpg_verify(path.c_str(), &content, &length), 0);
-    EXPECT_EQ(::malloc_usable_size(content), 24U);
-    std::free(content);
-}
-
-// What is not asked for.
-
-TEST_F(verified_file, is_good_when_neither_content_nor_length_is_asked_for)
-{
-    EXPECT_EQ(gpg_verify(signed_file().c_str(), nullptr, nullptr), 0);
-}
-
-TEST_F(verified_file, tells_no_length_when_no_content_is_asked_for)
-{
-    unsigned int length = 4711;
-    EXPECT_EQ(gpg_verify(signed_file().c_str(), nullptr, &length), 0);
-    EXPECT_EQ(length, 4711U);
-}
-
-TEST_F(verified_file, hands_over_content_when_no_length_is_asked_for)
-{
-    char *content = nullptr;
-    EXPECT_EQ(gpg_verify(signed_file().c_str(), &content, nullptr), 0);
+    EXPECT_EQ(gpg_verify(path.c_str(), &content, nullptr), ORVANE_OK);
     ASSERT_NE(content, nullptr);
     EXPECT_EQ(std::string(content, 6), "hello\n");
     std::free(content);
+
+    char untouched = 'u';
+    content = &untouched;
+    EXPECT_EQ(gpg_verify(signed_file(std::string(4097, 'x')).c_str(), &content, nullptr),
+              ORVANE_OK);
+    EXPECT_EQ(content, nullptr);
 }
 
-TEST_F(verified_file, hands_over_no_long_content_when_no_length_is_asked_for)
+// What is refused.
+
+TEST_P(gpg_refusal, has_a_code_and_stores_nothing)
 {
-    const std::string path = signed_file(std::string(4097, 'x'));
-    char untouched = 'u';
-    char *content = &untouched;
-    EXPECT_EQ(gpg_verify(path.c_str(), &content, nullptr), 0);
-    EXPECT_EQ(content, nullptr);
+    const std::string path = GetParam().make(*this);
+    EXPECT_EQ(verify(path), nothing_stored(GetParam().code));
+    EXPECT_EQ(gpg_verify(path.c_str(), nullptr, nullptr), GetParam().code);
+}
+
+INSTANTIATE_TEST_SUITE_P(of, gpg_refusal, testing::ValuesIn(refused_files));
+
+TEST_F(gpg_verification, refuses_a_null_path)
+{
+    EXPECT_EQ(result_of(gpg_verify, nullptr), nothing_stored(ORVANE_GPG_FILE_UNREADABLE));
+}
+
+TEST_F(gpg_verification, reads_with_the_rights_of_the_caller)
+{
+    const std::string path = signed_file();
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+    const other_user caller;
+    EXPECT_EQ(verify(path), nothing_stored(ORVANE_GPG_FILE_UNREADABLE));
+}
+
+TEST_F(gpg_verification, judges_the_first_signature_and_then_every_signer)
+{
+    enum : unsigned int {
+        valid = GPGME_SIGSUM_VALID,
+        green = GPGME_SIGSUM_GREEN,
+        red = GPGME_SIGSUM_RED,
+        missing = GPGME_SIGSUM_KEY_MISSING,
+        revoked = GPGME_SIGSUM_KEY_REVOKED,
+        conflict = GPGME_SIGSUM_TOFU_CONFLICT,
+        // Codes of errors, below the number of their source.
+        bad = GPG_ERR_BAD_SIGNATURE,
+        no_key = GPG_ERR_NO_PUBKEY,
+        gpgme = static_cast<unsigned int>(GPG_ERR_SOURCE_GPGME) << 24U,
+    };
+    const std::string key = fingerprint();
+    const std::string id = key.substr(24);
+    const std::string other = "0123456789ABCDEF0123456789ABCDEF01234567";
+    const report reports[] = {
+        {"nothing", {}, ORVANE_GPG_NO_SIGNATURE},
+        // Good, however bad the rest is.
+        {"no error", {{key}}, ORVANE_OK},
+        {"no error of a source", {{key, 0, gpgme}}, ORVANE_OK},
+        {"no error below a foreign bit", {{key, 0, 0x10000}}, ORVANE_OK},
+        {"no error but bits", {{key, red | missing, 0}}, ORVANE_OK},
+        {"valid", {{key, valid, bad}}, ORVANE_OK},
+        {"green", {{key, green, bad}}, ORVANE_OK},
+        {"valid and bits", {{key, valid | red | missing, bad}}, ORVANE_OK},
+        {"green and bits", {{key, green | red | missing, bad}}, ORVANE_OK},
+        // Otherwise the first reason of these.
+        {"missing", {{key, missing, no_key}}, ORVANE_GPG_KEY_MISSING},
+        {"missing, red and bad", {{key, missing | red, bad}}, ORVANE_GPG_KEY_MISSING},
+        {"red", {{key, red, no_key}}, ORVANE_GPG_SIGNATURE_RED},
+        {"red, bad and bits", {{key, red | revoked, bad}}, ORVANE_GPG_SIGNATURE_RED},
+        {"bad", {{key, 0, bad}}, ORVANE_GPG_SIGNATURE_BAD},
+        {"bad of a source", {{key, 0, gpgme | bad}}, ORVANE_GPG_SIGNATURE_BAD},
+        {"bad below a foreign bit", {{key, 0, 0x10000 | bad}}, ORVANE_GPG_SIGNATURE_BAD},
+        {"bad and bits", {{key, revoked | conflict, bad}}, ORVANE_GPG_SIGNATURE_BAD},
+        {"another error", {{key, 0, no_key}}, ORVANE_GPG_SIGNATURE_INVALID},
+        {"a code with the bits of bad", {{key, 0, 0x100 | bad}}, ORVANE_GPG_SIGNATURE_INVALID},
+        {"a system error", {{key, 0, 0x8000 | bad}}, ORVANE_GPG_SIGNATURE_INVALID},
+        {"revoked", {{key, revoked, GPG_ERR_CERT_REVOKED}}, ORVANE_GPG_SIGNATURE_INVALID},
+        {"an unnamed bit", {{key, 8, no_key}}, ORVANE_GPG_SIGNATURE_INVALID},
+        // The first signature alone.
+        {"a red second signature", {{key}, {key, red, bad}}, ORVANE_OK},
+        {"a red first signature", {{key, red, bad}, {key, valid}}, ORVANE_GPG_SIGNATURE_RED},
+        {"a red signature of another", {{other, red, bad}}, ORVANE_GPG_SIGNATURE_RED},
+        // The signer.
+        {"the long key ID", {{id}}, ORVANE_OK},
+        {"the fingerprint and the ID", {{key}, {id}, {key}}, ORVANE_OK},
+        {"the fingerprint in lower case", {{lower_case(key)}}, ORVANE_GPG_OTHER_SIGNER},
+        {"the short key ID", {{key.substr(32)}}, ORVANE_GPG_OTHER_SIGNER},
+        {"the start of the fingerprint", {{key.substr(0, 39)}}, ORVANE_GPG_OTHER_SIGNER},
+        {"the end of the fingerprint", {{key.substr(1)}}, ORVANE_GPG_OTHER_SIGNER},
+        {"more than the fingerprint", {{key + "0"}}, ORVANE_GPG_OTHER_SIGNER},
+        {"more than the ID", {{id + "0"}}, ORVANE_GPG_OTHER_SIGNER},
+        {"an empty fingerprint", {{""}}, ORVANE_GPG_OTHER_SIGNER},
+        {"no fingerprint", {{std::nullopt}}, ORVANE_GPG_OTHER_SIGNER},
+        {"another first of two", {{other}, {key}}, ORVANE_GPG_OTHER_SIGNER},
+        {"another second of three", {{key}, {other}, {key}}, ORVANE_GPG_OTHER_SIGNER},
+        {"another third of three", {{key}, {key}, {other}}, ORVANE_GPG_OTHER_SIGNER},
+    };
+    const std::string path = signed_file();
+    for (const report &one : reports)
+        EXPECT_EQ(code_for(path, one.signatures), one.code) << one.name;
+    // An ID of digits alone has no lower case.
+    EXPECT_EQ(code_for(path, {{lower_case(id)}}),
+              lower_case(id) == id ? ORVANE_OK : ORVANE_GPG_OTHER_SIGNER);
+}
+
+TEST_F(gpg_verification, finds_no_signature_without_a_result)
+{
+    interpose::gpgme_op_verify_result = [](gpgme_ctx_t) { return nullptr; };
+    EXPECT_EQ(verify(signed_file()), nothing_stored(ORVANE_GPG_NO_SIGNATURE));
 }

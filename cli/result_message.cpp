@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "words.h"
+#include "result_message.h"
 
 #include "orvane.h"
 
-const char *in_words(int result)
+const char *result_message(int result)
 {
     switch (result) {
     case ORVANE_OK:

@@ -1,13 +1,13 @@
 /* SPDX-License-Identifier: LGPL-2.1-or-later
  *
- * Stands before liborvane in a process and gives the results that the environment names, with
- * nothing handed over: some come from no input that a test could make.
+ * Replaces functions of liborvane: they return $RESULT and store nothing. No input leads to some of
+ * the results.
  */
 #include "orvane.h"
 
 #include <stdlib.h>
 
-static int named(const char *variable)
+static int number_in(const char *variable)
 {
     const char *const value = getenv(variable);
     return value != NULL ? atoi(value) : 0;
@@ -18,7 +18,7 @@ int gpg_verify(const char *path, char **content, unsigned int *length)
     (void)path;
     (void)length;
     *content = NULL;
-    return named("RESULT");
+    return number_in("RESULT");
 }
 
 int gpg_encrypt(const char *text, char **message, unsigned int *length)
@@ -26,7 +26,7 @@ int gpg_encrypt(const char *text, char **message, unsigned int *length)
     (void)text;
     (void)length;
     *message = NULL;
-    return named("RESULT");
+    return number_in("RESULT");
 }
 
 int base64_decode(const char *text, int length, void *data, unsigned int *size)
@@ -34,6 +34,6 @@ int base64_decode(const char *text, int length, void *data, unsigned int *size)
     (void)text;
     (void)length;
     (void)data;
-    *size = (unsigned int)named("SIZE");
-    return named("RESULT");
+    *size = (unsigned int)number_in("SIZE");
+    return number_in("RESULT");
 }

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// The subcommands. Each returns the exit status, and throws what it has to report in one line.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+enum exit_status {
+    success = 0,
+    failure = 1, // no answer, not valid, or output that cannot be written
+    misuse = 2,
+};
+
+// Arguments that the subcommand does not take.
+struct usage_error : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+struct show_options {
+    std::string name; // empty for all facts
+    bool json = false;
+};
+int show(const show_options &options);
+int print_root_disk();
+
+struct digest_options {
+    std::string algorithm;
+    std::string file;
+    std::string digest;
+};
+int check_digest(const digest_options &options);
+int check_digest_list(const std::string &path);
+
+struct signature_options {
+    std::string text_file;
+    std::string signature_file;
+};
+int check_signature(const signature_options &options);
+
+struct gpg_options {
+    std::string file;
+    std::string output; // empty where --output is not given
+};
+int verify_gpg_file(const gpg_options &options);
+int encrypt_with_gpg(const gpg_options &options);
+
+int encode_base64();
+int decode_base64();
+int convert_base64_to_url();
+int convert_base64_from_url();

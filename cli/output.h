@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+
+#include <string>
+
+// One line on standard error, with control characters replaced.
+void print_error(const std::string &message);
+
+// A line on standard output. Control characters are replaced on a terminal alone.
+void print_line(const std::string &line);
+
+// Writes to standard output where the path is "-" or names the same file. Any other file holds
+// either all of the bytes or its previous content afterwards. Throws where writing fails.
+void write_output(const std::string &path, const std::string &bytes);

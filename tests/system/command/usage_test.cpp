@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "command_machine.h"
+
+#include "orvane.h"
+
+#include <string>
+
+namespace {
+
+class usage : public command_machine {};
+
+#define MD5_OF_ABC "900150983cd24fb0d6963f7d28e17f72"
+
+} // namespace
+
+TEST_F(usage, is_refused_in_one_line_with_status_2)
+{
+    const std::string digest = "ALGORITHM, FILE and HEX, or --check SUMS, is required";
+    const std::string subcommand = "A subcommand is required";
+    const std::string md5 = "HEX: md5 has 32 hexadecimal digits";
+    const auto unexpected = [](const std::string &word) {
+        return "The following argument was not expected: " + word;
+    };
+    const struct {
+        texts words;
+        std::string message;
+    } misuses[] = {
+        {{"bogus"}, unexpected("bogus")},
+        {{"--bogus"}, unexpected("--bogus")},
+        {{""}, unexpected("")},
+        {{"show", "bogus"}, "NAME: unknown fact 'bogus'"},
+        {{"show", ""}, "NAME: unknown fact ''"},
+        {{"show", "two\nlines\x1b[31m"}, "NAME: unknown fact 'two lines [31m'"},
+        {{"show", "vendor", "model"}, unexpected("model")},
+        {{"show", "--bogus"}, unexpected("--bogus")},
+        {{"show", "--json", "vendor"}, "NAME excludes --json"},
+        {{"show", "root-disk"}, "NAME: unknown fact 'root-disk'"},
+        {{"root-disk", "bogus"}, unexpected("bogus")},
+        {{"digest"}, digest},
+        {{"digest", "md5"}, digest},
+        {{"digest", "md5", "f"}, digest},
+        {{"digest", "md5", "f", ""}, digest},
+        {{"digest", "md5", "f", MD5_OF_ABC, "x"}, unexpected("x")},
+        {{"digest", "sha512", "f", MD5_OF_ABC}, "ALGORITHM: sha256, sha1 or md5, not 'sha512'"},
+        {{"digest", "MD5", "f", MD5_OF_ABC}, "ALGORITHM: sha256, sha1 or md5, not 'MD5'"},
+        {{"digest", "sha256", "f", MD5_OF_ABC}, "HEX: sha256 has 64 hexadecimal digits"},
+        {{"digest", "sha1", "f", MD5_OF_ABC}, "HEX: sha1 has 40 hexadecimal digits"},
+        {{"digest", "md5", "f", "00150983cd24fb0d6963f7d28e17f72"}, md5},
+        {{"digest", "md5", "f", MD5_OF_ABC "0"}, md5},
+        {{"digest", "md5", "f", "g00150983cd24fb0d6963f7d28e17f72"}, md5},
+        {{"digest", "--check"}, "--check: 1 required TEXT missing"},
+        {{"digest", "--check", "a", "--check", "b"}, "--check: At Most 1 required but received 2"},
+        {{"digest", "--check", "a", "md5", "f", MD5_OF_ABC}, "--check excludes ALGORITHM"},
+        {{"signature"}, "TEXTFILE is required"},
+        {{"signature", "text"}, "SIGNATUREFILE is required"},
+        {{"signature", "text", "signature", "x"}, unexpected("x")},
+        {{"gpg"}, subcommand},
+        {{"gpg", "sign"}, subcommand},
+        {{"gpg", "verify"}, "FILE is required"},
+        {{"gpg", "verify", "a", "b"}, unexpected("b")},
+        {{"gpg", "verify", "f", "--output"}, "--output: 1 required TEXT missing"},
+        {{"gpg", "verify", "f", "--output", ""}, "--output: a file needs a name"},
+        {{"gpg", "encrypt", "--output", ""}, "--output: a file needs a name"},
+        {{"gpg", "encrypt", "f"}, unexpected("f")},
+        {{"base64"}, subcommand},
+        {{"base64", "recode"}, subcommand},
+        {{"base64", "encode", "f"}, unexpected("f")},
+    };
+    for (const auto &[words, message] : misuses)
+        EXPECT_EQ(orvane(words), (outcome{2, "", "orvane: " + message + " (see orvane --help)\n"}))
+            << testing::PrintToString(words);
+}
+
+TEST_F(usage, is_described_by_help)
+{
+    const struct {
+        texts words;
+        texts phrases;
+    } helps[] = {
+        {{}, {"Usage: orvane", "show", "root-disk", "digest", "signature", "gpg", "base64"}},
+        {{"show"},
+         {"Usage: orvane show", "NAME", "--json", "\n  root_device ", "\n  disk ", "\n  mac ",
+          "\n  system_uuid ", "\n  vendor ", "\n  model ", "\n  serial ", "\n  oem_info ",
+          "\n  manufacturer ", "\n  lenovo ", "\n  huawei_9x0 ", "\n  os_version "}},
+        {{"root-disk"}, {"Usage: orvane root-disk"}},
+        {{"digest"},
+         {"Usage: orvane digest", "ALGORITHM", "sha256, sha1 or md5", "FILE", "HEX", "--check"}},
+        {{"signature"},
+         {"Usage: orvane signature", "TEXTFILE", "SIGNATUREFILE", "/etc/orvane/public.pem"}},
+        {{"gpg"}, {"Usage: orvane gpg", "verify", "encrypt"}},
+        {{"gpg", "verify"}, {"Usage: orvane gpg verify", "FILE", "--output"}},
+        {{"gpg", "encrypt"}, {"Usage: orvane gpg encrypt", "--output"}},
+        {{"base64"}, {"Usage: orvane base64", "encode", "decode", "to-url", "from-url"}},
+    };
+    for (auto [words, phrases] : helps) {
+        words.emplace_back("--help");
+        const outcome help = orvane(words);
+        for (const std::string &phrase : phrases)
+            EXPECT_NE(help.output.find(phrase), std::string::npos) << phrase << " in " << help;
+        EXPECT_EQ(help.error, "");
+        EXPECT_EQ(help.status, 0);
+    }
+    EXPECT_EQ(orvane({"--version"}), printed("orvane " ORVANE_VERSION "\n"));
+}
+
+TEST_F(usage, messages_hold_no_control_characters_of_the_users_encoding)
+{
+    const auto message_in = [this](const std::string &locale) {
+        return machine
+            .run({"/usr/bin/env", "LC_ALL=" + locale, "/opt/orvane/bin/orvane", "digest", "--check",
+                  "M\xc3\xbc\xc2\x9b"
+                  "31m\x1b\xff"})
+            .error;
+    };
+    EXPECT_EQ(message_in("C.UTF-8"), "orvane: M\xc3\xbc 31m ?: No such file or directory\n");
+    EXPECT_EQ(message_in("C"), "orvane: M????31m ?: No such file or directory\n");
+}
