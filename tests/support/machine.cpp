@@ -174,9 +174,22 @@ void constructed_machine::bind(const std::string &from, const std::string &to, b
               "protect " + from);
 }
 
-// Lays a directory of links over a directory of the host, so that single entries can be changed.
+// Makes single entries of a directory of the host changeable: in a layer above it, or where the
+// kernel has no overlays, in a directory of links.
 void constructed_machine::shadow(const std::string &directory)
 {
+    const std::string layer = staging_ + "/layer" + directory;
+    fs::create_directories(layer + "/upper");
+    fs::create_directories(layer + "/work");
+    const std::string options =
+        "lowerdir=" + directory + ",upperdir=" + layer + "/upper,workdir=" + layer + "/work";
+    if (::mount("overlay", directory.c_str(), "overlay", MS_NOSUID, options.c_str()) == 0) {
+        mounts_.push_back(directory);
+        struct stat status = {};
+        check(::stat(directory.c_str(), &status), "stat " + directory);
+        file_systems_.push_back(status.st_dev);
+        return;
+    }
     const std::string kept = staging_ + "/host" + directory;
     fs::create_directories(kept);
     bind(directory, kept, false);

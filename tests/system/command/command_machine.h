@@ -54,8 +54,8 @@ protected:
     void furnish() override
     {
         Machine::furnish();
-        this->machine.show(STAGE, "/opt/orvane");
-        this->machine.show(PRELOAD_DIRECTORY, "/opt/preloads");
+        this->machine.show(build_folder() + "/stage", "/opt/orvane");
+        this->machine.show(build_folder() + "/tests/system/preloads", "/opt/preloads");
         this->machine.link("/dev/stdin", "/proc/self/fd/0");
         this->machine.remove("/srv/output"); // makes /srv this machine's own
     }
