@@ -28,13 +28,7 @@
 // be the library's.
 namespace {
 
-// What a disk answers: its identity, and behind it a letter for its kind.
-constexpr char disk_answers[] = "/dev/.answers";
-constexpr char whole_disk = 'D';
-constexpr char disk_partition = 'P';
-
-// What a card answers. The kernel knows its cards where nothing is at /sys, too.
-constexpr char card_answers[] = "/dev/.cards";
+using namespace answering_kernel;
 
 using path_text = std::array<char, 512>;
 using mac_address = std::array<unsigned char, 6>;
@@ -198,7 +192,8 @@ answered_is_wholedisk(blkid_probe probe) __asm__("blkid_probe_is_wholedisk");
 
 extern "C" int answered_open(const char *path, int flags, mode_t mode)
 {
-    const bool is_disk = std::string_view(path).starts_with("/dev/") && is_block_device(path);
+    const bool is_disk = (flags & O_DIRECTORY) == 0 &&
+                         std::string_view(path).starts_with("/dev/") && is_block_device(path);
     return is_disk ? open_disk(path, flags) : really_open(path, flags, mode);
 }
 
@@ -260,32 +255,3 @@ extern "C" int answered_is_wholedisk(blkid_probe probe)
                ? 1
                : 0;
 }
-
-namespace answering_kernel {
-
-void add_disk(constructed_machine &machine, const std::string &path, const std::string &model,
-              const std::string &serial, disk_kind kind)
-{
-    hd_driveid identity = {};
-    std::memset(identity.serial_no, ' ', sizeof identity.serial_no);
-    serial.copy(reinterpret_cast<char *>(identity.serial_no), sizeof identity.serial_no);
-    std::memset(identity.model, ' ', sizeof identity.model);
-    model.copy(reinterpret_cast<char *>(identity.model), sizeof identity.model);
-
-    std::string answers(reinterpret_cast<const char *>(&identity), sizeof identity);
-    answers += kind == disk_kind::whole ? whole_disk : disk_partition;
-    machine.block_device(path);
-    machine.file(disk_answers + path.substr(path.rfind('/')), answers);
-}
-
-void add_card(constructed_machine &machine, const std::string &name, const std::string &current,
-              const std::string &permanent, const std::string &device)
-{
-    const std::string answers = std::string(card_answers) + "/" + name;
-    machine.file(answers + "/address", current + "\n");
-    machine.file(answers + "/permanent_address", permanent + "\n");
-    machine.directory(device);
-    machine.link("/sys/class/net/" + name + "/device", device);
-}
-
-} // namespace answering_kernel

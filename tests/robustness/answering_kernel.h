@@ -11,6 +11,14 @@
 // which defines the same functions.
 namespace answering_kernel {
 
+// What a disk answers: its identity, and behind it a letter for its kind.
+inline constexpr char disk_answers[] = "/dev/.answers";
+inline constexpr char whole_disk = 'D';
+inline constexpr char disk_partition = 'P';
+
+// What a card answers. The kernel knows its cards where nothing is in /sys, too.
+inline constexpr char card_answers[] = "/dev/.cards";
+
 enum class disk_kind { whole, partition };
 
 // A block device with an ATA identity, which libblkid takes for a whole disk or a partition.

@@ -75,8 +75,9 @@ protected:
 TEST_P(representative_case, survives_each_environment)
 {
     for (const environment &place : environments()) {
-        if (!is_meaningless(place))
-            EXPECT_EQ(try_case(machine, GetParam(), {.place = &place}).violation, "") << place.name;
+        if (is_meaningless(place))
+            continue;
+        EXPECT_EQ(try_case(machine, GetParam(), {.place = &place}).violation, "") << place.name;
     }
 }
 

@@ -544,7 +544,7 @@ bool is_spare(const void *memory)
 
 const std::vector<environment> &environments()
 {
-    static const std::vector<environment> all = make_environments();
+    static const auto &all = *new std::vector<environment>(make_environments());
     return all;
 }
 

@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// A program that defines the two sources which the library leaves to programs. No other program
-// that is tortured has them, nor reaches what comes of their texts.
-#include "answers.h"
+// A program that defines the two sources which the library leaves to programs.
 #include "fixture.h"
 #include "glib_owners.h"
 #include "orvane.h"
-#include "summary.h"
-#include "torture.h"
+#include "trial.h"
 
 #include <cstring>
 #include <string>
@@ -31,45 +28,32 @@ DEFINED_BY_PROGRAM char *get_machine_info_simulate(void)
 
 namespace {
 
-class source_of_a_program : public on_machine {};
-
-TEST_F(source_of_a_program, may_have_no_scene)
-{
-    const library_call call = {
-        .function = "orvane_get_os_version",
-        .way = "scene of a program",
-        .furnish = nullptr,
-        .run = [] { return told(static_cast<int>(orvane_get_os_version())); },
-        .answer = "2",
-        .failures = {"0"},
-    };
-    const torture_result result = torture(machine, call);
-    report(call, result);
-    EXPECT_EQ(result.failures.count("zdk_system_get_appScene"), 1U);
-    EXPECT_EQ(result.failures.count("g_get_os_info"), 0U);
-}
-
 std::string machine_type()
 {
     const owned_key_file patterns(::generate_machine_whitelist());
-    return told(::maching_machine_type(patterns.get(), false));
+    return reported(::maching_machine_type(patterns.get(), false));
 }
 
-TEST_F(source_of_a_program, may_name_a_maker_that_cannot_be_copied)
+class source_of_a_program : public on_machine {};
+
+TEST_F(source_of_a_program, takes_the_place_of_os_release_and_of_the_firmware)
 {
-    machine.tool("/usr/sbin/dmidecode", "HUAWEI\n");
-    const library_call call = {
-        .function = "maching_machine_type",
-        .way = "maker of a program",
-        .furnish = nullptr,
-        .run = machine_type,
-        .answer = "0",
-        .failures = {"-1"},
+    machine.file("/etc/os-release", "VARIANT=Server\n");
+    add_tool(machine, "/usr/sbin/dmidecode", "HUAWEI\n");
+    const api_case cases[] = {
+        {.function = "orvane_get_os_version",
+         .name = "scene of a program",
+         .run = [] { return std::to_string(orvane_get_os_version()); },
+         .answer = "2",
+         .failures = {"0"}},
+        {.function = "maching_machine_type",
+         .name = "maker of a program",
+         .run = machine_type,
+         .answer = "0",
+         .failures = {"-1"}},
     };
-    const torture_result result = torture(machine, call);
-    report(call, result);
-    EXPECT_EQ(result.failures.count("strdup"), 1U);
-    EXPECT_EQ(result.failures.count("popen"), 0U) << "the firmware is asked";
+    for (const api_case &one : cases)
+        EXPECT_EQ(try_with_faults(machine, one), texts()) << one;
 }
 
 } // namespace

@@ -13,17 +13,20 @@
 
 namespace {
 
+texts unique_function_names()
+{
+    texts all;
+    for (const api_case &one : api_cases()) {
+        if (std::ranges::find(all, one.function) == all.end())
+            all.push_back(one.function);
+    }
+    return all;
+}
+
 // The exported functions in their order.
 const texts &function_names()
 {
-    static const texts names = [] {
-        texts all;
-        for (const api_case &one : api_cases()) {
-            if (std::ranges::find(all, one.function) == all.end())
-                all.push_back(one.function);
-        }
-        return all;
-    }();
+    static const texts &names = *new texts(unique_function_names());
     return names;
 }
 

@@ -6,8 +6,9 @@
 
 const api_case_list &api_cases()
 {
-    static const api_case_list all =
-        joined({foundation_cases(), machine_cases(), disk_cases(), integrity_cases()});
+    // Never destroyed, because the summary is printed at the end of the process.
+    static const api_case_list &all = *new api_case_list(
+        joined({foundation_cases(), machine_cases(), disk_cases(), integrity_cases()}));
     return all;
 }
 
