@@ -4,6 +4,7 @@
 #include "fixture.h"
 #include "orvane.h"
 #include "stream_of.h"
+#include "summary.h"
 #include "trial.h"
 
 #include <algorithm>
@@ -130,7 +131,15 @@ const violation violations[] = {
     {"environment", [] { ::setenv("TZ", "CET", 1); }, "another environment"},
     {"locale", [] { std::setlocale(LC_ALL, "C.UTF-8"); }, "another locale"},
     {"abort", [] { std::abort(); }, "ended by Aborted"},
-    {"crash", [] { ::raise(SIGSEGV); }, "ended by Segmentation fault"},
+    {"crash", [] { ::raise(SIGSEGV); },
+     is_sanitized() ? "AddressSanitizer: SEGV" : "ended by Segmentation fault"},
+    {"leak",
+     [] {
+         void *volatile lost = std::malloc(100);
+         lost = nullptr;
+         static_cast<void>(lost);
+     },
+     "LeakSanitizer: detected memory leaks"},
     {"exit", [] { ::_exit(3); }, "exit status 3"},
     {"exit_with_success", [] { ::_exit(EXIT_SUCCESS); }, "ended before it returned"},
     {"exception", [] { throw std::runtime_error("on purpose"); }, "on purpose"},
@@ -151,6 +160,8 @@ class violation_where_a_call_fails : public on_machine,
 
 TEST_P(violation_where_a_call_fails, is_noticed)
 {
+    if (GetParam().name == std::string("leak") && !is_sanitized())
+        GTEST_SKIP() << "only a sanitizer notices a leak";
     committed = &GetParam();
     const api_case faulty = {.function = "file_stat",
                              .name = "violation",
