@@ -515,7 +515,7 @@ std::string not_handed_over(const std::string &length)
 
 using codes = std::vector<int>;
 
-// What may be told instead of a code: those of the steps before it.
+// What may be reported instead of a code: those of the steps before it.
 texts failures_before(int code, const codes &steps)
 {
     texts failures;
@@ -636,21 +636,21 @@ api_case_list gpg_cases()
 
 // ---- Base64 ----
 
-// What a conversion stored in as much room as it is promised, and how much of it, as its own length
-// says. The room has just this size, so that a sanitizer sees what is written behind it.
-template <class Conversion> std::string converted(std::size_t room, Conversion conversion)
+// The text that a conversion stored, of the length that it reported. The buffer has just the
+// documented size, so that a sanitizer notices what is written past it.
+template <class Conversion> std::string converted(std::size_t size, Conversion conversion)
 {
     constexpr unsigned int no_length = 4711;
     constexpr auto no_bytes = static_cast<unsigned int>(-1);
-    const auto to = std::make_unique<char[]>(room);
+    const auto to = std::make_unique<char[]>(size);
     unsigned int length = no_length;
     const std::string result = reported(conversion(to.get(), &length));
     if (length == no_length)
         return result + ", untouched";
     if (length == no_bytes)
         return result + ", none";
-    if (length > room)
-        return result + ", " + std::to_string(length) + " in room for " + std::to_string(room);
+    if (length > size)
+        return result + ", " + std::to_string(length) + " in a buffer of " + std::to_string(size);
     return result + ", " + std::string(to.get(), length);
 }
 
