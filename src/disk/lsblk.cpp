@@ -70,6 +70,15 @@ const char *text_of(const cJSON *device, const char *key) noexcept
     return member->valuestring;
 }
 
+void append_dashed(text_buffer &identity, const char *text) noexcept
+{
+    const std::size_t start = identity.length();
+    identity.append(text);
+    std::replace_if(
+        identity.data() + start, identity.data() + identity.length(),
+        [](char c) { return !is_graphic(c); }, '-');
+}
+
 heap_text identity_of(const cJSON *device) noexcept
 {
     const char *const serial = text_of(device, "serial");
@@ -78,10 +87,9 @@ heap_text identity_of(const cJSON *device) noexcept
         return {};
 
     bounded_text<1024> identity;
-    identity.format("%s_%s", model, serial);
-    std::replace_if(
-        identity.data(), identity.data() + identity.length(), [](char c) { return !is_graphic(c); },
-        '-');
+    append_dashed(identity, model);
+    identity.append("_"); // as it is, in a locale where it is not graphic, too
+    append_dashed(identity, serial);
     return heap_text(identity.copy());
 }
 

@@ -15,6 +15,21 @@ bool has_thread_sanitizer()
     return ::dlsym(RTLD_DEFAULT, "__tsan_init") != nullptr;
 }
 
+namespace {
+
+// AddressSanitizer that is preloaded starts at the first allocation. libgpg-error makes that while
+// it holds a lock of the C library's, which the start needs too.
+void start_sanitizer()
+{
+    if (void *const start = ::dlsym(RTLD_DEFAULT, "__asan_init"))
+        reinterpret_cast<void (*)()>(start)();
+}
+
+// Before the constructors of all libraries.
+[[gnu::section(".preinit_array"), gnu::used]] void (*const start_first)() = start_sanitizer;
+
+} // namespace
+
 extern "C" const char *__asan_default_options()
 {
     // Memory that cannot be had is a null pointer, as everywhere else.
