@@ -4,6 +4,7 @@
 #include "base64_samples.h"
 #include "fixture.h"
 #include "orvane.h"
+#include "sanitizers.h"
 #include "standard_output.h"
 
 #include <algorithm>
@@ -186,16 +187,13 @@ TEST_F(tolerant_base64, is_decoded_without_standard_descriptors_which_stay_close
     }
 }
 
-// The sanitizers need memory of their own for every byte that is looked at.
-#if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)
-
 TEST_F(tolerant_base64, is_not_decoded_where_an_int_cannot_count_the_text)
 {
+    if (has_address_sanitizer() || has_thread_sanitizer())
+        GTEST_SKIP() << "a sanitizer needs memory of its own for each byte";
     const repeated_block text(1UL << 31U, ' ');
     const tolerant_decoding found = decoded(text.data());
     EXPECT_EQ(found.data, std::nullopt);
     EXPECT_EQ(found.size, tolerant_decoding::untouched);
     EXPECT_EQ(found.output, "");
 }
-
-#endif
