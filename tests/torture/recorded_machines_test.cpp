@@ -2,7 +2,7 @@
 //
 // Every recorded machine is asked what it is while one call of the library after the other fails.
 #include "fixture.h"
-#include "questions.h"
+#include "queries.h"
 #include "replay.h"
 #include "replayed_kernel.h"
 #include "summary.h"
@@ -23,10 +23,10 @@ namespace {
 // A function, and how the machine is asked for what it says.
 using query = std::pair<const char *, const char *>;
 constexpr std::array<query, 5> queries = {{
-    {"orvane_get_harddisk_id", "disk"},
-    {"orvane_get_network_interface_max_mac", "mac"},
-    {"orvane_get_system_uuid", "system_uuid"},
-    {"orvane_get_vendor", "vendor"},
+    {"orvane_get_harddisk_id", "orvane_get_harddisk_id()"},
+    {"orvane_get_network_interface_max_mac", "orvane_get_network_interface_max_mac()"},
+    {"orvane_get_system_uuid", "orvane_get_system_uuid()"},
+    {"orvane_get_vendor", "orvane_get_vendor()"},
     {"find_root_disk", "find_root_disk(get_lsblk_output())"},
 }};
 
