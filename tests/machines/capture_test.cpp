@@ -129,8 +129,8 @@ const original originals[] = {
 
 class captured_machine : public on_machine, public testing::WithParamInterface<original> {
 protected:
-    captured_machine() { EXPECT_NE(::mkdtemp(room_.data()), nullptr); }
-    ~captured_machine() override { fs::remove_all(room_); }
+    captured_machine() { EXPECT_NE(::mkdtemp(scratch_.data()), nullptr); }
+    ~captured_machine() override { fs::remove_all(scratch_); }
 
     void furnish() override { recording.furnish(machine); }
     void TearDown() override
@@ -148,15 +148,53 @@ protected:
         return machine.run(command);
     }
 
+    std::string new_directory() { return scratch_ + "/captured" + std::to_string(++count_); }
+
     // Captures into a new folder, which stays when the machine is gone.
     std::string captured(const texts &options = {})
     {
-        const std::string directory = room_ + "/captured" + std::to_string(++count_);
+        const std::string directory = new_directory();
         texts words = {"--probe", PROBE, directory};
         words.insert(words.end(), options.begin(), options.end());
         const outcome result = capture(words);
         EXPECT_EQ(result.status, 0) << result.error;
         return directory;
+    }
+
+    void expect_no_serial_of(const std::string &unchanged, const std::string &changed) const
+    {
+        std::set<std::string> known = identifiers_in(unchanged);
+        known.insert(GetParam().serials.begin(), GetParam().serials.end());
+        EXPECT_GT(known.size(), GetParam().serials.size() + 2);
+        for (const auto &[path, text] : everything_in(changed)) {
+            for (const std::string &one : known) {
+                EXPECT_FALSE(holds(path, one)) << path << " has " << one;
+                EXPECT_FALSE(holds(text, one)) << path << " has " << one;
+                EXPECT_FALSE(holds(text, without_separators(one))) << path << " has " << one;
+            }
+        }
+    }
+
+    // Digits stand in the place of digits, and letters of letters.
+    void expect_other_serials_alone(const std::string &unchanged, const std::string &changed) const
+    {
+        const std::set<std::string> identifiers = identifiers_in(unchanged);
+        const facts before = recorded_machine(unchanged).expected();
+        const facts after = recorded_machine(changed).expected();
+        ASSERT_EQ(after.size(), before.size());
+        int different = 0;
+        for (auto old = before.begin(), now = after.begin(); old != before.end(); ++old, ++now) {
+            SCOPED_TRACE(old->first);
+            EXPECT_EQ(shape(now->first), shape(old->first));
+            EXPECT_EQ(shape(now->second), shape(old->second));
+            const auto is_in = [&old](const std::string &one) { return holds(old->second, one); };
+            const bool has_serial =
+                std::any_of(GetParam().serials.begin(), GetParam().serials.end(), is_in) ||
+                std::any_of(identifiers.begin(), identifiers.end(), is_in);
+            EXPECT_EQ(now->second != old->second, has_serial) << old->second << now->second;
+            different += has_serial ? 1 : 0;
+        }
+        EXPECT_GE(different, 4);
     }
 
     // What the library answers on another machine that is furnished from a folder.
@@ -179,7 +217,7 @@ protected:
     const recorded_machine recording{folder};
 
 private:
-    std::string room_ = "/tmp/orvane-captured.XXXXXX";
+    std::string scratch_ = "/tmp/orvane-captured.XXXXXX";
     int count_ = 0;
 };
 
@@ -192,85 +230,43 @@ std::string test_name(const testing::TestParamInfo<original> &info)
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(of, captured_machine, testing::ValuesIn(originals), test_name);
-
-TEST_P(captured_machine, has_every_answer_of_the_machine)
-{
-    const facts answers = recorded_machine(captured()).expected();
-    for (const auto &[query, answer] : recording.expected()) {
-        ASSERT_TRUE(answers.contains(query)) << query;
-        EXPECT_EQ(answers.at(query), answer) << query;
-    }
-}
-
 TEST_P(captured_machine, replays)
 {
     const std::string directory = captured();
-    EXPECT_EQ(replayed(directory), recorded_machine(directory).expected());
+    const facts answers = recorded_machine(directory).expected();
+    for (const auto &[query, answer] : recording.expected())
+        EXPECT_EQ(answers.contains(query) ? answers.at(query) : "(none)", answer) << query;
+    EXPECT_EQ(everything_in(captured()), everything_in(directory)) << "captured again";
+    EXPECT_EQ(replayed(directory), answers);
 }
 
-TEST_P(captured_machine, is_captured_again_as_it_was)
-{
-    const std::string first = captured();
-    EXPECT_EQ(everything_in(captured()), everything_in(first));
-}
-
-TEST_P(captured_machine, keeps_no_serial_number_where_they_are_replaced)
-{
-    std::set<std::string> known = identifiers_in(captured());
-    known.insert(GetParam().serials.begin(), GetParam().serials.end());
-    EXPECT_GT(known.size(), GetParam().serials.size() + 2);
-    for (const auto &[path, text] : everything_in(captured({"--replace-serials"}))) {
-        for (const std::string &one : known) {
-            EXPECT_FALSE(holds(path, one)) << path << " has " << one;
-            EXPECT_FALSE(holds(text, one)) << path << " has " << one;
-            EXPECT_FALSE(holds(text, without_separators(one))) << path << " has " << one;
-        }
-    }
-}
-
-TEST_P(captured_machine, replays_with_other_serial_numbers)
-{
-    const std::string directory = captured({"--replace-serials"});
-    EXPECT_EQ(replayed(directory), recorded_machine(directory).expected());
-}
-
-TEST_P(captured_machine, differs_in_serial_numbers_alone_where_they_are_replaced)
+TEST_P(captured_machine, replays_with_other_serial_numbers_where_they_are_replaced)
 {
     const std::string unchanged = captured();
-    const std::set<std::string> identifiers = identifiers_in(unchanged);
-    const facts before = recorded_machine(unchanged).expected();
-    facts after = recorded_machine(captured({"--replace-serials"})).expected();
-    ASSERT_EQ(after.size(), before.size());
-    int different = 0;
-    for (auto old = before.begin(), now = facts::const_iterator(after.begin()); old != before.end();
-         ++old, ++now) {
-        SCOPED_TRACE(old->first);
-        EXPECT_EQ(shape(now->first), shape(old->first));
-        EXPECT_EQ(shape(now->second), shape(old->second));
-        const auto is_in = [&old](const std::string &one) { return holds(old->second, one); };
-        const bool has_serial =
-            std::any_of(GetParam().serials.begin(), GetParam().serials.end(), is_in) ||
-            std::any_of(identifiers.begin(), identifiers.end(), is_in);
-        EXPECT_EQ(now->second != old->second, has_serial) << old->second << now->second;
-        different += has_serial ? 1 : 0;
-    }
-    EXPECT_GE(different, 4);
+    const std::string changed = captured({"--replace-serials"});
+    expect_no_serial_of(unchanged, changed);
+    expect_other_serials_alone(unchanged, changed);
+    EXPECT_EQ(replayed(changed), recorded_machine(changed).expected());
 }
 
-TEST_P(captured_machine, is_not_captured_over_another)
+INSTANTIATE_TEST_SUITE_P(of, captured_machine, testing::ValuesIn(originals), test_name);
+
+using any_captured_machine = captured_machine;
+INSTANTIATE_TEST_SUITE_P(of, any_captured_machine, testing::Values(originals[0]), test_name);
+
+TEST_P(any_captured_machine, is_not_captured_over_another)
 {
-    const std::string directory = captured();
-    const facts before = everything_in(directory);
+    const std::string directory = new_directory();
+    fs::create_directory(directory);
     const outcome result = capture({directory});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.error, "capture-machine: " + directory + " is there already\n");
-    EXPECT_EQ(everything_in(directory), before);
+    EXPECT_TRUE(fs::is_empty(directory));
 }
 
-TEST_P(captured_machine, leaves_the_answers_to_the_author_without_a_probe)
+TEST_P(any_captured_machine, leaves_the_answers_to_the_author_without_a_probe)
 {
-    const std::string directory = captured() + "-without";
+    const std::string directory = new_directory();
     const outcome result = capture({directory});
     EXPECT_EQ(result.status, 0);
     EXPECT_TRUE(result.error.ends_with(
