@@ -25,7 +25,7 @@ def text_lines(path):
 
 
 def disk(folder, name, size, *partitions):
-    """Makes an image and gives QEMU's options for it."""
+    """Makes an image and returns QEMU's options for it."""
     path = folder / f"{name}.img"
     run(["truncate", "-s", size, path])
     if partitions:
@@ -47,7 +47,7 @@ class Machine:
         self.installation = installation
         self.folder = folder
 
-    def initial_root(self, questions):
+    def initial_root(self, queries):
         """What the image has, the installation, and the scenario."""
         tree = self.folder / "tree"
         (tree / "scenario").mkdir(parents=True)
@@ -55,7 +55,7 @@ class Machine:
         for name, lines in (
             ("layout", self.scenario.lines("layout")),
             ("modules", modules),
-            ("questions", questions),
+            ("queries", queries),
         ):
             text = "".join(f"{line}\n" for line in lines)
             (tree / "scenario" / name).write_text(text, encoding="utf-8")
@@ -80,12 +80,12 @@ class Machine:
             options += disk(self.folder, *words)
         return options
 
-    def boot(self, questions):
-        """Asks the questions, and tells whether the machine turned itself off in time."""
+    def boot(self, queries):
+        """Runs the queries, and returns whether the machine turned itself off in time."""
         command = [*ENDING_WITH_US, *QEMU]
         for port in ("console", "answers"):
             command += ["-serial", f"file:{self.folder / port}"]
-        command += ["-kernel", self.image.kernel, "-initrd", self.initial_root(questions)]
+        command += ["-kernel", self.image.kernel, "-initrd", self.initial_root(queries)]
         command += ["-append", self.command_line(), *self.hardware()]
         try:
             run(command, timeout=BOOT_SECONDS)
@@ -93,21 +93,21 @@ class Machine:
             return False
         return True
 
-    def answers(self, questions):
-        """What the library said, line by line, and remarks where the machine did not end well."""
+    def answers(self, queries):
+        """The answers, line by line, and remarks where the machine did not end well."""
         self.folder.mkdir(parents=True, exist_ok=True)
         with locked(self.folder.with_name(f"{self.folder.name}.lock")):
             shutil.rmtree(self.folder)
             self.folder.mkdir()
             try:
-                ended = self.boot(questions)
+                ended = self.boot(queries)
             finally:
                 for large in [*self.folder.glob("*.img"), self.folder / "initial_root"]:
                     large.unlink(missing_ok=True)
             found = text_lines(self.folder / "answers")
             if not ended:
                 found.append(f"The machine did not end within {BOOT_SECONDS} seconds.")
-            if not ended or scenarios.ALL_ASKED not in found:
-                found.append("Its console said last:")
+            if not ended or scenarios.ALL_DONE not in found:
+                found.append("The end of its console:")
                 found += text_lines(self.folder / "console")[-30:]
             return found

@@ -4,9 +4,9 @@
 // answers, the lines that they leave in the trace log, and what appears on standard error:
 //
 //     harddisk_id("/dev/sda2") = "ST1000DM003-1CH162_Z1D5ABCD"
-//         device :/dev/sda2
+//         trace: device :/dev/sda2
 //
-// A query behind "nobody: " runs as an ordinary user; "$ COMMAND" changes the machine. With "--all"
+// A line of standard error that repeats is printed once. A query behind "nobody: " runs as an ordinary user; "$ COMMAND" changes the machine. With "--all"
 // every query of this machine is run instead, in this process, and printed with its answer.
 #include "queries.h"
 
@@ -78,7 +78,7 @@ void print_trace(pid_t process)
         std::smatch match;
         const bool has_prefix =
             std::regex_search(line, match, prefix, std::regex_constants::match_continuous);
-        std::cout << "    " << (has_prefix ? match.suffix().str() : "no trace: " + line) << '\n';
+        std::cout << "    " << (has_prefix ? "trace: " + match.suffix().str() : "no trace: " + line) << '\n';
     }
     std::remove(trace_log);
 }
@@ -87,10 +87,13 @@ void print_trace(pid_t process)
 void print_errors(int errors)
 {
     const std::regex version("libdevmapper [0-9.]+ \\([0-9-]+\\)");
-    std::ifstream said("/proc/self/fd/" + std::to_string(errors));
-    for (std::string line; std::getline(said, line);)
-        std::cout << "    stderr: " << std::regex_replace(line, version, "libdevmapper VERSION")
-                  << '\n';
+    std::ifstream stream("/proc/self/fd/" + std::to_string(errors));
+    std::string last;
+    for (std::string line; std::getline(stream, line); last = line) {
+        if (line != last)
+            std::cout << "    stderr: " << std::regex_replace(line, version, "libdevmapper VERSION")
+                      << '\n';
+    }
 }
 
 void change(const std::string &command)
