@@ -141,7 +141,7 @@ def module_files(root, version):
     if unknown:
         raise ToolError(f"the kernel has no module {', '.join(unknown)}")
     paths = {path for name in MODULES for path in wanted[name]}
-    tables = [path.name for path in folder.glob("modules.*")]
+    tables = [path.name for path in folder.glob("modules.*.bin")]
     return [folder / path for path in sorted(paths) + tables]
 
 
