@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-// A machine that is kept in a folder: its files, the outputs of its tools, its kernel's answers, and
-// the expected answers of the library. README.md describes the folder.
+// A machine that is kept in a folder: its files, the outputs of its tools, its kernel's answers,
+// and the expected answers of the library. README.md describes the folder.
 class recorded_machine {
 public:
     explicit recorded_machine(std::string folder) : folder_(std::move(folder)) {}
@@ -22,7 +22,7 @@ public:
     // The answers by their queries.
     [[nodiscard]] std::map<std::string, std::string> expected() const;
 
-    // Command lines that tools were run with and whose output nobody recorded.
+    // Command lines that tools were run with and whose output is not recorded.
     [[nodiscard]] static std::vector<std::string> unrecorded(const constructed_machine &machine);
 
     // What a tool is recorded to print.

@@ -6,8 +6,9 @@
 //     harddisk_id("/dev/sda2") = "ST1000DM003-1CH162_Z1D5ABCD"
 //         trace: device :/dev/sda2
 //
-// A line of standard error that repeats is printed once. A query behind "nobody: " runs as an ordinary user; "$ COMMAND" changes the machine. With "--all"
-// every query of this machine is run instead, in this process, and printed with its answer.
+// A line of standard error that repeats is printed once. A query behind "nobody: " runs as an
+// ordinary user; "$ COMMAND" changes the machine. With "--all" every query of this machine is run
+// instead, in this process, and printed with its answer.
 #include "queries.h"
 
 #include <cstdio>
@@ -78,7 +79,8 @@ void print_trace(pid_t process)
         std::smatch match;
         const bool has_prefix =
             std::regex_search(line, match, prefix, std::regex_constants::match_continuous);
-        std::cout << "    " << (has_prefix ? "trace: " + match.suffix().str() : "no trace: " + line) << '\n';
+        std::cout << "    " << (has_prefix ? "trace: " + match.suffix().str() : "no trace: " + line)
+                  << '\n';
     }
     std::remove(trace_log);
 }
