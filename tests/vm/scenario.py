@@ -31,8 +31,8 @@ A scenario is a text of sections:
 Behind each query stand its answer and its standard error; "$" is a command that changes the
 machine, or fails where the machine is not as expected. In a scenario with the section [answers and
 trace] the lines that a query leaves in the trace log follow, too, behind "trace: "; elsewhere the
-trace is not compared. A scenario states only in what it differs from the usual machine: the hardware
-of that is there, too, and its queries are run unless the scenario answers them.
+trace is not compared. A scenario states only in what it differs from the usual machine: the
+hardware of that is there, too, and its queries are run unless the scenario answers them.
 """
 
 import re
