@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: LGPL-2.1-or-later */
-/* Calls every function of the library from C, with no header but its own and the standard's. */
+/* Calls every function of the library from C, with no header but its own and the standard's.
+ * The queries come from the table of the tests, so that a new one is called here as well. */
 #include <orvane.h>
 
 #include <stdio.h>
@@ -14,12 +15,6 @@ static void expect(int holds, const char *what)
         printf("failed: %s\n", what);
         ++failures;
     }
-}
-
-static void show(const char *what, char *text)
-{
-    printf("%s: %s\n", what, text != NULL ? text : "none");
-    free(text);
 }
 
 static void show_text(const char *function, char *text)
