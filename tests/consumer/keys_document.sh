@@ -29,7 +29,7 @@ mount -t overlay -o lowerdir=/etc,upperdir=/mnt/upper,workdir=/mnt/work overlay 
 . ./commands.sh
 SH
 
-expect() { grep -qx "$1" log || { echo "not said: $1"; cat log; exit 1; }; }
+expect() { grep -qx "$1" log || { echo "not printed: $1"; cat log; exit 1; }; }
 expect 'release.txt.gpg: valid'
 expect 'licence.txt: valid'
 cmp content.txt release.txt

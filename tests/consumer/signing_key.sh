@@ -48,19 +48,19 @@ accepted() {
     configure "$@" || { cat "$folder.log"; fail "not configured"; }
 }
 
-# Whether the last configuration of the build said the sentence, in lines of whatever length.
-said() {
+# Whether the last configuration of the build printed the sentence, in lines of whatever length.
+printed() {
     tr -s ' \n' ' ' <"$build.log" | grep -qF -- "$1"
 }
-says() {
-    said "$1" || { cat "$build.log"; fail "not said: $1"; }
+expect_output() {
+    printed "$1" || { cat "$build.log"; fail "not printed: $1"; }
 }
 
 # refused FILE REASON REMEDY
 refused() {
     not configure "$build" -DORVANE_SIGNING_KEY="$1"
-    says "The signing key $PWD/$1 $2. "
-    says "$3 docs/keys.md "
+    expect_output "The signing key $PWD/$1 $2. "
+    expect_output "$3 docs/keys.md "
     cmp "$build/builtin_key.cpp" before.cpp
 }
 
@@ -77,7 +77,7 @@ int main(int, char **arguments)
 }
 C
 
-# builds_in FOLDER FILE: the file's bytes, and what its packets say of the key.
+# builds_in FOLDER FILE: the file's bytes, and its packets' fields.
 builds_in() {
     c++ -std=c++20 -I "$source/src" -o show show.cpp "$1/builtin_key.cpp"
     ./show bytes >facts
@@ -101,8 +101,8 @@ make_key() {
     in_store --export "=$1" >"$4"
 }
 
-# Makes a key that takes so many bytes. The first attempt tells how far off it is; a signature that
-# happens to be a byte shorter asks for another one.
+# Makes a key that takes so many bytes. The first attempt shows how far off it is; a signature that
+# happens to be a byte shorter takes another one.
 make_key_of_size() {
     bytes=0 length=400 attempt=0
     until [ "$bytes" -eq "$1" ]; do
@@ -139,8 +139,8 @@ make_key good rsa3072 sign,encr 'the [good key.gpg'
 accepted "$build" -DORVANE_SIGNING_KEY='the [good key.gpg'
 builds_in "$build" 'the [good key.gpg'
 grep -q ' 1577934245$' facts # 2020-01-02 03:04:05 UTC
-not said 'made for this build alone'
-not said 'CMake Warning'
+not printed 'made for this build alone'
+not printed 'CMake Warning'
 
 make_key_of_size 1024
 accepted "$build" -DORVANE_SIGNING_KEY=1024.gpg
@@ -149,7 +149,7 @@ builds_in "$build" 1024.gpg
 # One that can sign alone is built in, with a word of warning.
 make_key 'signs alone' rsa1024 sign signs_alone.gpg
 accepted "$build" -DORVANE_SIGNING_KEY=signs_alone.gpg
-says "The signing key $PWD/signs_alone.gpg is not for both signing and encrypting: "
+expect_output "The signing key $PWD/signs_alone.gpg is not for both signing and encrypting: "
 builds_in "$build" signs_alone.gpg
 
 # Files that do not.
@@ -216,10 +216,10 @@ refused renamed.gpg 'cannot be imported by gpg' \
 
 # What a search that found nothing hands on.
 not configure "$build" -DORVANE_SIGNING_KEY=KEY-NOTFOUND
-says 'KEY-NOTFOUND is missing'
+expect_output 'KEY-NOTFOUND is missing'
 # CMake does not know the caller's directory once the path has a type.
 not configure "$build" -DORVANE_SIGNING_KEY:FILEPATH=1024.gpg
-says "The signing key $PWD/$source/1024.gpg is missing."
+expect_output "The signing key $PWD/$source/1024.gpg is missing."
 cp 1024.gpg 'semi;colon.gpg'
 accepted "$build" -DORVANE_SIGNING_KEY:FILEPATH="$PWD/semi;colon.gpg"
 builds_in "$build" 1024.gpg
@@ -256,18 +256,18 @@ builds_in "$build" first/public.gpg
 for program in "root$path_of_gpg" interrupting; do
     rm -r "$build/signing_key"
     not configure "$build" -DGPG_PROGRAM="$PWD/$program"
-    not said 'is missing'
+    not printed 'is missing'
     [ ! -e "$build/signing_key/public.gpg" ]
 done
 not configure "$build" -DGPG_PROGRAM="$PWD/nowhere" -DORVANE_SIGNING_KEY=1024.gpg
-says "$PWD/nowhere, which reads the signing key, does not run: "
+expect_output "$PWD/nowhere, which reads the signing key, does not run: "
 (
     export PATH=/nowhere # and what an earlier configuration found is known
     not configure "$build" -UGPG_PROGRAM -DCMAKE_FIND_USE_CMAKE_SYSTEM_PATH=OFF
 )
-says 'gpg, which reads and makes the signing key, is missing.'
+expect_output 'gpg, which reads and makes the signing key, is missing.'
 
-# What gpg was asked left nothing behind, nor did anything outside the build folders.
+# The runs of gpg left nothing behind, nor did anything outside the build folders.
 [ ! -e "$build/CMakeFiles/signing_key" ]
 [ "$(ls -A home)" = '' ]
 [ "$(ls -A /tmp)" = work ]

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Builds the library where the operating system has libzusysinfo: it is found, needed and asked.
+# Builds the library where the operating system has libzusysinfo: it is found, needed and called.
 # Usage: system_information_library.sh SOURCE-DIR WORK-DIR
 set -eu
 

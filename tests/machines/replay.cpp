@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <regex>
 #include <sstream>
 #include <stdexcept>
 
@@ -14,7 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Keeps a directory in version control that is empty on the machine.
+// Keeps a directory that is empty on the machine in version control.
 constexpr char marker[] = ".gitkeep";
 
 // Every tool that the library runs by a path, and lsblk, which it runs by its name, too.
@@ -25,7 +24,10 @@ const std::vector<std::string> tools = {
 
 std::string shell_word(const std::string &text)
 {
-    return "'" + std::regex_replace(text, std::regex("'"), "'\\''") + "'";
+    std::string word = "'";
+    for (const char c : text)
+        word += c == '\'' ? "'\\''" : std::string(1, c);
+    return word + "'";
 }
 
 std::string joined(const std::vector<std::string> &words)
@@ -136,7 +138,7 @@ std::vector<recorded_machine::tool_run> recorded_machine::tool_runs() const
     return runs;
 }
 
-// Each tool is a shell script that knows the recorded command lines. dmsetup has no environment.
+// Each tool is a shell script with the recorded command lines. dmsetup has no environment.
 void recorded_machine::furnish_tools(constructed_machine &machine) const
 {
     const std::vector<std::string> installed = installed_tools();
@@ -148,7 +150,7 @@ void recorded_machine::furnish_tools(constructed_machine &machine) const
             machine.remove(path);
             continue;
         }
-        std::string script = "case $(printf '%s\\n' \"$@\") in\n";
+        std::string script = "IFS='\n'\ncase \"$*\" in\n";
         for (std::size_t number = 0; number < runs.size(); ++number) {
             const tool_run &run = runs[number];
             if (run.command.at(0) != name)
@@ -158,8 +160,11 @@ void recorded_machine::furnish_tools(constructed_machine &machine) const
             std::string arguments;
             for (auto word = run.command.begin() + 1; word != run.command.end(); ++word)
                 arguments += (arguments.empty() ? "" : "\n") + *word;
-            script += shell_word(arguments) + ") cat " + output + "; exit " +
-                      std::to_string(run.status) + " ;;\n";
+            script +=
+                shell_word(arguments) +
+                (run.status == 0 ? ") exec cat " + output
+                                 : ") cat " + output + "; exit " + std::to_string(run.status)) +
+                " ;;\n";
         }
         script += "*) echo " + name + " \"$@\" >>" + trail(machine) + "; exit 127 ;;\nesac";
         machine.script(path, script);
@@ -168,16 +173,16 @@ void recorded_machine::furnish_tools(constructed_machine &machine) const
 
 std::map<std::string, std::string> recorded_machine::expected() const
 {
-    std::map<std::string, std::string> facts;
-    constexpr std::string_view sign = " = ";
+    std::map<std::string, std::string> answers;
+    constexpr std::string_view equals = " = ";
     for (const std::string &text : recorded::lines_of(folder_ + "/expected")) {
-        const std::size_t end = text.find(sign);
+        const std::size_t end = text.find(equals);
         if (end == std::string::npos)
-            throw std::runtime_error("no fact: " + text);
-        if (!facts.emplace(text.substr(0, end), text.substr(end + sign.size())).second)
-            throw std::runtime_error("a fact that is there twice: " + text);
+            throw std::runtime_error("no query with its answer: " + text);
+        if (!answers.emplace(text.substr(0, end), text.substr(end + equals.size())).second)
+            throw std::runtime_error("a query that is there twice: " + text);
     }
-    return facts;
+    return answers;
 }
 
 std::vector<std::string> recorded_machine::unrecorded(const constructed_machine &machine)

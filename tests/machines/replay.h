@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-// A computer that is kept in a folder: its files, the outputs of its tools, its kernel's answers,
-// and everything that the library is to say of it. README.md tells what stands in the folder.
+// A machine that is kept in a folder: its files, the outputs of its tools, its kernel's answers,
+// and the expected answers of the library. README.md describes the folder.
 class recorded_machine {
 public:
     explicit recorded_machine(std::string folder) : folder_(std::move(folder)) {}
@@ -19,10 +19,10 @@ public:
     // Makes the machine such a computer.
     void furnish(constructed_machine &machine) const;
 
-    // Every fact by its name.
+    // The answers by their queries.
     [[nodiscard]] std::map<std::string, std::string> expected() const;
 
-    // Command lines that tools were run with and whose output nobody recorded.
+    // Command lines that tools were run with and whose output is not recorded.
     [[nodiscard]] static std::vector<std::string> unrecorded(const constructed_machine &machine);
 
     // What a tool is recorded to print.

@@ -29,7 +29,7 @@ namespace recorded {
 
 namespace {
 
-// The kernel's numbers by the names that people know them by.
+// The kernel's error numbers by their names.
 int error_number(const std::string &name)
 {
     for (int number = 1; number < 200; ++number) {
@@ -70,7 +70,7 @@ unsigned flag_numbers(const std::string &names)
     return sum;
 }
 
-// A hardware address, or the error with which the kernel refuses to tell it.
+// A hardware address, or the error with which the kernel refuses it.
 class address_answer {
 public:
     explicit address_answer(const std::string &text)
@@ -86,13 +86,13 @@ public:
         std::copy(std::begin(parts), std::end(parts), bytes_);
     }
 
-    int store(void *room) const
+    int store(void *buffer) const
     {
         if (error_ != 0) {
             errno = error_;
             return -1;
         }
-        std::memcpy(room, bytes_, sizeof bytes_);
+        std::memcpy(buffer, bytes_, sizeof bytes_);
         return 0;
     }
 
@@ -156,15 +156,15 @@ public:
     void free_interfaces() { listing_.reset(); }
 
     // Nothing where the request is not one that was recorded.
-    std::optional<int> answer(int fd, unsigned long request, void *room)
+    std::optional<int> answer(int fd, unsigned long request, void *buffer)
     {
         switch (request) {
         case HDIO_GET_IDENTITY:
-            return identify(fd, static_cast<char *>(room));
+            return identify(fd, static_cast<char *>(buffer));
         case SIOCGIFHWADDR:
-            return current_address(*static_cast<ifreq *>(room));
+            return current_address(*static_cast<ifreq *>(buffer));
         case SIOCETHTOOL:
-            return permanent_address(*static_cast<ifreq *>(room));
+            return permanent_address(*static_cast<ifreq *>(buffer));
         default:
             return std::nullopt;
         }
@@ -204,7 +204,7 @@ private:
         return -1;
     }
 
-    int identify(int fd, char *room) const
+    int identify(int fd, char *buffer) const
     {
         const auto found = open_.find(fd);
         if (found == open_.end())
@@ -212,31 +212,31 @@ private:
         const block_device &device = *found->second;
         if (device.request_error != 0)
             return refuse(device.request_error);
-        std::memset(room, 0, sizeof(hd_driveid));
-        device.serial.copy(room + offsetof(hd_driveid, serial_no), sizeof(hd_driveid::serial_no));
-        device.model.copy(room + offsetof(hd_driveid, model), sizeof(hd_driveid::model));
+        std::memset(buffer, 0, sizeof(hd_driveid));
+        device.serial.copy(buffer + offsetof(hd_driveid, serial_no), sizeof(hd_driveid::serial_no));
+        device.model.copy(buffer + offsetof(hd_driveid, model), sizeof(hd_driveid::model));
         return 0;
     }
 
     // The kernel takes the label of an address for its interface.
-    [[nodiscard]] const network_interface *asked_interface(const ifreq &asked) const
+    [[nodiscard]] const network_interface *interface_of(const ifreq &request) const
     {
-        const std::string name = asked.ifr_name;
+        const std::string name = request.ifr_name;
         const auto found = interfaces_.find(name.substr(0, name.find(':')));
         return found != interfaces_.end() ? &found->second : nullptr;
     }
 
-    int current_address(ifreq &asked) const
+    int current_address(ifreq &request) const
     {
-        const network_interface *const interface = asked_interface(asked);
+        const network_interface *const interface = interface_of(request);
         return interface == nullptr ? refuse(ENODEV)
-                                    : interface->current.store(asked.ifr_hwaddr.sa_data);
+                                    : interface->current.store(request.ifr_hwaddr.sa_data);
     }
 
-    int permanent_address(ifreq &asked) const
+    int permanent_address(ifreq &request) const
     {
-        const network_interface *const interface = asked_interface(asked);
-        auto *const wanted = reinterpret_cast<ethtool_perm_addr *>(asked.ifr_data);
+        const network_interface *const interface = interface_of(request);
+        auto *const wanted = reinterpret_cast<ethtool_perm_addr *>(request.ifr_data);
         if (interface == nullptr)
             return refuse(ENODEV);
         if (wanted->cmd != ETHTOOL_GPERMADDR || wanted->size != 6)
@@ -251,7 +251,7 @@ private:
     std::optional<interface_listing> listing_;
 };
 
-// None where the real kernel answers. Asked before main() and before constructors, too.
+// None where the real kernel answers. Used before main() and before constructors, too.
 constinit kernel *current = nullptr;
 
 const bool from_the_start = [] {
@@ -264,7 +264,7 @@ template <class Function> Function *real(const char *name)
 {
     auto *const found = reinterpret_cast<Function *>(::dlsym(RTLD_NEXT, name));
     if (found == nullptr)
-        throw std::runtime_error(std::string("nobody else defines ") + name);
+        throw std::runtime_error(std::string("no other definition of ") + name);
     return found;
 }
 
@@ -310,13 +310,13 @@ IN_PLACE_OF(int, open64, (const char *path, int flags, mode_t mode))
     return open_as("open64", path, flags, mode);
 }
 
-IN_PLACE_OF(int, ioctl, (int fd, unsigned long request, void *room))
+IN_PLACE_OF(int, ioctl, (int fd, unsigned long request, void *buffer))
 {
     if (current != nullptr) {
-        if (const std::optional<int> answer = current->answer(fd, request, room))
+        if (const std::optional<int> answer = current->answer(fd, request, buffer))
             return *answer;
     }
-    return real<int(int, unsigned long, void *)>("ioctl")(fd, request, room);
+    return real<int(int, unsigned long, void *)>("ioctl")(fd, request, buffer);
 }
 
 IN_PLACE_OF(int, getifaddrs, (ifaddrs * *entries))

@@ -27,9 +27,14 @@ constexpr int times = 500;
 // The first loads fill what is kept for good: names, handlers for the end of the process.
 constexpr int times_until_settled = 150;
 
+std::string staged_library()
+{
+    return build_folder() + "/stage/" LIBRARY_DIRECTORY "/liborvane.so.1";
+}
+
 class loaded_library {
 public:
-    loaded_library() : handle_(::dlopen(STAGED_LIBRARY, RTLD_NOW))
+    loaded_library() : handle_(::dlopen(staged_library().c_str(), RTLD_NOW))
     {
         if (handle_ == nullptr)
             throw std::runtime_error(::dlerror());
@@ -79,7 +84,7 @@ std::string all_answers(const loaded_library &library)
 
 bool is_loaded()
 {
-    void *const handle = ::dlopen(STAGED_LIBRARY, RTLD_NOW | RTLD_NOLOAD);
+    void *const handle = ::dlopen(staged_library().c_str(), RTLD_NOW | RTLD_NOLOAD);
     if (handle != nullptr)
         ::dlclose(handle);
     return handle != nullptr;

@@ -2,7 +2,7 @@
 //
 // Recorded machines that differ in their paths through the library, queried with each fault.
 #include "fixture.h"
-#include "questions.h"
+#include "queries.h"
 #include "replay.h"
 #include "replayed_kernel.h"
 #include "trial.h"
@@ -22,10 +22,10 @@ struct machine_query {
     const char *query;
 };
 constexpr machine_query queries[] = {
-    {"orvane_get_harddisk_id", "disk"},
-    {"orvane_get_network_interface_max_mac", "mac"},
-    {"orvane_get_system_uuid", "system_uuid"},
-    {"orvane_get_vendor", "vendor"},
+    {"orvane_get_harddisk_id", "orvane_get_harddisk_id()"},
+    {"orvane_get_network_interface_max_mac", "orvane_get_network_interface_max_mac()"},
+    {"orvane_get_system_uuid", "orvane_get_system_uuid()"},
+    {"orvane_get_vendor", "orvane_get_vendor()"},
     {"find_root_disk", "find_root_disk(get_lsblk_output())"},
 };
 

@@ -10,11 +10,11 @@ import re
 import shutil
 from pathlib import Path
 
-from tools import ToolError, archive, fingerprint, locked, run
+from tools import Missing, ToolError, archive, fingerprint, locked, run
 
 GUEST = Path(__file__).parent / "guest"
 
-# Whatever a test calls by its usual path is the packages' own; busybox is for the test's scaffold.
+# The programs that the library runs are the packages' own; busybox is for guest/init.
 PACKAGES = (
     "busybox-static coreutils cryptsetup-bin dash dmidecode dmsetup e2fsprogs grep kmod lvm2 mawk "
     "mdadm smartmontools udev util-linux "
@@ -65,12 +65,18 @@ class Packages:
         return run([tool, *self.options, *arguments], cwd=self.folder / "downloads")
 
     def fetch(self):
+        try:
+            return self.downloaded()
+        except ToolError as error:
+            raise Missing(f"Debian's packages cannot be downloaded: {error}") from error
+
+    def downloaded(self):
         self.apt("apt-get", "update")
         self.apt("apt-get", "--yes", "--download-only", "install", *PACKAGES)
         newest = self.apt("apt-cache", "show", "--no-all-versions", "linux-image-amd64")
         kernel = re.search(r"^Depends: (\S+)", newest, re.M)
         if kernel is None:
-            raise ToolError("apt knows no package linux-image-amd64: this needs Debian 12 on amd64")
+            raise Missing("apt knows no package linux-image-amd64: this needs Debian 12 on amd64")
         self.apt("apt-get", "download", kernel.group(1))
         return [
             *(self.folder / "cache/archives").glob("*.deb"),
@@ -135,7 +141,7 @@ def module_files(root, version):
     if unknown:
         raise ToolError(f"the kernel has no module {', '.join(unknown)}")
     paths = {path for name in MODULES for path in wanted[name]}
-    tables = [path.name for path in folder.glob("modules.*")]
+    tables = [path.name for path in folder.glob("modules.*.bin")]
     return [folder / path for path in sorted(paths) + tables]
 
 
@@ -196,7 +202,7 @@ class Image:
                 self.make_anew()
 
     def fetch(self, root):
-        """Unpacks the packages, as long as nothing else is asked of them."""
+        """Unpacks the packages, unless the same packages are unpacked already."""
         unpacked = self.cache / "unpacked"
         if unpacked.exists() and unpacked.read_text() == " ".join(PACKAGES):
             return
@@ -210,7 +216,7 @@ class Image:
         unpacked.write_text(" ".join(PACKAGES))
 
     def make_anew(self):
-        # What is half made when this is broken off is not taken for whole.
+        # An interrupted run leaves no fingerprint, and is repeated.
         (self.cache / "fingerprint").unlink(missing_ok=True)
         root = self.cache / "root"
         self.fetch(root)

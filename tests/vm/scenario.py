@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
-"""Reads a scenario: a machine, how its disks are laid out, and what the library says on it.
+"""Reads a scenario: a machine, how its disks are laid out, and the library's answers on it.
 
 A scenario is a text of sections:
 
@@ -19,18 +19,20 @@ A scenario is a text of sections:
     /: file system on sda2    each layer of the storage with those that it stands on,
     sda2: partition on sda    for scripts/pictures; compared with the kernel's layers
     sda: SATA disk
-    source: identify request asks sda2
+    source: identify request queries sda2
 
     [answers]
     harddisk_id("/dev/sda2") = "QEMUHARDDISK_1"
-        device :/dev/sda2
+    harddisk_id_lvm("/dev/sda2") = NULL
+        stderr:   Volume group "sda2" not found
     $ mv /usr/sbin/smartctl /tmp
     nobody: harddisk_id("/dev/sda2") = NULL
 
-Behind each question stand its answer, the lines that it leaves in the trace log, and what it says on
-standard error; "$" is a command that changes the machine, or fails where it is not as it should be.
-A scenario says only in what it differs from the usual machine: the hardware of that is there, too,
-and its questions are asked unless the scenario answers them.
+Behind each query stand its answer and its standard error; "$" is a command that changes the
+machine, or fails where the machine is not as expected. In a scenario with the section [answers and
+trace] the lines that a query leaves in the trace log follow, too, behind "trace: "; elsewhere the
+trace is not compared. A scenario states only in what it differs from the usual machine: the
+hardware of that is there, too, and its queries are run unless the scenario answers them.
 """
 
 import re
@@ -38,9 +40,11 @@ from dataclasses import dataclass, field
 from pathlib import Path
 
 FOLDER = Path(__file__).parent
-SECTIONS = ("hardware", "layout", "picture", "answers")
+ANSWERS_AND_TRACE = "answers and trace"
+SECTIONS = ("hardware", "layout", "picture", "answers", ANSWERS_AND_TRACE)
 KEYWORDS = ("disk", "modules", "cmdline")
-ALL_ASKED = "That is all."  # says the probe
+TRACE = "    trace: "
+ALL_DONE = "All queries are done."  # the last line of the probe
 
 
 class ScenarioError(Exception):
@@ -49,9 +53,9 @@ class ScenarioError(Exception):
 
 @dataclass
 class Answer:
-    """A question or a command, with everything that has to follow it."""
+    """A query or a command, with everything that has to follow it."""
 
-    question: str
+    query: str
     lines: list = field(default_factory=list)
 
 
@@ -102,18 +106,24 @@ class Scenario:
         return [line for line in self.lines("hardware") if line.startswith("-")]
 
     def words(self, keyword):
-        """What stands behind each occurrence of a keyword in the hardware section."""
+        """The words behind each occurrence of a keyword in the hardware section."""
         return [line.split()[1:] for line in self.lines("hardware") if line.split()[0] == keyword]
+
+    def has_trace(self):
+        return ANSWERS_AND_TRACE in self.sections
+
+    def answer_lines(self):
+        return self.lines(ANSWERS_AND_TRACE if self.has_trace() else "answers")
 
     def answers(self):
         result = []
-        for line in self.lines("answers"):
+        for line in self.answer_lines():
             if line.startswith(" "):
                 result[-1].lines.append(line)
             else:
-                question = line if line.startswith("$ ") else line.partition(" = ")[0]
-                question = re.sub(r" ended by \w+$", "", question)
-                result.append(Answer(question, [line]))
+                query = line if line.startswith("$ ") else line.partition(" = ")[0]
+                query = re.sub(r" ended by \w+$", "", query)
+                result.append(Answer(query, [line]))
         return result
 
     def picture(self):
@@ -135,18 +145,20 @@ class Scenario:
         return Picture(layers, source)
 
     def check(self):
-        """Refuses what would be passed over in silence."""
+        """Refuses what would be ignored."""
         if not self.description:
-            raise self.error("a scenario begins with a sentence that says what it shows")
+            raise self.error("a scenario begins with a sentence that states what it shows")
         for line in self.lines("hardware"):
             word = line.split()[0]
             if not word.startswith("-") and word not in KEYWORDS:
                 raise self.error(f"no keyword of the hardware is '{word}'")
         if any(len(words) < 2 for words in self.words("disk")):
             raise self.error("a disk has a name and a size")
-        answers = self.lines("answers")
+        answers = self.answer_lines()
         if not answers or answers[0].startswith(" "):
-            raise self.error("the answers begin with a question")
+            raise self.error("the answers begin with a query")
+        if not self.has_trace() and any(line.startswith(TRACE) for line in answers):
+            raise self.error(f"the trace stands in a section [{ANSWERS_AND_TRACE}]")
         self.picture()
 
 
@@ -189,8 +201,8 @@ def load_all(folder, wanted=()):
 def expected_answers(scenario):
     """The usual answers that the scenario does not give, and then its own behind its picture."""
     own = scenario.answers()
-    answered = {answer.question for answer in own}
-    others = [answer for answer in usual().answers() if answer.question not in answered]
+    answered = {answer.query for answer in own}
+    others = [answer for answer in usual().answers() if answer.query not in answered]
     picture = scenario.picture()
     checks = [Answer(check, [check]) for check in picture.checks()] if picture else []
     return others + checks + own

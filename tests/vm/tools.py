@@ -9,15 +9,19 @@ from contextlib import contextmanager
 
 
 class ToolError(Exception):
-    """Something outside failed; the text says what, and what to do."""
+    """A program failed; the text names it."""
+
+
+class Missing(ToolError):
+    """What the scenarios need is not there, and they are skipped."""
 
 
 def run(command, **options):
-    """What a program prints. The message of a failure has what it said on standard error."""
+    """What a program prints. The message of a failure has its standard error."""
     try:
         return subprocess.run(command, check=True, text=True, capture_output=True, **options).stdout
     except FileNotFoundError as error:
-        raise ToolError(f"'{command[0]}' is missing: scripts/setup test installs it") from error
+        raise Missing(f"'{command[0]}' is missing: scripts/setup vm installs it") from error
     except subprocess.CalledProcessError as error:
         raise ToolError(f"{error}\n{error.stderr}") from error
 
@@ -47,7 +51,7 @@ def archive(tree, path):
 
 @contextmanager
 def locked(path):
-    """Keeps other runs, which may have the same cache, out of what is done meanwhile."""
+    """Keeps other runs, which may have the same cache, out meanwhile."""
     with open(path, "w", encoding="utf-8") as lock:
         fcntl.flock(lock, fcntl.LOCK_EX)
         yield

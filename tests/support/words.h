@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// The texts of a recorded machine are lines of words. A word that holds blanks or bytes that nobody
-// can read stands between quotation marks, where a backslash makes the next character an ordinary
-// one, "\n" and "\t" are what they are in C, and "\xNN" is a byte.
+// The texts of a recorded machine are lines of words. A word that holds blanks or unprintable bytes
+// stands between quotation marks, where a backslash makes the next character an ordinary one, "\n"
+// and "\t" are what they are in C, and "\xNN" is a byte.
 #pragma once
 
 #include <string>
