@@ -35,3 +35,18 @@ elseif(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
     # It needs an optimising build, and hides accesses from the sanitizers.
     target_compile_options(orvane_options INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
 endif()
+
+# With ORVANE_ANALYSIS a target's sources are analysed while they are compiled, so that only what
+# has changed is analysed again.
+function(orvane_analysed target)
+    if(NOT ORVANE_ANALYSIS)
+        return()
+    endif()
+    foreach(tool clang-tidy cppcheck)
+        find_program(${tool}_path ${tool} REQUIRED)
+    endforeach()
+    set_target_properties(${target} PROPERTIES
+        CXX_CLANG_TIDY "${clang-tidy_path};--quiet"
+        # A loop that reads well needs no algorithm.
+        CXX_CPPCHECK "${cppcheck_path};--quiet;--error-exitcode=1;--std=c++20;--inline-suppr;--enable=warning,style,performance,portability;--suppress=useStlAlgorithm")
+endfunction()

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Runs one of the source checkers over the project.
-# Usage: sources.sh format|shell|python|tidy|cppcheck SOURCE-DIR BUILD-DIR
+# Usage: sources.sh format|shell|python SOURCE-DIR
 set -eu
 
 cd "$2"
@@ -23,14 +23,5 @@ python)
         find scripts tests -name '*.py'
         grep -rl '^#!/usr/bin/python3' scripts tests
     } | xargs sh -c 'black --quiet --check --line-length 100 "$@" && pyflakes3 "$@"' sh
-    ;;
-tidy)
-    files '.*\.cpp' src cli | xargs -0 -P 2 -n 1 clang-tidy -p "$3" --quiet
-    ;;
-cppcheck)
-    # A loop that reads well needs no algorithm.
-    cppcheck --quiet --error-exitcode=1 --std=c++20 --inline-suppr \
-        --enable=warning,style,performance,portability --suppress=useStlAlgorithm \
-        -I include -I src src cli
     ;;
 esac
