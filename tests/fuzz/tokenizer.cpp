@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // The separators on the first line, and behind it the text.
-#include "support/text.h"
 #include "fuzz.h"
+#include "support/text.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
