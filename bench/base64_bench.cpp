@@ -22,7 +22,7 @@ std::vector<unsigned char> some_bytes(std::int64_t size)
     return bytes;
 }
 
-// With room for the terminator that EVP_EncodeBlock() writes.
+// With a byte for the terminator that EVP_EncodeBlock() writes.
 std::vector<char> room_for_text_of(const std::vector<unsigned char> &bytes)
 {
     return std::vector<char>((bytes.size() + 2) / 3 * 4 + 1);
@@ -51,10 +51,10 @@ void encode_block(benchmark::State &state)
 {
     const auto bytes = some_bytes(state.range(0));
     auto text = room_for_text_of(bytes);
-    auto *const room = reinterpret_cast<unsigned char *>(text.data());
+    auto *const buffer = reinterpret_cast<unsigned char *>(text.data());
     for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(
-            EVP_EncodeBlock(room, bytes.data(), static_cast<int>(bytes.size())));
+            EVP_EncodeBlock(buffer, bytes.data(), static_cast<int>(bytes.size())));
 }
 
 void decode(benchmark::State &state)

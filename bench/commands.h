@@ -7,7 +7,7 @@
 #include <benchmark/benchmark.h>
 
 // Measures a command, run to its end once for each iteration without a shell and without output.
-// One that fails is told as the benchmark's error.
+// One that fails is reported as the benchmark's error.
 void run_each_time(benchmark::State &state, std::vector<std::string> command);
 
 // Keeps what is written to standard output away from the report for its lifetime.

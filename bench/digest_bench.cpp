@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// Whether files have their digests, beside the tools that tell digests, on a file that the page
+// Whether files have their digests, beside the tools that print digests, on a file that the page
 // cache holds, and beside the calls that cannot be done without, on a small one.
 #include "commands.h"
 #include "orvane.h"
@@ -110,12 +110,12 @@ void sha256sum(benchmark::State &state)
 
 template <auto Digest> void open_read_digest_close(benchmark::State &state)
 {
-    std::array<unsigned char, 4096> room;
+    std::array<unsigned char, 4096> buffer;
     std::array<unsigned char, 32> digest;
     for ([[maybe_unused]] auto _ : state) {
         const int fd = ::open(small_file().path(), O_RDONLY);
-        const ssize_t size = ::read(fd, room.data(), room.size());
-        Digest(room.data(), static_cast<std::size_t>(size), digest.data());
+        const ssize_t size = ::read(fd, buffer.data(), buffer.size());
+        Digest(buffer.data(), static_cast<std::size_t>(size), digest.data());
         benchmark::DoNotOptimize(digest.data());
         ::close(fd);
     }

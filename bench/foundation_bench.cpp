@@ -43,10 +43,10 @@ void system_uuid_query(benchmark::State &state)
 
 void open_read_close(benchmark::State &state)
 {
-    std::array<char, 1024> room;
+    std::array<char, 1024> buffer;
     for ([[maybe_unused]] auto _ : state) {
         const int fd = ::open("/sys/devices/virtual/dmi/id/product_uuid", O_RDONLY);
-        benchmark::DoNotOptimize(::read(fd, room.data(), room.size()));
+        benchmark::DoNotOptimize(::read(fd, buffer.data(), buffer.size()));
         ::close(fd);
     }
 }

@@ -44,7 +44,7 @@ void add_cards(int cards)
     require(::pclose(ip) == 0, "make network cards");
 }
 
-// Enters a network of its own with so many cards, made when it is first asked for.
+// Enters a network of its own with so many cards, made at its first use.
 void enter_network(int cards)
 {
     static std::map<int, int> networks; // cards, namespace

@@ -14,7 +14,7 @@ endif()
 function(refuse_signing_key file reason)
     message(FATAL_ERROR "The signing key ${file} ${reason}.\n"
         "ORVANE_SIGNING_KEY must be one binary OpenPGP RSA public key of at most 1024 bytes. "
-        ${ARGN} "\ndocs/keys.md tells how to make a key.")
+        ${ARGN} "\ndocs/keys.md describes how to make a key.")
 endfunction()
 
 # Runs gpg on the file with a key store that lasts for this one call. The status is ANSWER_status.

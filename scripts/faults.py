@@ -99,7 +99,7 @@ def closing(tokens, opening):
 
 
 def without_declarative(tokens):
-    """Without what tells the compiler something and runs nowhere."""
+    """Without what only the compiler reads."""
     kept = []
     index = 0
     while index < len(tokens):
@@ -150,7 +150,7 @@ def other_strings(text):
     """With its middle letter changed, and empty."""
     if text.startswith("R"):
         return []
-    # What follows "%" or "\" says how to read, and another letter there is another program.
+    # What follows "%" or "\" is part of a conversion or escape.
     letters = [match.end() - 1 for match in re.finditer(r"(?<![%\\])[A-Za-z0-9]", text)]
     changed = []
     if letters:

@@ -28,7 +28,7 @@ SYSTEM_TESTS = {
     subsystem: f"tests/system/{subsystem}_tests"
     for subsystem in ("foundation", "disk", "machine", "integrity", "gpg", "scene")
 }
-# Words in the names of tests that do not tell their subject.
+# Words in the names of tests that do not name their subject.
 NO_SUBJECT = {"test", "id", "machine"}
 
 # Runs a program where nothing that it does, starts or leaves behind outlives it, with some files in
@@ -58,7 +58,7 @@ exit $status
 
 
 class MutateError(Exception):
-    """Nothing can be tried; the text says why."""
+    """Nothing can be tried; the text is the reason."""
 
 
 class Stopped(Exception):
@@ -125,7 +125,7 @@ class Batch:
 
 @dataclass(frozen=True)
 class Failure:
-    """What the tests said; the test's name if it may be asked again."""
+    """What the tests printed; the test's name if it can be run again."""
 
     text: str
     output: str
@@ -184,7 +184,7 @@ class Build:
             if "-o" in words and words[words.index("-o") + 1] == output:
                 words = words[words.index("&&") + 1 :]
                 return words[: words.index("&&")]
-        raise MutateError(f"{self.folder} does not tell how {output} is linked")
+        raise MutateError(f"{self.folder} does not show how {output} is linked")
 
     def included_sources(self):
         """The files of src/ and the tests that each object is made of."""
@@ -249,7 +249,7 @@ class Build:
 
 
 class Workshop:
-    """Makes mutants, and tells which of them are worth a test."""
+    """Makes mutants, and chooses those that are worth a test."""
 
     def __init__(self, build, folder):
         self.build = build

@@ -26,7 +26,7 @@ echo "$undefined" | grep -q '__stack_chk_fail' || complain "no stack protector"
 echo "$undefined" | grep -q '__vsnprintf_chk' || complain "not fortified"
 # Nobody releases the key that a text is encrypted to.
 echo "$undefined" | grep -q 'gpgme_key_' && complain "releases a key"
-# A length of 4 bytes and room for 1024, to be written.
+# A length of 4 bytes and a buffer of 1024, to be written.
 nm --defined-only --print-size "$library" | grep -Eq ' 0*404 d .*builtin_key' ||
     complain "no built-in key of a fixed size in writable data"
 if [ "$(uname -m)" = x86_64 ]; then

@@ -27,7 +27,7 @@ std::string decoded(std::string text)
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
-    // Each text is said on standard output.
+    // Each text is printed on standard output.
     require(std::freopen("/dev/null", "w", stdout) != nullptr);
     return 0;
 }

@@ -58,9 +58,9 @@ inline std::string take_line(std::string &text)
 
 // Takes what a read of a line into a buffer of this size takes off what is not empty. A zero hides
 // what stands behind it.
-inline std::string take_read(std::string &rest, std::size_t room)
+inline std::string take_read(std::string &rest, std::size_t capacity)
 {
-    const std::size_t last = std::min({rest.find('\n'), rest.size() - 1, room - 2});
+    const std::size_t last = std::min({rest.find('\n'), rest.size() - 1, capacity - 2});
     const std::string line = rest.substr(0, last + 1);
     rest.erase(0, last + 1);
     return up_to_zero(line);
@@ -100,7 +100,7 @@ private:
     std::string path_ = "/proc/self/fd/" + std::to_string(file_);
 };
 
-// What the library says to people is not read; reports of the fuzzer go another way.
+// What the library prints is not read; reports of the fuzzer go another way.
 inline void silence_complaints()
 {
     stderr = std::fopen("/dev/null", "w");

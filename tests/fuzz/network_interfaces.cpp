@@ -34,7 +34,7 @@ struct listed {
 };
 
 std::vector<listed> list;
-std::map<std::string, card> cards; // by the names that a request has room for
+std::map<std::string, card> cards; // by the names that fit into a request
 
 std::string requested(const std::string &name)
 {
@@ -92,10 +92,11 @@ std::optional<std::string> greatest_address()
         if (entry.name == "-" || entry.family == "-" || number_of(entry.family) == AF_UNIX ||
             !faked::is_below(entry.name, {"eth", "en", "em"}))
             continue;
-        const card &asked = cards.at(requested(entry.name));
-        if (!asked.current)
+        const card &queried = cards.at(requested(entry.name));
+        if (!queried.current)
             break;
-        greatest = std::max(greatest, std::optional(text_of(asked.permanent.value_or(address()))));
+        greatest =
+            std::max(greatest, std::optional(text_of(queried.permanent.value_or(address()))));
     }
     return greatest;
 }
@@ -110,32 +111,33 @@ std::optional<std::string> reported(query address, const std::string &name)
 
 void require_each_reported()
 {
-    for (const auto &[name, asked] : cards) {
-        const auto current = asked.current ? std::optional(text_of(*asked.current)) : std::nullopt;
-        const auto permanent = asked.current
-                                   ? std::optional(text_of(asked.permanent.value_or(address())))
+    for (const auto &[name, queried] : cards) {
+        const auto current =
+            queried.current ? std::optional(text_of(*queried.current)) : std::nullopt;
+        const auto permanent = queried.current
+                                   ? std::optional(text_of(queried.permanent.value_or(address())))
                                    : std::nullopt;
         require(reported(orvane::network_interface_get_mac, name) == current);
         require(reported(orvane::network_interface_get_permanent_mac, name) == permanent);
     }
 }
 
-int answer_current(const card &asked, ifreq &request)
+int answer_current(const card &queried, ifreq &request)
 {
-    if (!asked.current)
+    if (!queried.current)
         return -1;
-    std::copy(asked.current->begin(), asked.current->end(), request.ifr_hwaddr.sa_data);
+    std::copy(queried.current->begin(), queried.current->end(), request.ifr_hwaddr.sa_data);
     return 0;
 }
 
-int answer_permanent(const card &asked, const ifreq &request)
+int answer_permanent(const card &queried, const ifreq &request)
 {
     ethtool_perm_addr wanted = {};
     std::memcpy(&wanted, request.ifr_data, sizeof wanted);
     require(wanted.cmd == ETHTOOL_GPERMADDR && wanted.size == sizeof(address));
-    if (!asked.permanent)
+    if (!queried.permanent)
         return -1;
-    std::memcpy(request.ifr_data + sizeof wanted, asked.permanent->data(), sizeof(address));
+    std::memcpy(request.ifr_data + sizeof wanted, queried.permanent->data(), sizeof(address));
     return 0;
 }
 
@@ -163,10 +165,10 @@ extern "C" int ioctl(int /*socket*/, unsigned long what, ...) noexcept
     va_start(arguments, what);
     ifreq &request = *va_arg(arguments, ifreq *);
     va_end(arguments);
-    const card &asked = cards.at(request.ifr_name);
+    const card &queried = cards.at(request.ifr_name);
     require(what == SIOCGIFHWADDR || what == SIOCETHTOOL);
-    return what == SIOCGIFHWADDR ? answer_current(asked, request)
-                                 : answer_permanent(asked, request);
+    return what == SIOCGIFHWADDR ? answer_current(queried, request)
+                                 : answer_permanent(queried, request);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)

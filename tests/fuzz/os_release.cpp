@@ -13,7 +13,7 @@ bool is_release(std::string_view path)
     return path == "/etc/os-release" || path == "/usr/lib/os-release";
 }
 
-// Some line gives the variant, which says so once its quoting is out of it.
+// Some line names the variant, once its quotes are removed.
 bool may_be_education(std::string text)
 {
     std::erase_if(text, [](char c) { return c == '"' || c == '\'' || c == '\\'; });

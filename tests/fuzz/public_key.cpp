@@ -8,7 +8,7 @@
 extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char *** /*argv*/)
 {
     silence_complaints();
-    // Nobody is there to be asked for the password of a block that says it is encrypted.
+    // Nobody can enter the password of a block that is marked as encrypted.
     ::setsid();
     require(std::freopen("/dev/null", "r", stdin) != nullptr);
     return 0;

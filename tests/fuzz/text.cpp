@@ -9,9 +9,9 @@ namespace {
 void require_cleaned(void (*clean)(char *), const std::string &text, const std::string &expected)
 {
     // Just as large as the text, so that one byte more is seen.
-    std::vector<char> room(text.c_str(), text.c_str() + text.size() + 1);
-    clean(room.data());
-    require(expected == room.data());
+    std::vector<char> buffer(text.c_str(), text.c_str() + text.size() + 1);
+    clean(buffer.data());
+    require(expected == buffer.data());
 }
 
 std::string without(std::string text, std::string_view unwanted)

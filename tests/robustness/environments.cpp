@@ -46,7 +46,7 @@ void require(bool is_so, const std::string &what)
 {
     if (!is_so)
         throw std::system_error(errno, std::generic_category(),
-                                "the environment is not as said: " + what);
+                                "the environment is not as described: " + what);
 }
 
 // ---- Children and signals ----

@@ -18,7 +18,7 @@ std::vector<imported_function> imported_functions();
 // Puts another function there, for the library alone.
 //
 // The library goes through its slots for every call, those that end a function by a jump included;
-// those leave no return address that would tell who called. Nobody else uses the slots, so other
+// those leave no return address that would show the caller. Nobody else uses the slots, so other
 // objects and the sanitizers, whose own replacements are the genuine functions here, see nothing of
 // it.
 void replace(const imported_function &function, void *replacement);

@@ -280,9 +280,10 @@ TEST_F(judgement, allows_failure_without_memory_unless_the_case_needs_none)
 
 TEST_F(judgement, is_of_an_environment_that_is_as_said)
 {
-    const environment untrue = {
-        "untrue", []() -> std::unique_ptr<condition> { throw std::runtime_error("not as said"); }};
-    EXPECT_NE(in(untrue, case_of(be_fine)).find("not as said"), std::string::npos);
+    const environment untrue = {"untrue", []() -> std::unique_ptr<condition> {
+                                    throw std::runtime_error("not as described");
+                                }};
+    EXPECT_NE(in(untrue, case_of(be_fine)).find("not as described"), std::string::npos);
 }
 
 TEST_F(judgement, concerns_no_call_of_the_test)

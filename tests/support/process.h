@@ -10,7 +10,7 @@
 #include <vector>
 
 // Runs a program to its end with empty standard input. `prepare` runs in the child before it; where
-// it says false the status is 127.
+// it returns false the status is 127.
 constructed_machine::program_result run_program(const std::vector<std::string> &command,
                                                 const std::function<bool()> &prepare);
 

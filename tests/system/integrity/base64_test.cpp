@@ -2,7 +2,7 @@
 #include "base64_samples.h"
 #include "built_locale.h"
 #include "fixture.h"
-#include "guarded_room.h"
+#include "guarded_buffer.h"
 #include "orvane.h"
 #include "sanitizers.h"
 
@@ -38,7 +38,7 @@ struct encoding {
                                    : testing::AssertionFailure() << "the length is " << length;
     }
 
-    guarded_room buffer;
+    guarded_buffer buffer;
     unsigned int length = untouched;
 };
 

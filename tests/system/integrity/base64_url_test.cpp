@@ -4,7 +4,7 @@
 #include "base64_samples.h"
 #include "built_locale.h"
 #include "fixture.h"
-#include "guarded_room.h"
+#include "guarded_buffer.h"
 #include "orvane.h"
 
 #include <cctype>
@@ -40,7 +40,7 @@ struct conversion {
     }
 
     transform convert;
-    guarded_room buffer;
+    guarded_buffer buffer;
     unsigned int length = untouched;
 };
 

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <string>
 
-// A stream whose reads give these pieces one after the other. A signal breaks off the read where a
+// A stream whose reads give these pieces one after the other. A signal interrupts the read where a
 // piece is empty, and behind the last one stands the end or an error.
 inline std::FILE *stream_of(const texts &pieces, int last_error = 0)
 {
@@ -15,7 +15,7 @@ inline std::FILE *stream_of(const texts &pieces, int last_error = 0)
         texts pieces;
         int last_error;
     };
-    constexpr auto read = [](void *cookie, char *room, size_t size) -> ssize_t {
+    constexpr auto read = [](void *cookie, char *buffer, size_t size) -> ssize_t {
         source &from = *static_cast<source *>(cookie);
         errno = from.last_error;
         if (from.pieces.empty())
@@ -25,7 +25,7 @@ inline std::FILE *stream_of(const texts &pieces, int last_error = 0)
         if (from.pieces.front().empty())
             from.pieces.erase(from.pieces.begin());
         errno = EINTR;
-        return piece.empty() ? -1 : static_cast<ssize_t>(piece.copy(room, size));
+        return piece.empty() ? -1 : static_cast<ssize_t>(piece.copy(buffer, size));
     };
     constexpr auto close = [](void *cookie) {
         delete static_cast<source *>(cookie);

@@ -9,14 +9,14 @@
 #include <gtest/gtest.h>
 
 // Room that the library writes to. It shows what was written, and that nothing was written behind
-// that or outside the room.
-class guarded_room {
+// that or outside the buffer.
+class guarded_buffer {
 public:
-    explicit guarded_room(std::size_t size) : bytes_(margin + size + margin, untouched) {}
+    explicit guarded_buffer(std::size_t size) : bytes_(margin + size + margin, untouched) {}
 
     [[nodiscard]] char *data() { return bytes_.data() + margin; }
 
-    // Whether the room begins with the text and everything else is untouched.
+    // Whether the buffer begins with the text and everything else is untouched.
     [[nodiscard]] testing::AssertionResult holds(std::string_view text) const
     {
         std::string expected(bytes_.size(), untouched);
