@@ -159,11 +159,11 @@ TEST_F(tool, prints_into_the_stream)
     EXPECT_FALSE(orvane::run_tool(nullptr));
 }
 
-TEST_F(tool, is_waited_for_when_its_output_is_given_up)
+TEST_F(tool, is_waited_for_when_its_output_is_closed)
 {
-    const std::string last_deed = machine.scratch("made");
-    orvane::run_tool(("echo done >" + last_deed).c_str()).reset();
-    EXPECT_EQ(machine.content(last_deed), "done\n");
+    const std::string last_file = machine.scratch("last");
+    EXPECT_TRUE(orvane::run_tool(("echo done >" + last_file).c_str()));
+    EXPECT_EQ(machine.content(last_file), "done\n");
 }
 
 TEST_F(tool, is_run_on_a_device_by_a_command_line_of_at_most_255_characters)
