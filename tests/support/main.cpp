@@ -4,6 +4,8 @@
 // that crashes, hangs or spoils its process harms no other, and no program is started anew for it.
 //
 //     --jobs=N        cases at a time; one for each processor by default
+//     --together=N    cases in one child; 8 by default where a sanitizer or coverage makes a
+//                     child expensive, else 1
 //     --timeout=N     seconds that a case may take; 180 by default
 //     --in-process    run them one after the other without forking, for a debugger or valgrind
 #include "sanitizers.h"
@@ -186,8 +188,9 @@ std::vector<std::string> split(const std::string &text, char separator)
 
 class runner {
 public:
-    runner(std::vector<std::string> cases, unsigned jobs, std::chrono::seconds timeout)
-        : cases_(std::move(cases)), jobs_(jobs), timeout_(timeout)
+    runner(std::vector<std::string> cases, unsigned jobs, unsigned together,
+           std::chrono::seconds timeout)
+        : cases_(std::move(cases)), jobs_(jobs), together_(together), timeout_(timeout)
     {
     }
 
@@ -224,7 +227,7 @@ private:
     // longer than the case. Returns the number of the case after them.
     std::size_t start(std::size_t first)
     {
-        const std::size_t last = std::min(first + (is_examined() ? 8 : 1), cases_.size());
+        const std::size_t last = std::min(first + together_, cases_.size());
         child started{{cases_.begin() + static_cast<std::ptrdiff_t>(first),
                        cases_.begin() + static_cast<std::ptrdiff_t>(last)},
                       captured_output(),
@@ -322,6 +325,7 @@ private:
 
     const std::vector<std::string> cases_;
     const unsigned jobs_;
+    const unsigned together_;
     const std::chrono::seconds timeout_;
     std::map<pid_t, child> running_;
     std::size_t passed_ = 0;
@@ -348,12 +352,15 @@ int main(int argc, char **argv)
     testing::InitGoogleTest(&argc, argv);
     in_process = in_process || testing::GTEST_FLAG(list_tests);
     unsigned jobs = std::max(1U, std::thread::hardware_concurrency());
+    unsigned together = is_examined() ? 8 : 1;
     std::chrono::seconds timeout(180);
     for (const std::string_view option : std::vector<std::string_view>(argv + 1, argv + argc)) {
         if (option == "--in-process") {
             in_process = true;
         } else if (const unsigned number = number_of(option, "--jobs=")) {
             jobs = number;
+        } else if (const unsigned children = number_of(option, "--together=")) {
+            together = children;
         } else if (const unsigned seconds = number_of(option, "--timeout=")) {
             timeout = std::chrono::seconds(seconds);
         } else {
@@ -363,5 +370,5 @@ int main(int argc, char **argv)
     }
     if (in_process)
         return RUN_ALL_TESTS();
-    return runner(shard_of(chosen_cases()), jobs, timeout).run();
+    return runner(shard_of(chosen_cases()), jobs, together, timeout).run();
 }
