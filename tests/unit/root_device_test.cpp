@@ -75,3 +75,13 @@ TEST(long_mount_entry, may_be_the_root)
     const std::string device = "/dev/" + std::string(4000, 'd');
     EXPECT_EQ(root_of(device + " / ext4 rw 0 0\n"), device);
 }
+
+TEST(long_mount_entry, is_read_as_far_as_4095_bytes)
+{
+    const std::string device = "/dev/sda2";
+    const auto with_root_at = [&device](std::size_t place) {
+        return device + std::string(place - 1 - device.size(), ' ') + "/ ext4 rw 0 0\n";
+    };
+    EXPECT_EQ(root_of(with_root_at(4095)), device);
+    EXPECT_EQ(root_of(with_root_at(4096)), none);
+}
