@@ -2,13 +2,13 @@
 #include "summary.h"
 
 #include "library_slots.h"
+#include "sanitizers.h"
 #include "shared_memory.h"
 #include "trial.h"
 
 #include <algorithm>
 #include <cstdio>
 
-#include <dlfcn.h>
 #include <unistd.h>
 
 namespace {
@@ -84,8 +84,7 @@ void trial_summary::print() const
 
 bool is_sanitized()
 {
-    return ::dlsym(RTLD_DEFAULT, "__asan_init") != nullptr ||
-           ::dlsym(RTLD_DEFAULT, "__tsan_init") != nullptr;
+    return has_address_sanitizer() || has_thread_sanitizer();
 }
 
 bool is_examined()
