@@ -50,7 +50,7 @@ const char *result_message(int result)
     case ORVANE_URL_ESCAPE:
         return "a \"%\" is not followed by 2B, 2F or 3D";
     case ORVANE_GPG_NO_OUTPUT:
-        return "GPGME has no room for the result";
+        return "GPGME has no memory for the result";
     default:
         return "the library gives a result that is not known";
     }

@@ -8,17 +8,17 @@ namespace {
 constexpr std::string_view tool = "/usr/bin/tool ";
 
 // A name that does not fit loses its end and nothing else.
-template <std::size_t Room> void require_word(const std::string &name, bool must_quote)
+template <std::size_t Capacity> void require_word(const std::string &name, bool must_quote)
 {
-    orvane::bounded_text<Room> command;
+    orvane::bounded_text<Capacity> command;
     command.append(tool);
     if (must_quote)
         orvane::append_quoted(command, name);
     else
         orvane::append_word(command, name);
     require(runs_on(command.view(), tool, name));
-    const bool is_cut = literal_word(command.view().substr(tool.size())) != name;
-    require(!is_cut || command.length() + sizeof "'\\''" > Room);
+    const bool is_truncated = literal_word(command.view().substr(tool.size())) != name;
+    require(!is_truncated || command.length() + sizeof "'\\''" > Capacity);
 }
 
 bool is_plain(const std::string &name)

@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-// Room that the library writes to. It shows what was written, and that nothing was written behind
-// that or outside the buffer.
+// A buffer that the library writes to. It shows what was written, and that nothing was written
+// behind that or outside the buffer.
 class guarded_buffer {
 public:
     explicit guarded_buffer(std::size_t size) : bytes_(margin + size + margin, untouched) {}

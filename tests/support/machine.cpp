@@ -124,6 +124,9 @@ void constructed_machine::start()
         cover(bare);
     fill_proc();
     fill_dev();
+    // The public key of the machine that the tests run on.
+    if (fs::exists("/etc/orvane"))
+        remove("/etc/orvane");
 }
 
 void constructed_machine::stop() noexcept

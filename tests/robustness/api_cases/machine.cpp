@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "answering_kernel.h"
 #include "api_case.h"
+#include "builtin_patterns.h"
 #include "glib_owners.h"
 #include "orvane.h"
 
@@ -490,24 +491,6 @@ template <auto generate> std::string patterns()
     const owned_key_file kf(generate());
     return kf ? text_of(kf.get()) : "NULL";
 }
-
-constexpr char exact_patterns[] = "[manufacturer_patterns]\n"
-                                  "lenovo=lenovo|KaiTian|LENOVO\n"
-                                  "tongfang=THTF\n"
-                                  "Baixin=Baixin\n"
-                                  "shuguang=Suma\n"
-                                  "Haier=Haier\n"
-                                  "shenzhoukuntai=yunke china\n"
-                                  "ziguang=H3C|UNIS|UNICOMPUTE|LANXCBCOMPUTER\n"
-                                  "xiwo=seewo\n"
-                                  "lianshuo=LIANSHUO COMPUTER\n"
-                                  "HUAWEI=HUAWEI\n";
-constexpr char patterns_without_case[] =
-    "[manufacturer_patterns]\n"
-    "greatwall=greatwall\n"
-    "Inspur=Inspur\n"
-    "706suo=Beijing Institute of Computer Technology and Application\n"
-    "Huawei=Huawei\n";
 
 template <const char *text> void processor(constructed_machine &machine)
 {

@@ -141,7 +141,7 @@ TEST_F(gpg_results, have_messages)
         {"65", "there is nothing to convert"},
         {"66", "a \"%\" is not followed by 2B, 2F or 3D"},
         {"67", "there is nothing to convert"},
-        {"100", "GPGME has no room for the result"},
+        {"100", "GPGME has no memory for the result"},
         {"4711", "the library gives a result that is not known"},
     };
     machine.file("/srv/output", "before");

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // How a key file's patterns are compared with the manufacturer.
+#include "builtin_patterns.h"
 #include "manufacturer_machine.h"
 #include "trace_lines.h"
 
@@ -313,24 +314,8 @@ struct built_in_set : named_case {
 };
 
 const built_in_set built_in_sets[] = {
-    {"exact", generate_machine_whitelist,
-     "[manufacturer_patterns]\n"
-     "lenovo=lenovo|KaiTian|LENOVO\n"
-     "tongfang=THTF\n"
-     "Baixin=Baixin\n"
-     "shuguang=Suma\n"
-     "Haier=Haier\n"
-     "shenzhoukuntai=yunke china\n"
-     "ziguang=H3C|UNIS|UNICOMPUTE|LANXCBCOMPUTER\n"
-     "xiwo=seewo\n"
-     "lianshuo=LIANSHUO COMPUTER\n"
-     "HUAWEI=HUAWEI\n"},
-    {"ignore_case", generate_machine_whitelist_ignore_case,
-     "[manufacturer_patterns]\n"
-     "greatwall=greatwall\n"
-     "Inspur=Inspur\n"
-     "706suo=Beijing Institute of Computer Technology and Application\n"
-     "Huawei=Huawei\n"},
+    {"exact", generate_machine_whitelist, exact_patterns},
+    {"ignore_case", generate_machine_whitelist_ignore_case, patterns_without_case},
 };
 
 class built_in_patterns : public on_machine, public testing::WithParamInterface<built_in_set> {};
