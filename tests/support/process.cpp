@@ -18,6 +18,10 @@
 
 namespace {
 
+// Read before the process enters namespaces of its own: from there, a program that was started in
+// a chroot has the path that it has outside.
+const std::filesystem::path running_program = std::filesystem::read_symlink("/proc/self/exe");
+
 // Above every descriptor that a test may count on being free.
 constexpr int first_kept_descriptor = 200;
 
@@ -170,7 +174,7 @@ bool has_children()
 
 std::string build_folder()
 {
-    std::filesystem::path folder = std::filesystem::read_symlink("/proc/self/exe");
+    std::filesystem::path folder = running_program;
     while (!std::filesystem::exists(folder / "CMakeCache.txt")) {
         if (folder == folder.root_path())
             throw std::runtime_error("the program stands in no build folder");
