@@ -4,16 +4,24 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <glib.h>
+
 namespace {
 
 int shared_number = 0;
-char *volatile lost = nullptr;
+void *volatile lost = nullptr;
 
 } // namespace
 
 void planted_leak()
 {
     lost = ::strdup("a text that nobody releases");
+    lost = nullptr;
+}
+
+void planted_slice_leak()
+{
+    lost = ::g_slice_alloc0(24);
     lost = nullptr;
 }
 

@@ -7,6 +7,7 @@
 #include <cstddef>
 
 void planted_leak();
+void planted_slice_leak();                             // of a small block, which GLib allocates
 void planted_overflow(char *buffer, std::size_t size); // writes one byte more
 void planted_race();
 int planted_signed_overflow(int number);

@@ -15,6 +15,11 @@ TEST(planted, leak)
     planted_leak();
 }
 
+TEST(planted, slice_leak)
+{
+    planted_slice_leak();
+}
+
 TEST(planted, overflow)
 {
     const std::unique_ptr<char[]> buffer(new char[24]);
