@@ -370,5 +370,10 @@ int main(int argc, char **argv)
     }
     if (in_process)
         return RUN_ALL_TESTS();
-    return runner(shard_of(chosen_cases()), jobs, together, timeout).run();
+    const std::vector<std::string> chosen = chosen_cases();
+    if (chosen.empty()) {
+        std::fprintf(stderr, "%s: no case has such a name\n", argv[0]);
+        return 2;
+    }
+    return runner(shard_of(chosen), jobs, together, timeout).run();
 }
