@@ -4,6 +4,7 @@
 #include "orvane.h"
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -33,7 +34,9 @@ std::string text_of_length(std::int64_t length)
     const auto bytes = some_bytes(length / 4 * 3);
     std::vector<char> text = room_for_text_of(bytes);
     unsigned int stored = 0;
-    base64_encode(bytes.data(), static_cast<int>(bytes.size()), text.data(), &stored);
+    if (base64_encode(bytes.data(), static_cast<int>(bytes.size()), text.data(), &stored) !=
+        ORVANE_OK)
+        throw std::runtime_error("base64_encode() failed");
     return {text.data(), stored};
 }
 

@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 #include <benchmark/benchmark.h>
@@ -62,7 +63,8 @@ public:
         std::ofstream(path_ + ".txt") << "Channel: stable\n";
         signer.gpg({"--output", path_, "--sign", path_ + ".txt"});
         ::setenv("GNUPGHOME", user_.path().c_str(), 1);
-        gpg_verify(path_.c_str(), nullptr, nullptr);
+        if (gpg_verify(path_.c_str(), nullptr, nullptr) != ORVANE_OK)
+            throw std::runtime_error("gpg_verify() failed");
     }
     signed_file(const signed_file &) = delete;
     signed_file &operator=(const signed_file &) = delete;

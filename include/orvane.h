@@ -16,10 +16,6 @@
  *               NULL also stands for a failed allocation.
  *   Bounds      Lines and formatted texts have fixed bounds; what is longer is
  *               truncated, never rejected.
- *   Tools       run through /bin/sh with the caller's environment, working
- *               directory and standard error, to which they may write, as
- *               LVM's do about a device that is no volume. Their exit status
- *               is not read.
  *   Trace log   Where it cannot be opened, as by a user other than root, each
  *               line that an entry writes to it becomes a message on standard
  *               error: see orvane_trace().
@@ -28,6 +24,31 @@
  *               threads may be inside the function at once.
  *   Root        Where a source can be read by root alone, the entry says so.
  *               For any other user such a source has no answer.
+ *
+ * What a call does to its process:
+ *
+ *   Tools       run through /bin/sh, dmsetup alone without it, with the caller's
+ *               environment, working directory and standard error, to which they
+ *               may write, as LVM's do about a device that is no volume. PATH
+ *               decides which `lsblk`, `cat`, `readlink`, `grep` and `awk` run
+ *               where an entry names no folder; LANG and LC_ALL, and LVM_* for
+ *               LVM's tools, act as on a command line. Their exit status is not
+ *               read. A device name that begins with "-" gets "./" before it, and
+ *               no name becomes shell syntax.
+ *   Waiting     "Waits" names what a call waits for. There is no time limit: a
+ *               tool that hangs on a broken disk, or that leaves a process behind
+ *               which holds its output open, keeps the call waiting until that
+ *               ends. It is not killed, since it may not be ours. No other child
+ *               of the caller's is waited for. A program that cannot wait makes
+ *               the call in a child process, and ends that with its process group.
+ *   Children    A tool is a child of the calling process, reaped before the call
+ *               returns, and its SIGCHLD is the caller's. A caller that ignores
+ *               SIGCHLD, or whose handler reaps every child, gets the same
+ *               answers. harddisk_id() may take a child of the caller's own.
+ *   Descriptors are opened close-on-exec, and closed before the call returns.
+ *   Signals     Handlers and masks are the caller's. An interrupted call of the
+ *               kernel is repeated.
+ *   Set-user-ID
  *
  * Each exported name is an ordinary ELF symbol. The library calls its own
  * exported functions by these names, so a program that defines one of them
@@ -48,9 +69,12 @@
 #if defined(__GNUC__)
 #define ORVANE_API __attribute__((__visibility__("default")))
 #define ORVANE_PRINTF(text, first) __attribute__((__format__(__printf__, text, first)))
+/* The result is a verdict: to ignore it is a mistake. */
+#define ORVANE_VERDICT __attribute__((__warn_unused_result__))
 #else
 #define ORVANE_API
 #define ORVANE_PRINTF(text, first)
+#define ORVANE_VERDICT
 #endif
 
 #ifdef __cplusplus
@@ -78,11 +102,11 @@ enum orvane_result {
     ORVANE_GPG_SIGNATURE_RED = 50,        /* the signature is rated red */
     ORVANE_GPG_SIGNATURE_BAD = 51,        /* the signature is bad */
     ORVANE_GPG_SIGNATURE_INVALID = 52,    /* the signature is invalid in another way */
-    ORVANE_GPG_NO_SIGNATURE = 53,         /* the file carries no signature */
+    ORVANE_GPG_NO_SIGNATURE = 53,         /* no signature was reported for the file */
     ORVANE_BASE64_LENGTH = 59,            /* not a multiple of 4 characters */
     ORVANE_BASE64_CHARACTER = 60,         /* a character that is not of base64 */
     ORVANE_BASE64_PADDING = 61,           /* a "=" out of place */
-    ORVANE_BASE64_NOTHING_TO_ENCODE = 62, /* a NULL, or no bytes */
+    ORVANE_BASE64_NOTHING_TO_ENCODE = 62, /* a NULL, no bytes, or no memory */
     ORVANE_BASE64_NOTHING_TO_DECODE = 63, /* a NULL, or no characters */
     ORVANE_URL_CHARACTER = 64,            /* a character that is neither of base64 nor "%" */
     ORVANE_FROM_URL_NOTHING = 65,         /* a NULL, or no characters */
@@ -97,12 +121,13 @@ enum orvane_result {
  * The identity of the disk that holds the root file system: as a rule its model
  * and serial number, joined by "_".
  *
- * Returns: new text, exactly as the first source that answers gave it; NULL when
- *          there is no root device or no source answers.
+ * Returns: new text   exactly as the first source that answers gave it
+ *          NULL       there is no root device, or no source answers
  * Reads:   root_device() for the device, then in this order harddisk_id(),
  *          harddisk_id_smartctl() and, where is_logical_volume() is not 0,
  *          harddisk_id_lvm(): each entry names its files and tools, and which
  *          of them need root. Queried on every call.
+ * Waits:   for the tools of these entries, without a time limit.
  * Writes:  a few lines to the trace log.
  * Errors:  those of root_device() and harddisk_id(), and the tools' messages
  *          on standard error.
@@ -114,8 +139,8 @@ ORVANE_API char *orvane_get_harddisk_id(void);
  * The block device that holds the root file system, as the mount table or the
  * kernel command line spells it: often a link, such as /dev/mapper/root.
  *
- * Returns: new text, the path of what was a block device a moment ago; NULL when
- *          neither source names one.
+ * Returns: new text   the path of what was a block device a moment ago
+ *          NULL       neither source names one
  * Reads:   /proc/mounts for the first entry at "/" that is not "rootfs"; where
  *          the file cannot be read, has no such entry, or the entry is of no block
  *          device, the first "root=" word of /proc/cmdline.
@@ -130,13 +155,15 @@ ORVANE_API char *root_device(void);
  * that begins with "root=". Whether there is such a device is not tested.
  *
  * filename: the file, of which the first line counts; in use, /proc/cmdline. NULL
- *           is a file that cannot be read.
- * Returns:  new text. "root=UUID=X" gives /dev/disk/by-uuid/X, "root=LABEL=X"
- *           gives /dev/disk/by-label/X with each "/" of X as "\x2f", any other
- *           word what stands behind its "=". Each of these ends at the value's
- *           own first "=", so "root=PARTUUID=X" gives "PARTUUID". Paths have at
- *           most 4095 bytes. NULL when the file cannot be read or has no such
- *           word, or the word no value.
+ *           is a file that cannot be read, and a pipe is waited for.
+ * Returns:  new text, by the word:
+ *             "root=UUID=X"    /dev/disk/by-uuid/X
+ *             "root=LABEL=X"   /dev/disk/by-label/X with each "/" of X as "\x2f"
+ *             "root=X"         X
+ *           each up to the value's own first "=", so that "root=PARTUUID=X" gives
+ *           "PARTUUID". Paths have at most 4095 bytes.
+ *           NULL       the file cannot be read or has no such word, or the word
+ *                      has no value
  * Errors:   a first line of more than 4095 bytes is no command line and ends the
  *           process: one line on standard error, then abort().
  * Threads:  safe.
@@ -149,18 +176,20 @@ ORVANE_API char *command_line_get_root_device_name(const char *filename);
  * dev_name: a block device: a disk, a partition, a link to one, or a mapped
  *           device by its name under /dev/mapper. NULL is a name that cannot be
  *           resolved.
- * Returns:  new text; NULL when the name does not resolve to a block device or
- *           nothing answers.
- *           - ATA: "MODEL_SERIAL" of the graphic characters alone; one of the
- *             two, or both, may be empty.
- *           - NVMe: "MODEL_SERIAL" without what is not graphic at the ends of
- *             each, and with one "-" for each run of that inside.
- *           - A mapped device that stands on one device alone: that device's
- *             node, such as "/dev/sda", where it is a whole disk; otherwise as
- *             for that device where it is NVMe. Any other mapped device is
- *             queried as if it were an ATA disk, and so is one that is given by
- *             another name: its own node, /dev/dm-N, or a link such as
- *             /dev/GROUP/VOLUME.
+ * Returns:  new text, by the device:
+ *             ATA      "MODEL_SERIAL" of the graphic characters alone; one of the
+ *                      two, or both, may be empty
+ *             NVMe     "MODEL_SERIAL" without what is not graphic at the ends of
+ *                      each, and with one "-" for each run of that inside
+ *             mapped on one device alone
+ *                      that device's node, such as "/dev/sda", where it is a whole
+ *                      disk; otherwise as for that device where it is NVMe
+ *             any other mapped device
+ *                      as for an ATA disk; so is one that is given by another
+ *                      name: its own node, /dev/dm-N, or a link such as
+ *                      /dev/GROUP/VOLUME
+ *           NULL       the name does not resolve to a block device, or nothing
+ *                      answers
  * Reads:    for ATA the HDIO_GET_IDENTITY request on the node itself (root); for
  *           NVMe /sys/block/DISK/device/model and .../serial, DISK being the
  *           first name in /sys/block that begins the device's; for mapped devices
@@ -170,6 +199,7 @@ ORVANE_API char *command_line_get_root_device_name(const char *filename);
  *           file of that name is a whole disk or the name begins with "nvme"; and
  *           libblkid, which opens the device (root), for whether it is a whole
  *           disk.
+ * Waits:    for dmsetup and lsblk, without a time limit.
  * Writes:   lines to the trace log.
  * Errors:   "execve: " and the system's reason on standard error where dmsetup is
  *           there and cannot be run.
@@ -186,15 +216,16 @@ ORVANE_API char *harddisk_id(const char *dev_name);
  *
  * device:  a block device or a link to one; NULL is a name that cannot be
  *          resolved.
- * Returns: new text, "MODEL_SERIAL" without spaces and newlines, each part
- *          truncated at 510 bytes; NULL when /usr/sbin/smartctl is not readable
- *          and executable or cannot be started, the name does not resolve to a
- *          block device, its report cannot be read to the end, or it lacks one of
- *          the two.
+ * Returns: new text   "MODEL_SERIAL" without spaces and newlines, each part
+ *                     truncated at 510 bytes
+ *          NULL       /usr/sbin/smartctl is not readable and executable or cannot
+ *                     be started, the name does not resolve to a block device, the
+ *                     report cannot be read to the end, or it lacks one of the two
  * Reads:   /usr/sbin/smartctl -i DEVICE (root), DEVICE being the resolved
  *          path, truncated with the command line at 255 bytes. The last field
  *          of the last line about a model, and about a serial number, is
  *          taken.
+ * Waits:   for smartctl, without a time limit.
  * Writes:  nothing, but for a line to the trace log about a device that cannot be
  *          examined.
  * Threads: safe; trace stamps may mix, as for time_string().
@@ -205,10 +236,12 @@ ORVANE_API char *harddisk_id_smartctl(const char *device);
  * The start of a disk's model.
  *
  * name:    the disk's name in /sys/block, such as "nvme0n1"; NULL gives NULL.
- * Returns: new text of at most three bytes in a block of 1024; empty when there is
- *          no such disk or its model cannot be read; NULL when the command cannot
- *          be started. A model of fewer than three bytes has its newline with it.
+ * Returns: new text   at most three bytes in a block of 1024, the newline among
+ *                     them of a model that is shorter; empty when there is no such
+ *                     disk or its model cannot be read
+ *          NULL       the command cannot be started
  * Reads:   cat /sys/block/NAME/device/model.
+ * Waits:   for cat, without a time limit.
  * Writes:  one line to the trace log.
  * Threads: safe; trace stamps may mix, as for time_string().
  */
@@ -218,15 +251,18 @@ ORVANE_API char *harddisk_id_nvme_new(const char *name);
  * Whether a device is to be treated as a logical volume.
  *
  * dev_name: the device; NULL is none.
- * Returns:  0 when the first line that lsblk prints sorts after "lvm" in its first
- *           three bytes, as "part", "raid1" and "rom" do; when /bin/lsblk is not
- *           readable and executable or cannot be started; and for NULL. Not 0 for
- *           anything else: "lvm", but also "crypt", "disk" or no line at all.
+ * Returns:  0       the first line that lsblk prints sorts after "lvm" in its
+ *                   first three bytes, as "part", "raid1" and "rom" do; or
+ *                   /bin/lsblk is not readable and executable or cannot be
+ *                   started; or NULL was given
+ *           not 0   anything else: "lvm", but also "crypt", "disk" or no line at
+ *                   all
  * Reads:    /bin/lsblk -n -o "TYPE" DEVICE, truncated at 255 bytes.
+ * Waits:    for lsblk, without a time limit.
  * Writes:   nothing.
  * Threads:  safe.
  */
-ORVANE_API int is_logical_volume(const char *dev_name);
+ORVANE_API ORVANE_VERDICT int is_logical_volume(const char *dev_name);
 
 /*
  * The identity of the disk under a logical volume, as harddisk_id_smartctl()
@@ -236,13 +272,15 @@ ORVANE_API int is_logical_volume(const char *dev_name);
  *
  * dev_name: a logical volume's block device or a link to it; NULL is a name that
  *           cannot be resolved.
- * Returns:  new text; NULL when a tool is missing, reports no such volume or
- *           cannot be read to its end, and when smartctl has no answer.
+ * Returns:  new text   what harddisk_id_smartctl() gives
+ *           NULL       a tool is missing, reports no such volume or cannot be read
+ *                      to its end, or smartctl has no answer
  * Reads:    /sbin/lvdisplay DEVICE, truncated at 255 bytes, for the volume group,
  *           then /sbin/pvdisplay (both root). A physical volume named like
  *           sda3_crypt stands for the first of the name's parts, without those
  *           that hold "crypt", that is a block device in /dev, and for itself
  *           where none is.
+ * Waits:    for lvdisplay, pvdisplay and smartctl, without a time limit.
  * Writes:   nothing, but for lines to the trace log about devices that cannot be
  *           examined.
  * Threads:  safe; trace stamps may mix, as for time_string().
@@ -252,10 +290,11 @@ ORVANE_API char *harddisk_id_lvm(const char *dev_name);
 /*
  * What "lsblk -J" prints, for find_root_disk().
  *
- * Returns: new text, empty when the command is missing or prints nothing;
- *          where reading fails, the lines before that; NULL when the shell
- *          cannot be started.
+ * Returns: new text   empty when the command is missing or prints nothing; the
+ *                     lines before it where reading fails
+ *          NULL       the shell cannot be started
  * Reads:   lsblk -J, which the shell finds by PATH.
+ * Waits:   for lsblk, without a time limit.
  * Errors:  "Failed to run lsblk" with the system's reason on standard error when
  *          the shell cannot be started. A listing of more than 4095 bytes ends the
  *          process: one line on standard error, then abort().
@@ -271,7 +310,8 @@ ORVANE_API char *get_lsblk_output(void);
  * json:    the listing, with a "mountpoint" for each device, as lsblk -J printed
  *          it before util-linux 2.37; from then on name the columns, as in
  *          lsblk -J -o NAME,MOUNTPOINT. NULL is a text that cannot be read.
- * Returns: new text; NULL when the listing cannot be read or has no such disk.
+ * Returns: new text   the name
+ *          NULL       the listing cannot be read, or has no such disk
  * Errors:  "JSON parse error: " and the text from the error onward, or "Invalid
  *          JSON structure: blockdevices is not an array", on standard error.
  * Threads: safe; where two of them fail at once, one may print no parse error.
@@ -284,8 +324,8 @@ ORVANE_API char *find_root_disk(const char *json);
  * The SMBIOS system UUID of this machine, with its case as the firmware wrote
  * it. Placeholders that many machines share are refused.
  *
- * Returns: new text; NULL when neither source knows the UUID. A kernel file
- *          whose first line is empty is an answer: the empty text.
+ * Returns: new text   the UUID; empty where the kernel file's first line is
+ *          NULL       neither source knows the UUID
  * Reads:   /sys/devices/virtual/dmi/id/product_uuid (root), then
  *          /usr/sbin/dmidecode -s system-uuid (root). The first line, at most
  *          1023 bytes of it.
@@ -294,6 +334,7 @@ ORVANE_API char *find_root_disk(const char *json);
  *          fefefefe-fefe-fefe-fefe-fefefefefefe and
  *          ffffffff-ffff-ffff-ffff-ffffffffffff, in any case of letters. A
  *          placeholder in the file makes the query fall back to the tool.
+ * Waits:   for dmidecode, where it is queried, without a time limit.
  * Writes:  nothing.
  * Threads: safe.
  */
@@ -309,11 +350,11 @@ ORVANE_API char *system_uuid(void);
  * address among its wired Ethernet interfaces, in byte order of the texts, which
  * stays when the configured address changes. No root is needed.
  *
- * Returns: new text of 17 lower-case characters such as "00:1a:2b:3c:4d:5e", or,
- *          where it comes from a bonding report, the word found there, lowered;
- *          NULL when no interface qualifies or they cannot be listed.
- *          "00:00:00:00:00:00" means that no driver knows a permanent address:
- *          it identifies no machine.
+ * Returns: new text   17 lower-case characters such as "00:1a:2b:3c:4d:5e", or,
+ *                     where it comes from a bonding report, the word found there,
+ *                     lowered. "00:00:00:00:00:00" means that no driver knows a
+ *                     permanent address: it identifies no machine
+ *          NULL       no interface qualifies, or they cannot be listed
  * Reads:   getifaddrs() for the interfaces, once for each address of the families
  *          AF_PACKET, AF_INET and AF_INET6, in the kernel's order; those whose
  *          names begin with "eth", "en" or "em" count. For each then, where
@@ -330,6 +371,7 @@ ORVANE_API char *system_uuid(void);
  *          determined: no device is behind it, or there is no readlink in PATH.
  *          This is on purpose. Bonding slaves count all the same, whatever their
  *          names.
+ * Waits:   for readlink, without a time limit.
  * Writes:  a few lines for each address of an interface that counts, to the trace
  *          log.
  * Errors:  where memory or descriptors run out, interfaces may be missing, or
@@ -347,14 +389,15 @@ ORVANE_API char *network_interface_get_max_mac(void);
 /*
  * The vendor of this machine.
  *
- * Returns: new text as the source gave it, blanks and fillers included, and
- *          empty where the file's first line or the tool's word is; NULL when
- *          no source answers.
+ * Returns: new text   as the source gave it, blanks and fillers included, and
+ *                     empty where the file's first line or the tool's word is
+ *          NULL       no source answers
  * Reads:   the first line of /sys/class/dmi/id/sys_vendor; when that gives
  *          nothing, the second word of the first line with "Family", in any
  *          case, that dmidecode prints for the System Information (root). The
  *          family, not the manufacturer, stands in on purpose. At most 1023
  *          bytes. Case is compared in the environment's locale.
+ * Waits:   for dmidecode, where it is queried, without a time limit.
  * Writes:  nothing.
  * Threads: safe.
  */
@@ -363,12 +406,14 @@ ORVANE_API char *orvane_get_vendor(void);
 /*
  * The model of this machine: its SKU number.
  *
- * Returns: new text as the source gave it, and empty where the file's first
- *          line or the tool's word is; NULL when no source answers.
+ * Returns: new text   as the source gave it, and empty where the file's first
+ *                     line or the tool's word is
+ *          NULL       no source answers
  * Reads:   the first line of /sys/class/dmi/id/product_sku; when that gives
  *          nothing, the second word of the first line with "Version", in any
  *          case, as for orvane_get_vendor(), that dmidecode prints for the
  *          System Information (root). At most 1023 bytes.
+ * Waits:   for dmidecode, where it is queried, without a time limit.
  * Writes:  nothing.
  * Threads: safe.
  */
@@ -378,13 +423,14 @@ ORVANE_API char *orvane_get_model(void);
  * The serial number, boot device name and boot device card identifier of a
  * machine that boots from a managed flash device, joined by "_".
  *
- * Returns: new text. NULL when /proc/bootdevice/product_name or
- *          /proc/bootdevice/cid cannot be read by the real user, or dmidecode
- *          cannot be read and executed; the empty text when one of the three
- *          then gives nothing.
+ * Returns: new text   the three; empty when one of them gives nothing
+ *          NULL       /proc/bootdevice/product_name or /proc/bootdevice/cid cannot
+ *                     be read by the real user, or dmidecode cannot be read and
+ *                     executed
  * Reads:   dmidecode -t 1 (root) for the first line with "Serial Number", in any
  *          case, as for orvane_get_vendor(), then the two files; the first line
  *          of each, at most 127 bytes.
+ * Waits:   for dmidecode, without a time limit.
  * Writes:  nothing.
  * Threads: safe.
  */
@@ -394,9 +440,10 @@ ORVANE_API char *hw_oem_info(void);
  * The first line of a file, without its line end: the reader behind the DMI
  * queries, for callers that name their own file.
  *
- * path:    the file; NULL is a file that cannot be opened.
- * Returns: new text, at most 1023 bytes, ended by the first CR, LF or NUL;
- *          NULL when the file cannot be opened or read or holds no byte.
+ * path:    the file; NULL is a file that cannot be opened, and a pipe is waited
+ *          for.
+ * Returns: new text   at most 1023 bytes, ended by the first CR, LF or NUL
+ *          NULL       the file cannot be opened or read, or holds no byte
  * Threads: safe.
  */
 ORVANE_API char *get_machine_info_from_sysfs(const char *path);
@@ -406,12 +453,14 @@ ORVANE_API char *get_machine_info_from_sysfs(const char *path);
  * runs only where dmidecode is installed: the reader is meant for dmidecode
  * pipelines.
  *
- * command: a command line for /bin/sh, run as it stands: never hand it text that
+ * command: a command line for /bin/sh, run as it stands: never pass text that
  *          you do not trust. NULL is a command that cannot be run.
- * Returns: new text, at most 1023 bytes, ended by the first CR, LF or NUL;
- *          NULL when /usr/sbin/dmidecode is not readable and executable
- *          (nothing is run then), the command cannot be started or prints
- *          nothing.
+ * Returns: new text   at most 1023 bytes, ended by the first CR, LF or NUL
+ *          NULL       /usr/sbin/dmidecode is not readable and executable (nothing
+ *                     is run then), or the command cannot be started or prints
+ *                     nothing
+ * Waits:   for the command, without a time limit. What it prints behind the first
+ *          line is not read: it may get SIGPIPE.
  * Threads: safe.
  */
 ORVANE_API char *get_machine_info_from_dmidecode(const char *command);
@@ -438,19 +487,24 @@ ORVANE_API char *get_service_tag_from_dmidecode(const char *command);
  *
  * It is found in two steps: the manufacturer's name is compared with the patterns
  * of a key file, and the pattern that matched is looked up in manufacturerType.
- * The usual query uses both of the library's own sets, and needs GLib to release
+ *
+ * Example, which uses both of the library's own sets and needs GLib to release
  * them:
  *
  *    #include <glib.h>
  *
- *    GKeyFile *exact = generate_machine_whitelist();
- *    GKeyFile *folded = generate_machine_whitelist_ignore_case();
- *    int type = maching_machine_type(exact, false);
+ *    int class_of_this_machine(void)
+ *    {
+ *        GKeyFile *exact = generate_machine_whitelist();
+ *        GKeyFile *folded = generate_machine_whitelist_ignore_case();
+ *        int type = maching_machine_type(exact, false);
  *
- *    if (type == -1)
- *        type = maching_machine_type(folded, true);
- *    g_key_file_free(exact);
- *    g_key_file_free(folded);
+ *        if (type == -1)
+ *            type = maching_machine_type(folded, true);
+ *        g_key_file_free(exact);
+ *        g_key_file_free(folded);
+ *        return type;
+ *    }
  */
 
 /* A name by which a manufacturer is known, and the machine type it stands for. */
@@ -481,34 +535,38 @@ ORVANE_API extern const struct orvane_manufacturer_type manufacturerType[24];
  * ignore_case: takes spaces and newlines out of the manufacturer and of each
  *              pattern, and lowers the ASCII capitals of both, before they are
  *              compared.
- * Returns:     findTypeEnum() of the pattern that matched, as it was compared. It
- *              may be -1: "Huawei" is among the patterns to compare with
- *              ignore_case, and no entry of manufacturerType begins with
- *              "huawei". For the same reason ignore_case never gives any but the
- *              types 0, 1, 2, 7, 8 and 10. -1 also when no pattern matches, there
- *              is no such group or no manufacturer is reported.
+ * Returns:     0 to 12   findTypeEnum() of the pattern that matched, as it was
+ *                        compared. With ignore_case only 0, 1, 2, 7, 8 and 10 can
+ *                        be had, since the others' entries have capitals
+ *              -1        the pattern that matched begins no entry: "Huawei" is
+ *                        among the patterns to compare with ignore_case, and no
+ *                        entry of manufacturerType begins with "huawei". Or no
+ *                        pattern matches, there is no such group, or no
+ *                        manufacturer is reported
  * Reads:       get_machine_info_simulate(); where that gives NULL, through
  *              get_machine_info_from_dmidecode() the first line, at most 1023
  *              bytes of it, of /usr/sbin/dmidecode -s system-manufacturer (root),
  *              which may be empty; where nothing is printed, what follows the
  *              first ": ", up to the next, on the first line with "Manufacturer",
  *              in any case, of dmidecode -t 1 (root). Queried on every call.
+ * Waits:       for dmidecode, without a time limit.
  * Writes:      one line to the trace log when a pattern beside others matches, or
  *              when the group has no keys.
  * Errors:      where GLib has no memory it ends the process.
  * Threads:     safe on different key files; trace stamps may mix, as for
  *              time_string().
  */
-ORVANE_API int maching_machine_type(struct _GKeyFile *key_file, bool ignore_case);
+ORVANE_API ORVANE_VERDICT int maching_machine_type(struct _GKeyFile *key_file, bool ignore_case);
 
 /*
- * Whether a manufacturer's name begins with a pattern, byte for byte. The empty
- * pattern begins every name.
+ * Whether a manufacturer's name begins with a pattern, byte for byte.
  *
- * Returns: true or false; false where either is NULL.
+ * Returns: true    it does; the empty pattern begins every name
+ *          false   it does not, or either is NULL
  * Threads: safe.
  */
-ORVANE_API bool maching_machine_type_with_dmidecode(const char *manufacturer, const char *pattern);
+ORVANE_API ORVANE_VERDICT bool maching_machine_type_with_dmidecode(const char *manufacturer,
+                                                                   const char *pattern);
 
 /*
  * The machine type of the first entry of manufacturerType whose identification
@@ -516,7 +574,8 @@ ORVANE_API bool maching_machine_type_with_dmidecode(const char *manufacturer, co
  * "Great" is of type 1, and the empty name of type 0.
  *
  * name:    NULL is a name that is not known.
- * Returns: 0 to 12, or -1 when there is none.
+ * Returns: 0 to 12   the machine type
+ *          -1        no entry begins with the name
  * Threads: safe.
  */
 ORVANE_API int findTypeEnum(const char *name);
@@ -553,28 +612,30 @@ ORVANE_API struct _GKeyFile *generate_machine_whitelist_ignore_case(void);
 ORVANE_API char *get_machine_info_simulate(void);
 
 /*
- * Whether this is a Lenovo machine: whether its manufacturer begins with "KaiTian"
- * or "LENOVO", in this case of letters.
+ * Whether this is a Lenovo machine.
  *
- * Returns: 1 or 0; 0 also when no manufacturer is reported.
+ * Returns: 1   its manufacturer begins with "KaiTian" or "LENOVO", in this case of
+ *              letters
+ *          0   it does not, or no manufacturer is reported
  * Reads:   the two sources of maching_machine_type() in dmidecode (root), the
  *          second where the first does not name one.
+ * Waits:   for dmidecode, without a time limit.
  * Writes:  nothing.
  * Threads: safe.
  */
-ORVANE_API int is_lenovo_machine(void);
+ORVANE_API ORVANE_VERDICT int is_lenovo_machine(void);
 
 /*
  * Whether the processor is a Kirin 990, 9006C or 9A0.
  *
- * Returns: 1 when a line of the file that begins with "Hardware" names one of
- *          them, whatever the case of its letters and its spaces and tabs;
- *          otherwise 0, also when the file cannot be read.
+ * Returns: 1   a line of the file that begins with "Hardware" names one of them,
+ *              whatever the case of its letters and its spaces and tabs
+ *          0   none does, or the file cannot be read
  * Reads:   /proc/cpuinfo, in lines of at most 1023 bytes.
  * Writes:  nothing.
  * Threads: safe.
  */
-ORVANE_API int is_huawei_9x0(void);
+ORVANE_API ORVANE_VERDICT int is_huawei_9x0(void);
 
 /* ---- Digests ----------------------------------------------------------- */
 
@@ -585,19 +646,20 @@ ORVANE_API int is_huawei_9x0(void);
  *           opened.
  * expected: 64, 40 or 32 lower-case hexadecimal digits; what stands behind them
  *           does not count. NULL is never equal, and the file is not opened.
- * Returns:  1 when the digest is the expected one. 0 in every other case alike:
- *           it differs, `expected` is shorter or has a capital, the file cannot
- *           be opened or read to its end, as a directory cannot, or libcrypto
- *           fails.
- * Reads:    the file; the digest is OpenSSL libcrypto's. A pipe is waited for,
- *           and a read that a signal handler interrupts counts as failed.
- * Threads:  safe, on threads with at least 32 KiB of stack.
+ * Returns:  1   the digest is the expected one
+ *           0   every other case alike: it differs, `expected` is shorter or has a
+ *               capital, the file cannot be opened or read to its end, as a
+ *               directory cannot, or libcrypto fails
+ * Reads:    the file; the digest is OpenSSL libcrypto's. A read that a signal
+ *           handler interrupts counts as failed.
+ * Waits:    for a pipe or device, as long as that has more to come.
+ * Threads:  safe.
  *
  * MD5 and SHA-1 detect an accident, not an attack.
  */
-ORVANE_API int file_check_sha256(const char *path, const char *expected);
-ORVANE_API int file_check_sha1(const char *path, const char *expected);
-ORVANE_API int file_check_md5(const char *path, const char *expected);
+ORVANE_API ORVANE_VERDICT int file_check_sha256(const char *path, const char *expected);
+ORVANE_API ORVANE_VERDICT int file_check_sha1(const char *path, const char *expected);
+ORVANE_API ORVANE_VERDICT int file_check_md5(const char *path, const char *expected);
 
 /* ---- RSA signatures ---------------------------------------------------- */
 
@@ -607,21 +669,23 @@ ORVANE_API int file_check_md5(const char *path, const char *expected);
  *
  * message:   the text that was signed, up to its terminator.
  * signature: the signature in base64, as for base64_decode_clean().
- * Returns:   true when the signature is valid; false in every other case.
+ * Returns:   true    the signature is valid
+ *            false   every other case, NULL included
  * Reads:     /etc/orvane/public.pem, as load_public_key() does, on every call:
  *            another key there counts from the next call on. OpenSSL libcrypto
  *            does the rest; the thread's queue of OpenSSL errors is left as it
  *            was.
  * Writes:    the line of base64_decode_clean() to standard output.
- * Errors:    on standard error, one line each: "Invalid parameters: message or
- *            signature is NULL", "Failed to decode base64 si11gnature" (also
- *            for one that decodes to nothing), "Failed to compute SHA256 hash
- *            of message", and "Failed to load public key" behind
- *            load_public_key()'s own. A signature that does not match is no
- *            error.
+ * Errors:    one line on standard error:
+ *              "Invalid parameters: message or signature is NULL"
+ *              "Failed to decode base64 si11gnature", also for a signature that
+ *                decodes to nothing
+ *              "Failed to compute SHA256 hash of message"
+ *              "Failed to load public key", behind load_public_key()'s own
+ *            A signature that does not match is no error.
  * Threads:   safe.
  */
-ORVANE_API bool verify_signature(const char *message, const char *signature);
+ORVANE_API ORVANE_VERDICT bool verify_signature(const char *message, const char *signature);
 
 /*
  * Decodes base64 that may be broken into lines: line feeds, carriage returns
@@ -630,12 +694,13 @@ ORVANE_API bool verify_signature(const char *message, const char *signature);
  * rule, but stray characters at the ends may do no harm.
  *
  * text:    the base64 text; NULL gives NULL.
- * size:    where to store the number of bytes. NULL gives NULL. 0 or less is
- *          stored when there are none, or there was no memory for the decoder;
- *          nothing is stored where there is none for the text or the bytes, or
- *          the text has more characters than an int counts.
- * Returns: new block of `*size` bytes, release with free(); NULL when that is
- *          not above 0.
+ * size:    where to store the number of bytes; NULL gives NULL.
+ * Returns: new block   of `*size` bytes, more than 0; release it with free()
+ *          NULL        with 0 or less in `*size`: the text decodes to nothing, or
+ *                      there was no memory for the decoder
+ *          NULL        with `*size` as it was: there was no memory for the text or
+ *                      the bytes, or the text has more characters than an int
+ *                      counts
  * Reads:   the text alone; the decoder is the base64 filter of OpenSSL
  *          libcrypto.
  * Writes:  "Cleaned Base64 (N chars): TEXT" with the text that is left to
@@ -644,7 +709,7 @@ ORVANE_API bool verify_signature(const char *message, const char *signature);
  *          reader raises SIGPIPE.
  * Threads: safe.
  */
-ORVANE_API unsigned char *base64_decode_clean(const char *text, int *size);
+ORVANE_API ORVANE_VERDICT unsigned char *base64_decode_clean(const char *text, int *size);
 
 /*
  * Loads an RSA public key in the PKCS #1 form of PEM ("BEGIN RSA PUBLIC KEY").
@@ -652,8 +717,8 @@ ORVANE_API unsigned char *base64_decode_clean(const char *text, int *size);
  * path:    the file, whose first block of that form counts; a broken block ends
  *          the search. NULL is a file that cannot be opened, and a pipe is
  *          waited for.
- * Returns: new key (RSA), release with OpenSSL's RSA_free(); NULL when there is
- *          none.
+ * Returns: new key (RSA)   release it with OpenSSL's RSA_free()
+ *          NULL            there is none
  * Reads:   the file. For a block marked as encrypted, which no public key needs
  *          to be, OpenSSL prompts for a password on the terminal, or where
  *          there is none on standard error and from standard input, with signal
@@ -671,11 +736,12 @@ ORVANE_API struct rsa_st *load_public_key(const char *path);
  *
  * text:    NULL gives false.
  * digest:  where to store 32 bytes; NULL gives false.
- * Returns: whether the digest was stored.
+ * Returns: true    the digest was stored
+ *          false   it was not
  * Reads:   the text alone; the digest is OpenSSL libcrypto's.
  * Threads: safe.
  */
-ORVANE_API bool compute_sha256(const char *text, unsigned char *digest);
+ORVANE_API ORVANE_VERDICT bool compute_sha256(const char *text, unsigned char *digest);
 
 /* ---- GPG --------------------------------------------------------------- */
 
@@ -696,6 +762,41 @@ ORVANE_API bool compute_sha256(const char *text, unsigned char *digest);
  *          process with the default action of SIGPIPE ignores it from then on.
  * Threads: for one thread at a time, and none beside it that depends on the
  *          locale.
+ *
+ * Example, settings that only the owner of the key can have written:
+ *
+ *    int print_signed_settings(const char *path)
+ *    {
+ *        char *content = NULL;
+ *        unsigned int length = 0;
+ *        int code = gpg_verify(path, &content, &length);
+ *
+ *        if (code != ORVANE_OK)
+ *            fprintf(stderr, "%s: not signed as it should be: %d\n", path, code);
+ *        else if (content == NULL)
+ *            fprintf(stderr, "%s: more than 4096 bytes, or no memory\n", path);
+ *        else
+ *            fwrite(content, 1, length, stdout);
+ *        code = content != NULL ? 0 : -1;
+ *        free(content);
+ *        return code;
+ *    }
+ *
+ * and a text that only the owner of the key can read:
+ *
+ *    int print_encrypted(const char *text)
+ *    {
+ *        char *message = NULL;
+ *        int code = gpg_encrypt(text, &message, NULL);
+ *
+ *        if (code == ORVANE_OK && message != NULL)
+ *            fputs(message, stdout);
+ *        else
+ *            fprintf(stderr, "not encrypted: %d\n", code);
+ *        code = message != NULL ? 0 : -1;
+ *        free(message);
+ *        return code;
+ *    }
  */
 
 /*
@@ -729,7 +830,7 @@ ORVANE_API bool compute_sha256(const char *text, unsigned char *digest);
  *          Look at `*content`.
  * Reads:   the file, with the caller's rights; the key store, by gpg.
  */
-ORVANE_API int gpg_verify(const char *path, char **content, unsigned int *length);
+ORVANE_API ORVANE_VERDICT int gpg_verify(const char *path, char **content, unsigned int *length);
 
 /*
  * Encrypts a text to the built-in key.
@@ -753,7 +854,7 @@ ORVANE_API int gpg_verify(const char *path, char **content, unsigned int *length
  *          few hundred bytes for good.
  * Reads:   the key store, by gpg, and the clock.
  */
-ORVANE_API int gpg_encrypt(const char *text, char **message, unsigned int *length);
+ORVANE_API ORVANE_VERDICT int gpg_encrypt(const char *text, char **message, unsigned int *length);
 
 /* ---- Base64 ------------------------------------------------------------ */
 
@@ -763,6 +864,40 @@ ORVANE_API int gpg_encrypt(const char *text, char **message, unsigned int *lengt
  * trusted to have the sizes that the entries name, and must not overlap. Base64
  * is coded by the base64 filter of OpenSSL libcrypto; nothing else is read.
  * Threads: safe.
+ *
+ * Example, bytes as a text for the query of a URL:
+ *
+ *    char *for_url(const void *data, int size)
+ *    {
+ *        size_t most = ((size_t)size + 2) / 3 * 4;
+ *        unsigned int length = 0;
+ *        char *text = malloc(most + 1);
+ *        char *url = malloc(3 * most + 1);
+ *        int code = ORVANE_BASE64_NOTHING_TO_ENCODE;
+ *
+ *        if (text != NULL && url != NULL)
+ *            code = base64_encode(data, size, text, &length);
+ *        if (code == ORVANE_OK) {
+ *            text[length] = '\0';
+ *            code = transform_to_url(text, length, url, &length);
+ *        }
+ *        free(text);
+ *        if (code == ORVANE_OK)
+ *            return url;
+ *        free(url);
+ *        return NULL;
+ *    }
+ *
+ * and the bytes of a base64 text, where strlen(text) of them suffice:
+ *
+ *    int bytes_of(const char *text, void *bytes, unsigned int *count)
+ *    {
+ *        int code = base64_decode(text, (int)strlen(text), bytes, count);
+ *
+ *        if (code != ORVANE_OK || *count == 0 || *count > strlen(text))
+ *            return -1;
+ *        return 0;
+ *    }
  */
 
 /*
@@ -774,67 +909,83 @@ ORVANE_API int gpg_encrypt(const char *text, char **message, unsigned int *lengt
  *          them. No terminator is added.
  * length:  where to store the text's length. What libcrypto cannot write is
  *          neither in the text nor in its length, and no error.
- * Returns: ORVANE_OK; ORVANE_BASE64_NOTHING_TO_ENCODE, with no length stored,
- *          for a NULL, a size of 0, or want of memory.
+ * Returns: ORVANE_OK                         text and length are stored
+ *          ORVANE_BASE64_NOTHING_TO_ENCODE   a NULL, a size of 0, or no memory;
+ *                                            no length is stored
  */
-ORVANE_API int base64_encode(const void *data, int size, char *text, unsigned int *length);
+ORVANE_API ORVANE_VERDICT int base64_encode(const void *data, int size, char *text,
+                                            unsigned int *length);
 
 /*
  * Decodes base64.
  *
  * text:    the NUL-terminated text, all of which must be base64: no line breaks
  *          or blanks.
- * length:  how many of its characters to decode, as a rule all.
+ * length:  how many of its characters to decode, as a rule all. Nothing behind its
+ *          terminator is read, however large the number.
  * data:    where to store the bytes; `length` bytes suffice.
- * size:    where to store the number of bytes, as the decoder reports it: a
- *          text that cannot be decoded is 0 or, as an unsigned number, -1,
- *          with ORVANE_OK. So is want of memory, and a negative length is 0.
- * Returns: ORVANE_OK, or, with nothing stored, ORVANE_BASE64_NOTHING_TO_DECODE
- *          for a NULL or a length of 0; ORVANE_BASE64_LENGTH;
- *          ORVANE_BASE64_CHARACTER; ORVANE_BASE64_PADDING, in this order.
+ * size:    where to store the number of bytes, as the decoder reports it.
+ * Returns: in this order of precedence
+ *          ORVANE_BASE64_NOTHING_TO_DECODE   a NULL, or a length of 0
+ *          ORVANE_BASE64_LENGTH              not a multiple of 4 characters
+ *          ORVANE_BASE64_CHARACTER           a character that is not of base64
+ *          ORVANE_BASE64_PADDING             a "=" out of place
+ *          ORVANE_OK                         `*size` is stored: the number of
+ *                                            bytes; 0 or, as an unsigned number,
+ *                                            -1 for a text that cannot be decoded
+ *                                            and for want of memory; 0 for a
+ *                                            negative length
+ *          Only ORVANE_OK stores anything.
  */
-ORVANE_API int base64_decode(const char *text, int length, void *data, unsigned int *size);
+ORVANE_API ORVANE_VERDICT int base64_decode(const char *text, int length, void *data,
+                                            unsigned int *size);
 
 /*
  * Writes base64 text as it may stand in the query of a URL. A "%" stays.
  *
  * text:       the NUL-terminated text, all of which is checked.
- * length:     how many of its characters to convert, as a rule all.
+ * length:     how many of its characters to convert, as a rule all. What is more
+ *             than the text has is none.
  * url:        where to store the result: 3 bytes for each character and 1 for
  *             the terminator.
  * url_length: where to store its length, which must be one that it can count.
- * Returns:    ORVANE_OK; ORVANE_TO_URL_NOTHING, with nothing stored, for a NULL
- *             or a length of 0; ORVANE_URL_CHARACTER, with 0 stored as the
- *             length.
+ * Returns:    ORVANE_OK               the result and its length are stored
+ *             ORVANE_TO_URL_NOTHING   a NULL, or a length of 0; nothing is stored
+ *             ORVANE_URL_CHARACTER    neither of base64 nor "%"; 0 is stored as
+ *                                     the length
  */
-ORVANE_API int transform_to_url(const char *text, unsigned int length, char *url,
-                                unsigned int *url_length);
+ORVANE_API ORVANE_VERDICT int transform_to_url(const char *text, unsigned int length, char *url,
+                                               unsigned int *url_length);
 
 /*
  * Writes the query form back as base64 text.
  *
  * url:         the NUL-terminated text, all of which is checked.
  * length:      how many of its characters to convert, as a rule all. An escape
- *              that begins among them is converted whole.
+ *              that begins among them is converted whole. What is more than the
+ *              text has is none.
  * text:        where to store the result: a byte for each character and 1 for
  *              the terminator.
  * text_length: where to store its length.
- * Returns:     ORVANE_OK; ORVANE_FROM_URL_NOTHING, with nothing stored, for a
- *              NULL or a length of 0; ORVANE_URL_CHARACTER, with 0 stored as
- *              the length; ORVANE_URL_ESCAPE for any other escape, "%2b" too,
- *              with 0 stored as the length and what stands before it,
- *              unterminated, in `text`.
+ * Returns:     ORVANE_OK                 the result and its length are stored
+ *              ORVANE_FROM_URL_NOTHING   a NULL, or a length of 0; nothing is
+ *                                        stored
+ *              ORVANE_URL_CHARACTER      neither of base64 nor "%"; 0 is stored as
+ *                                        the length
+ *              ORVANE_URL_ESCAPE         another escape, "%2b" too; 0 is stored as
+ *                                        the length, and what stands before it,
+ *                                        unterminated, in `text`
  */
-ORVANE_API int transform_from_url(const char *url, unsigned int length, char *text,
-                                  unsigned int *text_length);
+ORVANE_API ORVANE_VERDICT int transform_from_url(const char *url, unsigned int length, char *text,
+                                                 unsigned int *text_length);
 
 /* ---- Operating system -------------------------------------------------- */
 
 /*
  * Which variant of the operating system is installed.
  *
- * Returns: 2 for the education variant (its application scene begins with
- *          "EDU"); 0 for every other one and where no scene is known.
+ * Returns: 2   the education variant: its application scene begins with "EDU"
+ *          0   every other one, or no scene is known
  * Reads:   zdk_system_get_appScene() of libzusysinfo, or of whichever object
  *          defines it for the whole process when liborvane is loaded; where none
  *          does, the VARIANT field of /etc/os-release or /usr/lib/os-release,
@@ -859,7 +1010,7 @@ ORVANE_API unsigned int _os_get_version(void);
  * unless the message ends in one. A line has at most 1023 bytes with its
  * newline; the message is truncated to fit. The log is always on, made when
  * missing (directory mode 0777, file mode 0644, both less the umask), never
- * truncated and never rotated.
+ * truncated and never rotated. Everyone may read it, serial numbers included.
  *
  * format:  as for printf(), with its arguments; "%m" is the caller's errno.
  * Returns: 1 when the log could be opened, even if the write then failed; 0 when

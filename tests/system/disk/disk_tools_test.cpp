@@ -220,7 +220,7 @@ const named_command named_commands[] = {
     {"lvdisplay", lvdisplay, "/sbin/lvdisplay ", "", 255,
      [](const char *name) { text_of(harddisk_id_lvm(name)); }},
     {"lsblk", lsblk, "/bin/lsblk -n -o \"TYPE\" ", "", 255,
-     [](const char *name) { is_logical_volume(name); }},
+     [](const char *name) { static_cast<void>(is_logical_volume(name) == 0); }},
     {"cat", nullptr, "cat /sys/block/", "/device/model", 1023,
      [](const char *name) { text_of(harddisk_id_nvme_new(name)); }},
 };

@@ -156,13 +156,13 @@ std::string there_and_back(const std::string &bytes)
     const std::size_t text_size = 4 * ((bytes.size() + 2) / 3);
     std::string text(text_size, '\0');
     unsigned int length = 0;
-    base64_encode(bytes.data(), static_cast<int>(bytes.size()), text.data(), &length);
+    int codes = base64_encode(bytes.data(), static_cast<int>(bytes.size()), text.data(), &length);
     std::string url(3 * text_size + 1, '\0');
-    transform_to_url(text.c_str(), length, url.data(), &length);
-    transform_from_url(url.c_str(), length, text.data(), &length);
+    codes |= transform_to_url(text.c_str(), length, url.data(), &length);
+    codes |= transform_from_url(url.c_str(), length, text.data(), &length);
     std::string decoded(text_size, '\0');
-    base64_decode(text.c_str(), static_cast<int>(length), decoded.data(), &length);
-    return decoded.substr(0, length);
+    codes |= base64_decode(text.c_str(), static_cast<int>(length), decoded.data(), &length);
+    return codes == ORVANE_OK ? decoded.substr(0, length) : "failed";
 }
 
 } // namespace
