@@ -44,3 +44,11 @@ PKG_CONFIG_PATH=$libdir/pkgconfig sh -ec 'cc -std=c99 -Wall -Wextra -Wpedantic -
     examples.c -o examples $(pkg-config --cflags --libs liborvane glib-2.0)'
 "$privately" env LD_LIBRARY_PATH="$libdir" GNUPGHOME="$work/home" ./examples >output
 grep -q 'BEGIN PGP MESSAGE' output
+
+# A verdict that is not looked at is a warning.
+printf '#include <orvane.h>\nvoid f(void) { file_check_sha256("", ""); }\n' >ignored.c
+if cc -Werror -fsyntax-only "-I$(dirname "$header")" ignored.c 2>warning; then
+    echo "the result of a check may be ignored"
+    exit 1
+fi
+grep -q unused-result warning
