@@ -18,23 +18,41 @@
  *               truncated, never rejected.
  *   Trace log   Where it cannot be opened, as by a user other than root, each
  *               line that an entry writes to it becomes a message on standard
- *               error: see orvane_trace().
- *   Threads     The library starts none, takes no lock and keeps nothing from
- *               one call to the next. "Threads: safe" means that any number of
- *               threads may be inside the function at once.
- *   Root        Where a source can be read by root alone, the entry says so.
- *               For any other user such a source has no answer.
+ *               error: see orvane_trace(). In texts from outside, such as
+ *               labels, serial numbers and names, the line shows what a
+ *               terminal or a log reader obeys as "\x1b", one "\xNN" for each
+ *               byte: control characters other than tab, those of UTF-8 and
+ *               Latin-1 included, and U+2028 and U+2029. All other bytes are as
+ *               they are, so a backslash may be the text's own.
+ *   Threads     The library starts none, has no lock of its own and keeps no
+ *               answer from one call to the next. "Threads: safe" means that any
+ *               number of threads may be inside the function at once.
+ *   Cancelling  A call is a place where a thread can be cancelled. What the call
+ *               held then stays: memory, a descriptor, a tool's process that
+ *               nobody waits for, and locks of GPGME, OpenSSL and GLib. A thread
+ *               that may be cancelled disables that around the call, with
+ *               pthread_setcancelstate().
+ *   Stack       A function needs at most 16 KiB of it, and a thread's stack also
+ *               holds the libraries' data of the thread: a thread of 32 KiB is
+ *               enough. find_root_disk(), and harddisk_id() where lsblk lists the
+ *               devices, parse JSON in about 100 bytes for each level of nesting,
+ *               of which lsblk's listings have less than ten: 128 KiB are enough
+ *               for any text.
+ *   Root        Where a source can be read by root alone, the entry says so. For
+ *               any other user, and for root without the capabilities that
+ *               SECURITY.md names, such a source has no answer, and another source
+ *               may give another one: compare answers that the same rights gave.
  *
  * What a call does to its process:
  *
  *   Tools       run through /bin/sh, dmsetup alone without it, with the caller's
- *               environment, working directory and standard error, to which they
- *               may write, as LVM's do about a device that is no volume. PATH
- *               decides which `lsblk`, `cat`, `readlink`, `grep` and `awk` run
- *               where an entry names no folder; LANG and LC_ALL, and LVM_* for
- *               LVM's tools, act as on a command line. Their exit status is not
- *               read. A device name that begins with "-" gets "./" before it, and
- *               no name becomes shell syntax.
+ *               environment, working directory, standard input and standard error,
+ *               to which they may write, as LVM's do about a device that is no
+ *               volume. PATH decides which `lsblk`, `cat`, `readlink`, `grep` and
+ *               `awk` run where an entry names no folder; LANG, LC_ALL and, for
+ *               LVM's tools, LVM_* act as on a command line. Their exit status is
+ *               not read. A device name that begins with "-" gets "./" before it,
+ *               and no name becomes shell syntax.
  *   Waiting     "Waits" names what a call waits for. There is no time limit: a
  *               tool that hangs on a broken disk, or that leaves a process behind
  *               which holds its output open, keeps the call waiting until that
@@ -46,13 +64,30 @@
  *               SIGCHLD, or whose handler reaps every child, gets the same
  *               answers. harddisk_id() may take a child of the caller's own.
  *   Descriptors are opened close-on-exec, and closed before the call returns.
- *   Signals     Handlers and masks are the caller's. An interrupted call of the
- *               kernel is repeated.
+ *               Out of the library's hands are those of GLib while a key file is
+ *               saved and of GPGME while it starts gpg. A raw disk is open for
+ *               the identify request alone, and never in another program.
+ *   Signals     Handlers and masks are the caller's. A system call that a handler
+ *               interrupts is repeated, unless an entry says otherwise.
+ *               A message on standard error, a trace line or an event that cannot
+ *               be written is lost. The SIGPIPE or SIGXFSZ of its write is
+ *               discarded; one that was pending before, or that another sender
+ *               sends, stays the caller's. This does not hold for the line that
+ *               base64_decode_clean() writes to standard output, for GLib's
+ *               warnings and for the line before an abort().
  *   Set-user-ID
+ *               programs, and those with set-group-ID or file capabilities: Debian's
+ *               /bin/sh gives up the effective ids before it runs a tool, so tools
+ *               run as the user, in the user's environment, and those that PATH
+ *               decides are the user's choice: what they answer is no more to be
+ *               trusted than the user. Other shells may keep the rights. dmsetup
+ *               runs with those of the program, by an absolute path and in an
+ *               empty environment. Both GPG functions refuse.
  *
  * Each exported name is an ordinary ELF symbol. The library calls its own
- * exported functions by these names, so a program that defines one of them
- * replaces the library's.
+ * exported functions by these names, so a program that defines one of them, by
+ * accident too, replaces the library's. -fvisibility=hidden keeps a program's own
+ * names to itself; nm -D lists those that it exports.
  */
 #ifndef ORVANE_H
 #define ORVANE_H
@@ -327,8 +362,9 @@ ORVANE_API char *find_root_disk(const char *json);
  * Returns: new text   the UUID; empty where the kernel file's first line is
  *          NULL       neither source knows the UUID
  * Reads:   /sys/devices/virtual/dmi/id/product_uuid (root), then
- *          /usr/sbin/dmidecode -s system-uuid (root). The first line, at most
- *          1023 bytes of it.
+ *          /usr/sbin/dmidecode -s system-uuid (root). The first line of the
+ *          file, and the first of the tool's that has the form of a UUID in
+ *          it; at most 1023 bytes.
  * Refuses: 12345678-1234-5678-90ab-cddeefaabbcc,
  *          03000200-0400-0500-0006-000700080009,
  *          fefefefe-fefe-fefe-fefe-fefefefefefe and
@@ -514,8 +550,10 @@ struct orvane_manufacturer_type {
 };
 
 /*
- * Every known name, in the order in which they are looked up: static, constant and
- * the same throughout liborvane.so.1, because programs hold a copy. Threads: safe.
+ * Every known name, in the order in which they are looked up: static and constant.
+ * The linker copies it into programs that use it (a copy relocation), in the size
+ * that this header gives: entries are neither added, removed nor moved within
+ * liborvane.so.1. Threads: safe.
  */
 ORVANE_API extern const struct orvane_manufacturer_type manufacturerType[24];
 
@@ -751,15 +789,29 @@ ORVANE_API ORVANE_VERDICT bool compute_sha256(const char *text, unsigned char *d
  * or .gnupg in HOME) each time.
  *
  * Process: they run gpg through GPGME, with the caller's environment and the
- *          user's gpg.conf. /dev/null stands in for standard descriptors that
- *          are closed. gpg may start its agent, which stays. Children of gpg's
- *          are left to the system's first process, or to a caller that took its
- *          place.
+ *          user's gpg.conf. GPGME finds gpgconf and gpg by PATH, so both are
+ *          refused to a program that has rights which its user does not have
+ *          (set-user-ID, set-group-ID, file capabilities):
+ *          ORVANE_GPG_NO_CONTEXT, nothing run or changed. /dev/null stands in
+ *          for standard descriptors that are closed. gpg may start its agent,
+ *          which stays. Children of gpg's are left to the system's first
+ *          process, or to a caller that took its place.
  * Waiting: there is no time limit. gpg waits for the locks of the key store,
  *          and prompts the user, on the caller's terminal if there is one, for
- *          the passphrase of a file that is encrypted.
- * Changes: the locale of the whole process becomes the environment's. A
- *          process with the default action of SIGPIPE ignores it from then on.
+ *          the passphrase of a file that is encrypted. It reads compressed
+ *          content to its end, however long that is, and checks every
+ *          signature, which takes about a millisecond and 600 bytes of the
+ *          caller's memory each: a file of 17 KB can hold 20,000. Files from
+ *          strangers are for a child process that the caller can end.
+ * Inherited: GPGME's pipes to gpg, up to eight ends, are without close-on-exec
+ *          until gpg has started. A program that another thread starts in that
+ *          moment gets them, and the call lasts until it ends or closes them.
+ * Changes: the locale of the whole process becomes the environment's and stays
+ *          so. It changes later answers: which characters of a model or serial
+ *          number are graphic is the locale's choice. A caller that stores
+ *          identities puts its own locale back with setlocale(LC_ALL, ...). A
+ *          program's default action of SIGPIPE is that of ignoring it during the
+ *          call, and the default again behind it.
  * Threads: for one thread at a time, and none beside it that depends on the
  *          locale.
  *
@@ -804,30 +856,49 @@ ORVANE_API ORVANE_VERDICT bool compute_sha256(const char *text, unsigned char *d
  * --sign) or clear-signed, and returns the content. An encrypted file that the
  * user's own keys open is verified as what is in it.
  *
- * path:    the file, a regular one, which is read into memory, as is all of its
- *          content, compressed or not; NULL is a file that cannot be read.
+ * Only the content that is returned is vouched for, and not the file: text
+ * before, after and between signed parts passes with ORVANE_OK, and of several
+ * parts gpg reads the first, its content and its signatures, alone. Of content
+ * of more than 4096 bytes nothing is returned.
+ *
+ * path:    the file, a regular one, which is read into memory; of its content at
+ *          most 4096 bytes are, compressed or not. A FIFO is not opened. NULL is
+ *          a file that cannot be read.
  * content: where to store the content, a new block to release with free():
  *          `*length` bytes and no terminator. With NULL it is not stored.
  * length:  where to store how many bytes the content has; may be NULL.
- * Returns: ORVANE_OK when the file is intact and every signature in it the
- *          built-in key's. The first signature is judged first, where it is not
- *          good: ORVANE_GPG_KEY_MISSING, also for a key store that cannot be
- *          used; ORVANE_GPG_SIGNATURE_RED, for a file that was altered;
- *          ORVANE_GPG_SIGNATURE_BAD; ORVANE_GPG_SIGNATURE_INVALID, as for one
- *          that expired, or whose key expired or was revoked. Then
- *          ORVANE_GPG_OTHER_SIGNER where any is by another key. Whether the key
- *          store trusts the key does not matter to a good signature; where it
- *          trusts the key fully, one that expired is good. Before these, in
- *          this order: ORVANE_GPG_NO_CONTEXT, ORVANE_GPG_FILE_UNREADABLE,
- *          ORVANE_GPG_NO_OUTPUT, ORVANE_GPG_VERIFY_FAILED (no gpg, say, or no
- *          OpenPGP data in the file), ORVANE_GPG_NO_SIGNATURE, also where gpg
- *          ended before it reported one. With anything but ORVANE_OK nothing is
- *          stored.
- * Errors:  content of more than 4096 bytes, or of a size that GPGME does not
- *          report, is not returned: ORVANE_OK, NULL in `*content`, `*length`
- *          untouched. Nor is content without memory for it, or that cannot be
- *          read: NULL, with the size in `*length`, or 0 where it ends early.
- *          Look at `*content`.
+ * Returns: the first of these that applies, and nothing stored but with
+ *          ORVANE_OK. Names without their "ORVANE_GPG_":
+ *          NO_CONTEXT         no memory for GPGME, or a set-user-ID program
+ *          FILE_UNREADABLE    missing, not permitted, larger than memory; a
+ *                             directory, a FIFO, a socket, a terminal
+ *          NO_OUTPUT          no memory
+ *          VERIFY_FAILED      gpg is missing; the file is not OpenPGP, empty,
+ *                             damaged or truncated
+ *          NO_SIGNATURE       not signed, or encrypted so that the user cannot
+ *                             open it; truncated early; gpg ended before it read
+ *                             the file, as where there is no key store and none
+ *                             can be made in HOME
+ *          Of the first signature, unless it is good:
+ *          KEY_MISSING        the key store does not have its key: another
+ *                             signer's, or the built-in one where the store of
+ *                             GNUPGHOME is missing, damaged or not writable, or
+ *                             gpg's clock is before the key's creation
+ *          SIGNATURE_RED      it does not match the content: an altered file, or
+ *                             a detached signature, which has none
+ *          SIGNATURE_BAD      as SIGNATURE_RED, where GPGME does not rate it
+ *          SIGNATURE_INVALID  it expired, or its key expired or was revoked; it
+ *                             is of the future; its digest is one that gpg
+ *                             rejects (MD5)
+ *          Of all signatures:
+ *          OTHER_SIGNER       one is by another key, known to the store or not
+ *          ORVANE_OK          the first is good and all are the built-in key's
+ *          Whether the key store trusts the key does not matter to a good
+ *          signature; where it trusts the key fully, one that expired is good.
+ * Errors:  ORVANE_OK and NULL in `*content` where the content is not returned,
+ *          so look at it. `*length` is then untouched for content of more than
+ *          4096 bytes, or of a size that GPGME does not report; the size where
+ *          there is no memory or reading fails; 0 where the content ends early.
  * Reads:   the file, with the caller's rights; the key store, by gpg.
  */
 ORVANE_API ORVANE_VERDICT int gpg_verify(const char *path, char **content, unsigned int *length);
@@ -841,17 +912,23 @@ ORVANE_API ORVANE_VERDICT int gpg_verify(const char *path, char **content, unsig
  *          to release with free(). With NULL it is not stored.
  * length:  where to store the message's length, terminator not included; may be
  *          NULL.
- * Returns: ORVANE_OK when the text was encrypted, otherwise, in the order of
- *          the steps: ORVANE_GPG_NO_CONTEXT, ORVANE_GPG_TEXT_NOT_TAKEN,
- *          ORVANE_GPG_NO_OUTPUT; ORVANE_GPG_CLOCK_TOO_EARLY or
- *          ORVANE_GPG_KEY_MISSING where the key store does not have the key, as
- *          when it cannot be written or there is no gpg;
- *          ORVANE_GPG_ENCRYPT_FAILED; ORVANE_GPG_KEY_MISSING where gpg refuses
- *          the key. With anything but ORVANE_OK nothing is stored.
- * Errors:  a message that cannot be returned, for want of memory, is NULL with
- *          ORVANE_OK; `*length` is its size then, 0 where it ends early, and
- *          untouched where it has none. Look at `*message`. Each call keeps a
- *          few hundred bytes for good.
+ * Returns: the first of these that applies, and nothing stored but with
+ *          ORVANE_OK. Names without their "ORVANE_GPG_":
+ *          NO_CONTEXT         no memory for GPGME, or a set-user-ID program
+ *          TEXT_NOT_TAKEN     NULL, or no memory
+ *          NO_OUTPUT          no memory
+ *          CLOCK_TOO_EARLY    as KEY_MISSING, and the clock is before the key's
+ *                             creation, for which gpg does not take it
+ *          KEY_MISSING        the key store does not have the key and it cannot
+ *                             be put there: the store is missing, damaged or not
+ *                             writable, or there is no gpg; or gpg refuses it
+ *          ENCRYPT_FAILED     the key store has the key as expired or revoked,
+ *                             it cannot be encrypted to, or gpg fails otherwise
+ *          ORVANE_OK          the text was encrypted
+ * Errors:  ORVANE_OK and NULL in `*message` where the message is not returned
+ *          for want of memory, so look at it; `*length` is its size then, 0
+ *          where it ends early, and untouched where it has none. Each call keeps
+ *          a few hundred bytes for good.
  * Reads:   the key store, by gpg, and the clock.
  */
 ORVANE_API ORVANE_VERDICT int gpg_encrypt(const char *text, char **message, unsigned int *length);
@@ -1008,17 +1085,27 @@ ORVANE_API unsigned int _os_get_version(void);
  * Appends one line to the trace log, /var/log/orvane/liborvane.log: a stamp, the
  * process id in brackets, a colon, a blank and the message, ended by a newline
  * unless the message ends in one. A line has at most 1023 bytes with its
- * newline; the message is truncated to fit. The log is always on, made when
- * missing (directory mode 0777, file mode 0644, both less the umask), never
- * truncated and never rotated. Everyone may read it, serial numbers included.
+ * newline, which is always there; the stamp's text and the message are truncated
+ * to fit. The message is written as it was formatted: a NUL that "%c" stores, and
+ * newlines and control characters of the caller's own, included. The log is
+ * always on, made when missing (directory mode 0777, file mode 0644, both less
+ * the umask), never truncated and never rotated. Everyone may read
+ * it, serial numbers included.
+ *
+ * The call waits for nobody. A log that is a FIFO without a reader, or any other
+ * file that cannot be opened at once, is not opened; a FIFO that is full loses
+ * the line. Where others than root and the caller (its effective user) may write
+ * the directory, a log that is a symbolic link, no regular file, or a file with
+ * several names is not opened either, and nothing is made or written behind it.
  *
  * format:  as for printf(), with its arguments; "%m" is the caller's errno.
- * Returns: 1 when the log could be opened, even if the write then failed; 0 when
- *          it could not.
+ * Returns: 1   the log could be opened, even if the write then failed
+ *          0   it could not
  * Errors:  "Open log file failed" or "Write to log file failed" with the
- *          system's reason on standard error. errno is left as it was. A line
- *          that does not fit into a full disk or the process's file size limit
- *          is truncated or lost; the SIGXFSZ of such a write is discarded.
+ *          system's reason on standard error, as perror() prints it. errno is
+ *          left as it was. A line that does not fit into a full disk or the
+ *          process's file size limit is truncated or lost. The SIGXFSZ or
+ *          SIGPIPE of a failed write, of the message's too, is discarded.
  * Threads: safe for the log: each line is one appending write(). Stamps may mix,
  *          as for time_string().
  */
@@ -1026,6 +1113,10 @@ ORVANE_API int orvane_trace(const char *format, ...) ORVANE_PRINTF(1, 2);
 
 /*
  * Makes sure that the trace log's directory exists. Called for every trace line.
+ *
+ * A daemon with umask 0 leaves the directory open to every user. It is better
+ * made beforehand, with mode 0755 by root: a package's file, or `cmake --install
+ * BUILD --component log-directory`.
  *
  * Returns: 1, always; a directory that cannot be made shows when the log is
  *          opened.
@@ -1061,12 +1152,16 @@ ORVANE_API const char *time_string(void);
  * truncated at 1023 bytes and has no newline then. A missing file is made with
  * mode 0640 less the umask.
  *
- * path:    the log file; NULL is a file that cannot be opened.
+ * path:    the log file; NULL is a file that cannot be opened, and so is a FIFO
+ *          that nobody reads. Links are followed: the directory is the caller's
+ *          choice.
  * message: any bytes.
  * tag:     the severity; "II", "WW" and "EE" are in use.
  * enabled: 0 makes the call do nothing at all.
  * Errors:  never reported; an event that cannot be written is lost, or
- *          truncated, as a line of orvane_trace() is.
+ *          truncated, as a line of orvane_trace() is. The call waits for nobody:
+ *          a FIFO or terminal that takes nothing at the moment loses the event.
+ *          The SIGXFSZ or SIGPIPE of a failed write is discarded.
  * Threads: each event is one appending write(), but the stamp comes from
  *          localtime(), so concurrent callers may see each other's.
  */
@@ -1128,7 +1223,8 @@ ORVANE_API char *key_file_to_data(struct _GKeyFile *kf, size_t *length);
  *          save settings3: " (it could not be written) and the reason, as a GLib
  *          warning without a log domain: on standard error unless the program
  *          handles GLib's log. The file is left as it was. A process at its file
- *          size limit gets SIGXFSZ, as from any write.
+ *          size limit gets SIGXFSZ, as from any write, and SIGPIPE where standard
+ *          error is a pipe without a reader.
  */
 ORVANE_API void key_file_save_to_file(struct _GKeyFile *kf, const char *path);
 
