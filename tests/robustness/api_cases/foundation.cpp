@@ -223,18 +223,6 @@ std::string written_nowhere()
     return std::filesystem::exists(path) ? "there" : "absent";
 }
 
-// Where nobody reads, the write raises SIGPIPE.
-std::string written_to_nobody()
-{
-    std::array<int, 2> ends = {-1, -1};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0)
-        throw std::runtime_error("no pipe");
-    ::close(ends[0]);
-    log_write(("/dev/fd/" + std::to_string(ends[1])).c_str(), "disk is full", "WW", 1);
-    ::close(ends[1]);
-    return "done";
-}
-
 std::string written_nothing()
 {
     log_write(nullptr, "disk is full", "WW", 1);
@@ -277,7 +265,6 @@ api_case_list event_cases()
          .failures = {long_line("(EE) ", 1023), "", "absent"},
          .truncated = {long_line(long_stamp, 1023 / 2)}},
         {f, "no_directory", directory, written_nowhere, "absent"},
-        {.function = f, .name = "no_reader", .run = written_to_nobody, .answer = "done"},
         {f, "disabled", directory, [] { return written_event(scratch_file(), 0); }, "absent"},
         {f, "null", directory, written_nothing, "done"},
     };
