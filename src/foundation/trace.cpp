@@ -23,10 +23,12 @@ constexpr char trace_directory[] = "/var/log/orvane/";
 constexpr char trace_file[] = "/var/log/orvane/liborvane.log";
 constexpr std::size_t line_bytes = 1024;
 
+// Not by fstat(): after one, the kernel gives the next write a time of its own, and stores it.
 bool is_regular_with_one_link(int log) noexcept
 {
-    struct stat status = {};
-    return ::fstat(log, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1;
+    struct statx status = {};
+    return ::statx(log, "", AT_EMPTY_PATH, STATX_TYPE | STATX_NLINK, &status) == 0 &&
+           S_ISREG(status.stx_mode) && status.stx_nlink == 1;
 }
 
 // Where anyone else may write the directory, what stands at the log's path may be another user's.

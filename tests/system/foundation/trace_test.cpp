@@ -189,7 +189,7 @@ INSTANTIATE_TEST_SUITE_P(umask, trace_modes,
 
 namespace {
 
-constexpr char other_file[] = "/srv/other";
+constexpr char other_file[] = "/var/log/other";
 
 struct foreign_log : named_case {
     void (*put)(constructed_machine &machine); // in the log's place
@@ -208,11 +208,8 @@ class foreign_trace_log : public trace_log, public testing::WithParamInterface<f
 protected:
     void furnish() override
     {
-        // One file system, for the second name.
-        machine.file_system("/srv", "size=1m");
         machine.file(other_file, "");
-        machine.directory("/srv/log");
-        machine.link(directory, "/srv/log");
+        machine.directory(directory);
         GetParam().put(machine);
     }
 };
