@@ -62,6 +62,7 @@ int main(int argc, char **argv)
     machine.directory("/var/log/orvane");
 
     ratio_reporter reporter({
+        {"four_system_calls_with_write_signal_guard", "four_system_calls"},
         {"trace_line", "four_system_calls"},
         {"system_uuid_query", "open_read_close"},
         {"disk_identity_query", "lsblk_model_and_serial"},

@@ -32,3 +32,13 @@ configure_file(cmake/liborvane.pc.in liborvane.pc.in @ONLY)
 install(CODE "configure_file(\"${PROJECT_BINARY_DIR}/liborvane.pc.in\"
     \"${PROJECT_BINARY_DIR}/liborvane.pc\" @ONLY)")
 install(FILES ${PROJECT_BINARY_DIR}/liborvane.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# The trace log's directory, which the library makes with the umask of whoever traces first:
+# `cmake --install BUILD --component log-directory` as root, or a package, makes it for root alone.
+install(CODE "
+    set(log_directory \"\$ENV{DESTDIR}/var/log/orvane\")
+    message(STATUS \"Installing: \${log_directory}\")
+    file(MAKE_DIRECTORY \"\${log_directory}\")
+    file(CHMOD \"\${log_directory}\" DIRECTORY_PERMISSIONS
+        OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)"
+    COMPONENT log-directory EXCLUDE_FROM_ALL)

@@ -4,6 +4,7 @@
 #include "disk/identity_text.h"
 #include "orvane.h"
 #include "support/bounded_text.h"
+#include "support/outside_text.h"
 #include "support/owned.h"
 
 #include <cstddef>
@@ -61,7 +62,7 @@ char *ata_identity(const char *device) noexcept
 {
     bounded_text<1024> node;
     node.format("/dev/%s", device);
-    ::orvane_trace("device :%s", node.c_str());
+    trace_outside_text("device :%s", node.c_str());
     hd_driveid identity = {};
     return identify(node.c_str(), identity) ? join_identity(identity) : nullptr;
 }

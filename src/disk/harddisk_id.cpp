@@ -13,6 +13,7 @@
 #include "disk/lsblk.h"
 #include "disk/nvme.h"
 #include "orvane.h"
+#include "support/outside_text.h"
 #include "support/text.h"
 
 #include <optional>
@@ -32,10 +33,10 @@ heap_text find_candidate(const char *dependency) noexcept
     const char *const name = or_null(dependency);
     bounded_text<1024> node;
     node.format("/dev/%s", name);
-    ::orvane_trace("physicalDiskNode: %s", node.c_str());
+    trace_outside_text("physicalDiskNode: %s", node.c_str());
     if (is_block_device(node.c_str()))
         return heap_text(node.copy());
-    ::orvane_trace("'%s' is not a block device, '%s'", node.c_str(), name);
+    trace_outside_text("'%s' is not a block device, '%s'", node.c_str(), name);
     return listed_identity(dependency);
 }
 

@@ -9,8 +9,10 @@
 #include "orvane.h"
 #include "support/fatal.h"
 #include "support/line_reader.h"
+#include "support/outside_text.h"
 #include "support/shell.h"
 #include "support/text.h"
+#include "support/write_or_lose.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -39,7 +41,7 @@ const cJSON *find_device(const cJSON *devices, const char *wanted) noexcept
     for (int i = 0; i < count; ++i) {
         const cJSON *const device = ::cJSON_GetArrayItem(devices, i);
         const char *const name = name_of(device);
-        ::orvane_trace("current name '%s', dev_name '%s'", or_null(name), or_null(wanted));
+        trace_outside_text("current name '%s', dev_name '%s'", or_null(name), or_null(wanted));
         if (name == nullptr)
             continue;
         const char *const component = last_component(name);
@@ -58,7 +60,7 @@ const char *text_of(const cJSON *device, const char *key) noexcept
 {
     const cJSON *const member = ::cJSON_GetObjectItem(device, key);
     if (::cJSON_IsString(member) == 0) {
-        ::orvane_trace("Serial for device '%s' is not a string or is NULL.\n", name_of(device));
+        trace_outside_text("Serial for device '%s' is not a string or is NULL.\n", name_of(device));
         return nullptr;
     }
     // The parser makes no such member, but a program may replace the parser.
@@ -66,7 +68,7 @@ const char *text_of(const cJSON *device, const char *key) noexcept
         ::orvane_trace("%s is NULL", key);
         return nullptr;
     }
-    ::orvane_trace("Serial for device '%s': %s\n", name_of(device), member->valuestring);
+    trace_outside_text("Serial for device '%s': %s\n", name_of(device), member->valuestring);
     return member->valuestring;
 }
 
@@ -160,7 +162,7 @@ void print_parse_error(const char *json) noexcept
 {
     const char *const position = ::cJSON_GetErrorPtr();
     if (position != nullptr && is_within(position, json))
-        static_cast<void>(::fprintf(stderr, "JSON parse error: %s\n", position));
+        print_or_lose("JSON parse error: %s\n", position);
 }
 
 bool is_mounted_at_root(const cJSON *device) noexcept
@@ -224,7 +226,7 @@ extern "C" char *get_lsblk_output(void)
     *listing = '\0';
     const orvane::tool_output output = orvane::run_tool("lsblk -J");
     if (!output) {
-        ::perror("Failed to run lsblk");
+        orvane::print_error_or_lose("Failed to run lsblk");
         return nullptr;
     }
     orvane::collect(output.get(), listing.get());
@@ -240,8 +242,7 @@ extern "C" char *find_root_disk(const char *json)
     }
     const cJSON *const devices = ::cJSON_GetObjectItem(tree.get(), "blockdevices");
     if (::cJSON_IsArray(devices) == 0) {
-        static_cast<void>(
-            ::fputs("Invalid JSON structure: blockdevices is not an array\n", stderr));
+        orvane::print_or_lose("Invalid JSON structure: blockdevices is not an array\n");
         return nullptr;
     }
     return orvane::copy_name_of_root_disk(devices);

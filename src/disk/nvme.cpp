@@ -8,6 +8,7 @@
 #include "orvane.h"
 #include "support/directory.h"
 #include "support/line_reader.h"
+#include "support/outside_text.h"
 #include "support/shell.h"
 #include "support/text.h"
 
@@ -118,7 +119,7 @@ extern "C" char *harddisk_id_nvme_new(const char *name)
 
     orvane::model_start model;
     if (orvane::read_line(output.get(), model)) {
-        ::orvane_trace("harddisk_id_nvme_new model = %s", model.c_str());
+        orvane::trace_outside_text("harddisk_id_nvme_new model = %s", model.c_str());
     } else {
         model.clear(); // after a read error it may hold a part of the line
         ::orvane_trace("harddisk_id_nvme_new model = NULL");

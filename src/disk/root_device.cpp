@@ -5,6 +5,7 @@
 
 #include "disk/block_device.h"
 #include "orvane.h"
+#include "support/outside_text.h"
 
 #include <cstring>
 
@@ -57,7 +58,7 @@ extern "C" char *root_device(void)
 {
     orvane::heap_text mounted = orvane::mounted_root();
     if (mounted && orvane::is_block_device(mounted.get())) {
-        ::orvane_trace("root_dev_name: %s.", mounted.get());
+        orvane::trace_outside_text("root_dev_name: %s.", mounted.get());
         return mounted.release();
     }
 

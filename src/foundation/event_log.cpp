@@ -3,8 +3,8 @@
 // The event log: tagged lines for administrators in a file of the caller's choosing.
 #include "orvane.h"
 #include "support/bounded_text.h"
-#include "support/guards.h"
 #include "support/owned.h"
+#include "support/write_or_lose.h"
 
 #include <cstring>
 #include <ctime>
@@ -45,7 +45,9 @@ extern "C" void log_write(const char *path, const char *message, const char *tag
 {
     if (enabled == 0 || path == nullptr)
         return;
-    const orvane::unique_fd log(::open(path, O_WRONLY | O_CREAT | O_APPEND, 0640));
+    // A FIFO that nobody reads cannot be opened, and one that is full loses the event.
+    constexpr int flags = O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    const orvane::unique_fd log(::open(path, flags, 0640));
     if (!log)
         return;
 
@@ -60,6 +62,5 @@ extern "C" void log_write(const char *path, const char *message, const char *tag
 
     // One write for each event, so that lines of several writers never mix. An event that cannot
     // be written is lost: the caller's work goes on either way.
-    const orvane::file_size_signal_guard event_may_be_lost;
-    [[maybe_unused]] const ssize_t written = ::write(log.get(), event.c_str(), event.length());
+    orvane::write_or_lose(log.get(), event.view());
 }

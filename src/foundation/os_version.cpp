@@ -3,6 +3,7 @@
 // Which variant of the operating system is installed, by its application scene.
 #include "foundation/glib_handles.h"
 #include "orvane.h"
+#include "support/outside_text.h"
 #include "support/text.h"
 
 #include <cstring>
@@ -47,7 +48,7 @@ extern "C" unsigned int _os_get_version(void)
     if (!scene)
         return orvane::ordinary_version;
 
-    ::orvane_trace("_os_get_version, os_ver = %s", scene.get());
+    orvane::trace_outside_text("_os_get_version, os_ver = %s", scene.get());
     return orvane::is_education(scene.get()) ? orvane::education_version : orvane::ordinary_version;
 }
 

@@ -5,8 +5,9 @@
 #include "support/bounded_text.h"
 #include "support/guards.h"
 #include "support/owned.h"
+#include "support/write_or_lose.h"
 
-#include <cstdio>
+#include <cerrno>
 #include <cstring>
 #include <ctime>
 
@@ -22,24 +23,39 @@ constexpr char trace_directory[] = "/var/log/orvane/";
 constexpr char trace_file[] = "/var/log/orvane/liborvane.log";
 constexpr std::size_t line_bytes = 1024;
 
-void end_with_newline(text_buffer &line) noexcept
+// Not by fstat(): after one, the kernel gives the next write a time of its own, and stores it.
+bool is_regular_with_one_link(int log) noexcept
 {
-    if (!line.view().ends_with('\n'))
-        line.append("\n");
+    struct statx status = {};
+    return ::statx(log, "", AT_EMPTY_PATH, STATX_TYPE | STATX_NLINK, &status) == 0 &&
+           S_ISREG(status.stx_mode) && status.stx_nlink == 1;
 }
 
-// Standard error may be a file, which has a size limit as the log has.
-void print_error(const char *what) noexcept
+// Where anyone else may write the directory, what stands at the log's path may be another user's.
+bool is_trusted_directory() noexcept
 {
-    const file_size_signal_guard message_may_be_lost;
-    ::perror(what);
+    struct stat status = {};
+    return ::stat(trace_directory, &status) == 0 && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0 &&
+           (status.st_uid == 0 || status.st_uid == ::geteuid());
 }
 
-// One write for each line, so that lines of several processes never mix.
-ssize_t write_line(int log, const text_buffer &line) noexcept
+// Waits for nobody: a FIFO without a reader cannot be opened. The directory is examined only where
+// the log is a link or anything but a regular file with one name.
+int open_log() noexcept
 {
-    const file_size_signal_guard line_may_be_lost;
-    return ::write(log, line.c_str(), line.length());
+    constexpr int flags = O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    constexpr mode_t mode = 0644;
+    const int log = ::open(trace_file, flags | O_NOFOLLOW, mode);
+    if (log < 0 && errno == ELOOP) {
+        if (is_trusted_directory())
+            return ::open(trace_file, flags, mode);
+        errno = ELOOP;
+    } else if (log >= 0 && !is_regular_with_one_link(log) && !is_trusted_directory()) {
+        ::close(log);
+        errno = EPERM;
+        return -1;
+    }
+    return log;
 }
 
 } // namespace
@@ -92,25 +108,28 @@ extern "C" int orvane_trace(const char *format, ...)
     if (::orvane_logger_env_init() == 0 || ::orvane_is_tracing() == 0)
         return 0;
 
-    const orvane::unique_fd log(::open(orvane::trace_file, O_WRONLY | O_CREAT | O_APPEND, 0644));
+    const orvane::unique_fd log(orvane::open_log());
     if (!log) {
-        orvane::print_error("Open log file failed");
+        orvane::print_error_or_lose("Open log file failed");
         return 0;
     }
 
-    orvane::bounded_text<orvane::line_bytes> line;
-    line.format("%s [%d]: ", ::time_string(), ::getpid());
+    char line[orvane::line_bytes];
+    // One byte is always left for a newline.
+    constexpr std::size_t size = sizeof line - 1;
+    std::size_t length = orvane::store_format(line, size, "%s [%d]: ", ::time_string(), ::getpid());
 
     // For "%m", which stands for the caller's errno.
     callers_errno.restore();
-    constexpr std::size_t newline_bytes = 1;
     va_list arguments;
     va_start(arguments, format);
-    line.append_vformat(format, arguments, newline_bytes);
+    length += orvane::store_vformat(line + length, size - length, format, arguments);
     va_end(arguments);
-    orvane::end_with_newline(line);
+    if (length == 0 || line[length - 1] != '\n')
+        line[length++] = '\n';
 
-    if (orvane::write_line(log.get(), line) < 0)
-        orvane::print_error("Write to log file failed");
+    // One write for each line, so that lines of several processes never mix.
+    if (orvane::write_or_lose(log.get(), {line, length}) < 0)
+        orvane::print_error_or_lose("Write to log file failed");
     return 1;
 }

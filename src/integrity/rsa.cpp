@@ -4,6 +4,7 @@
 #include "orvane.h"
 #include "support/owned.h"
 #include "support/text.h"
+#include "support/write_or_lose.h"
 
 #include <cstdio>
 #include <cstring>
@@ -43,7 +44,7 @@ void initialise_crypto() noexcept
 
 bool fail(const char *reason) noexcept
 {
-    ::fputs(reason, stderr);
+    print_or_lose("%s", reason);
     return false;
 }
 
@@ -56,13 +57,13 @@ extern "C" RSA *load_public_key(const char *path)
     const orvane::crypto_errors_guard guard;
     orvane::unique_file file(path == nullptr ? nullptr : ::fopen(path, "r"));
     if (!file) {
-        ::fprintf(stderr, "Error opening public key file: %s\n", orvane::or_null(path));
+        orvane::print_or_lose("Error opening public key file: %s\n", orvane::or_null(path));
         return nullptr;
     }
     RSA *const key = ::PEM_read_RSAPublicKey(file.get(), nullptr, nullptr, nullptr);
     file.reset();
     if (key == nullptr)
-        ::fprintf(stderr, "Error reading public key from file: %s\n", path);
+        orvane::print_or_lose("Error reading public key from file: %s\n", path);
     return key;
 }
 

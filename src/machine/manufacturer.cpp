@@ -5,6 +5,7 @@
 #include "machine/dmi.h"
 #include "machine/manufacturer_table.h"
 #include "orvane.h"
+#include "support/outside_text.h"
 #include "support/text.h"
 
 #include <cstring>
@@ -91,7 +92,8 @@ std::optional<int> match_alternatives(const char *manufacturer, const char *valu
     const glib_texts pieces(::g_strsplit(value, "|", 0));
     for (char **piece = pieces.get(); *piece != nullptr; ++piece) {
         if (is_match(manufacturer, *piece, ignore_case)) {
-            ::orvane_trace("system_manufacturer: %s, glIdentifications: %s.", manufacturer, *piece);
+            trace_outside_text("system_manufacturer: %s, glIdentifications: %s.", manufacturer,
+                               *piece);
             return ::findTypeEnum(*piece);
         }
     }

@@ -5,6 +5,7 @@
 #include "machine/mac_address.h"
 #include "machine/usb_bus.h"
 #include "orvane.h"
+#include "support/outside_text.h"
 #include "support/owned.h"
 #include "support/text.h"
 
@@ -54,9 +55,9 @@ void take_addresses(const char *name, const mac_text &mac, mac_text &greatest) n
 // its answer from one version to the next.
 bool take_interface(const char *name, mac_text &greatest) noexcept
 {
-    ::orvane_trace("found network interface device: %s, ignoreMountUSB: true", name);
+    trace_outside_text("found network interface device: %s, ignoreMountUSB: true", name);
     if (network_interface_on_usb_bus(name)) {
-        ::orvane_trace("<%s> mounted on the usb bus, ignore.", name);
+        trace_outside_text("<%s> mounted on the usb bus, ignore.", name);
         return false;
     }
     mac_text mac;

@@ -7,6 +7,25 @@
 
 namespace orvane {
 
+std::size_t store_vformat(char *buffer, std::size_t size, const char *format,
+                          va_list arguments) noexcept
+{
+    *buffer = '\0';
+    const int length = ::vsnprintf(buffer, size, format, arguments);
+    if (length < 0)
+        return ::strnlen(buffer, size - 1);
+    return std::min(static_cast<std::size_t>(length), size - 1);
+}
+
+std::size_t store_format(char *buffer, std::size_t size, const char *format, ...) noexcept
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const std::size_t length = store_vformat(buffer, size, format, arguments);
+    va_end(arguments);
+    return length;
+}
+
 std::size_t text_buffer::length() const noexcept
 {
     return ::strlen(buffer_);
@@ -36,19 +55,8 @@ void text_buffer::format(const char *format, ...) noexcept
     clear();
     va_list arguments;
     va_start(arguments, format);
-    append_vformat(format, arguments, 0);
+    store_vformat(buffer_, capacity_, format, arguments);
     va_end(arguments);
-}
-
-void text_buffer::append_vformat(const char *format, va_list arguments, std::size_t spare) noexcept
-{
-    const std::size_t end = length();
-    const std::size_t taken = end + spare;
-    if (taken >= capacity_)
-        return;
-    // When a conversion fails or the length exceeds INT_MAX, what was written up to there remains.
-    static_cast<void>(::vsnprintf(buffer_ + end, capacity_ - taken, format, arguments));
-    terminate();
 }
 
 void text_buffer::cut_at_any(const char *ends) noexcept

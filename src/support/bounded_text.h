@@ -7,6 +7,14 @@
 
 namespace orvane {
 
+// Format into a buffer of `size` bytes, at least one, and return the length stored: truncated to
+// leave the terminator its byte, any NUL that "%c" stores included. When a conversion fails or the
+// length exceeds INT_MAX, what was written up to there remains.
+[[gnu::format(printf, 3, 4)]] std::size_t store_format(char *buffer, std::size_t size,
+                                                       const char *format, ...) noexcept;
+[[gnu::format(printf, 3, 0)]] std::size_t
+store_vformat(char *buffer, std::size_t size, const char *format, va_list arguments) noexcept;
+
 // Text in a buffer of fixed size: zero-filled at first, always terminated, truncated where it would
 // overflow. The text ends at the first NUL, so a system call may fill data() directly.
 //
@@ -32,10 +40,6 @@ public:
     void append(std::string_view text) noexcept;
     void assign(std::string_view text) noexcept; // must not overlap this text
     [[gnu::format(printf, 2, 3)]] void format(const char *format, ...) noexcept;
-
-    // Appends formatted text and leaves at least `spare` bytes of the buffer free.
-    [[gnu::format(printf, 2, 0)]] void append_vformat(const char *format, va_list arguments,
-                                                      std::size_t spare) noexcept;
 
     // Truncates the text at the first of its bytes that is one of `ends`.
     void cut_at_any(const char *ends) noexcept;

@@ -34,32 +34,43 @@ template <class Call> auto retry_on_eintr(Call call) noexcept
     return result;
 }
 
-// A write beyond the process's file size limit fails and raises SIGXFSZ, whose default action ends
-// the caller. The guard blocks the signal for this thread during its lifetime and then consumes the
-// one that was raised, so that only the log line is lost.
-class file_size_signal_guard {
+// A failing write may raise a signal whose default action ends the process: SIGPIPE where nobody
+// reads, SIGXFSZ beyond the process's file size limit. The guard blocks both for this thread during
+// its lifetime, so that only what was to be written is lost.
+class write_signal_guard {
 public:
-    file_size_signal_guard() noexcept
+    write_signal_guard() noexcept
     {
-        ::sigemptyset(&signal_);
-        ::sigaddset(&signal_, SIGXFSZ);
-        ::pthread_sigmask(SIG_BLOCK, &signal_, &mask_before_);
-        ::sigpending(&pending_before_);
+        ::sigemptyset(&held_);
+        ::sigaddset(&held_, SIGPIPE);
+        ::sigaddset(&held_, SIGXFSZ);
+        ::pthread_sigmask(SIG_BLOCK, &held_, &mask_before_);
+        // Only a blocked signal can be pending.
+        if (::sigismember(&mask_before_, SIGPIPE) == 1 ||
+            ::sigismember(&mask_before_, SIGXFSZ) == 1)
+            ::sigpending(&pending_before_);
     }
-    file_size_signal_guard(const file_size_signal_guard &) = delete;
-    file_size_signal_guard &operator=(const file_size_signal_guard &) = delete;
-    ~file_size_signal_guard()
+    write_signal_guard(const write_signal_guard &) = delete;
+    write_signal_guard &operator=(const write_signal_guard &) = delete;
+    ~write_signal_guard() { ::pthread_sigmask(SIG_SETMASK, &mask_before_, nullptr); }
+
+    // Consumes the signal of a write that has failed with the error. After any other write a
+    // pending signal is somebody else's, and one that was pending before is the caller's.
+    void consume_signal_of(int error) const noexcept
     {
+        const int raised = error == EPIPE ? SIGPIPE : error == EFBIG ? SIGXFSZ : 0;
+        if (raised == 0 || ::sigismember(&pending_before_, raised) == 1)
+            return;
         const errno_guard errno_of_the_write; // sigtimedwait() fails when none is pending
         constexpr std::timespec no_time = {};
-        // A signal that was pending before belongs to the caller.
-        if (::sigismember(&pending_before_, SIGXFSZ) == 0)
-            ::sigtimedwait(&signal_, nullptr, &no_time);
-        ::pthread_sigmask(SIG_SETMASK, &mask_before_, nullptr);
+        sigset_t wanted = {};
+        ::sigemptyset(&wanted);
+        ::sigaddset(&wanted, raised);
+        ::sigtimedwait(&wanted, nullptr, &no_time);
     }
 
 private:
-    sigset_t signal_ = {};
+    sigset_t held_ = {};
     sigset_t mask_before_ = {};
     sigset_t pending_before_ = {};
 };

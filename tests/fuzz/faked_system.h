@@ -114,10 +114,11 @@ extern "C" FILE *fopen(const char *path, const char *mode)
 
 extern "C" int stat(const char *path, struct stat *status) noexcept
 {
-    if (!faked::is_below(path, {"/dev/"}))
+    constexpr std::string_view trace_directory = "/var/log/orvane/";
+    if (!faked::is_below(path, {"/dev/", trace_directory}))
         return ::fstatat(AT_FDCWD, path, status, 0);
     *status = {};
-    status->st_mode = faked::device;
+    status->st_mode = path == trace_directory ? S_IFDIR | 0755U : faked::device;
     return 0;
 }
 

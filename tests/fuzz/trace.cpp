@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "faked_system.h"
 #include "orvane.h"
+#include "support/outside_text.h"
 
 #include <cctype>
 #include <cerrno>
@@ -41,6 +42,22 @@ void require_line(const std::string &line, const std::string &message)
     require(line == expected);
 }
 
+bool is_control(char c)
+{
+    return std::iscntrl(static_cast<unsigned char>(c)) != 0 && c != '\t';
+}
+
+// One line without control characters; a text of ASCII without them is traced as it is.
+void require_shown(const std::string &text)
+{
+    log.fill("");
+    orvane::trace_outside_text("%s", text.c_str());
+    const std::string line = log.content();
+    require(line.ends_with('\n') && std::none_of(line.begin(), line.end() - 1, is_control));
+    if (std::none_of(text.begin(), text.end(), [](char c) { return c < 0 || is_control(c); }))
+        require_line(line, text);
+}
+
 } // namespace
 
 extern "C" int open(const char *path, int flags, ...)
@@ -52,6 +69,7 @@ extern "C" int open(const char *path, int flags, ...)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     const std::string text = text_of(data, size);
+    require_shown(text);
     require_line(traced("%s", text.c_str()), text);
     require_line(traced("%5zu|%s|%m", size, text.c_str()),
                  std::string(5 - std::min<std::size_t>(5, std::to_string(size).size()), ' ') +

@@ -299,11 +299,11 @@ ssize_t reads_part(int, ssize_t (*real)(int, void *, std::size_t), int fd, void 
     return real(fd, buffer, std::min(size, static_cast<std::size_t>(ready)) / 2);
 }
 
-// What the kernel does at RLIMIT_FSIZE.
-template <class Real, class... Parameters>
-ssize_t is_beyond_the_limit(int error, Real, Parameters...)
+// What the kernel does at RLIMIT_FSIZE, and where nobody reads.
+template <int signal, class Real, class... Parameters>
+ssize_t fails_with_signal(int error, Real, Parameters...)
 {
-    ::raise(SIGXFSZ);
+    ::raise(signal);
     errno = error;
     return -1;
 }
@@ -408,9 +408,12 @@ std::vector<fallible_function> file_functions()
         FALLIBLE(write, {{fails<-1>, ENOSPC},
                          {fails<-1>, EINTR},
                          {writes_half, no_errno, effect::truncation},
-                         {is_beyond_the_limit, EFBIG}}),
-        FALLIBLE(pwrite, {{fails<-1>, ENOSPC}, {fails<-1>, EINTR}, {is_beyond_the_limit, EFBIG}}),
-        FALLIBLE(writev, {{fails<-1>, ENOSPC}, {fails<-1>, EINTR}, {is_beyond_the_limit, EFBIG}}),
+                         {fails_with_signal<SIGXFSZ>, EFBIG},
+                         {fails_with_signal<SIGPIPE>, EPIPE}}),
+        FALLIBLE(pwrite,
+                 {{fails<-1>, ENOSPC}, {fails<-1>, EINTR}, {fails_with_signal<SIGXFSZ>, EFBIG}}),
+        FALLIBLE(writev,
+                 {{fails<-1>, ENOSPC}, {fails<-1>, EINTR}, {fails_with_signal<SIGXFSZ>, EFBIG}}),
         FALLIBLE(close, succeeds_and_fails<-1>, {EIO}),
         FALLIBLE(lseek, fails<-1>, {EINVAL}),
         FALLIBLE(access, fails<-1>, {EACCES}),
@@ -486,6 +489,7 @@ std::vector<fallible_function> stream_functions()
         printing<checked_vdprintf, int, int>::entry("__dprintf_chk"),
         FALLIBLE(vdprintf, fails<-1>, {EIO}),
         FALLIBLE(vfprintf, fails_in_stream<-1>, {EIO}),
+        FALLIBLE_BY("__vfprintf_chk", checked_vfprintf, fails_in_stream<-1>, {EIO}),
     };
 }
 
@@ -547,7 +551,6 @@ std::vector<fallible_function> process_functions()
         FALLIBLE(waitid, wait_fails<-1>, {ECHILD, EINTR}),
         FALLIBLE(popen, fails<nullptr>, {EMFILE}),
         FALLIBLE(pclose, succeeds_and_fails<-1>, {ECHILD}),
-        FALLIBLE(sigtimedwait, fails<-1>, {EAGAIN, EINTR}),
         FALLIBLE(socket, fails<-1>, {EMFILE}),
         FALLIBLE_BY("ioctl", ioctl_with_pointer, fails<-1>, {EIO}),
         FALLIBLE(getifaddrs, fails<-1>, {ENOBUFS}),
@@ -643,17 +646,18 @@ const std::set<std::string> infallible_functions = {
     "__isoc23_sscanf", "__isoc23_strtol", "__isoc99_sscanf", "__memcpy_chk", "__memmove_chk",
     "__memset_chk", "__snprintf", "__strcpy_chk", "__strncpy_chk", "__xpg_basename", "alphasort",
     "basename", "bsearch", "clearerr", "clearerr_unlocked", "feof", "feof_unlocked", "ferror",
-    "ferror_unlocked", "fileno", "fileno_unlocked", "flockfile", "funlockfile", "getenv", "geteuid",
-    "getpid", "getuid", "isalnum", "isalpha", "isdigit", "isgraph", "isprint", "isspace", "isupper",
-    "memchr", "memcmp", "memcpy", "memmem", "memmove", "mempcpy", "memrchr", "memset",
+    "ferror_unlocked", "fileno", "fileno_unlocked", "flockfile", "funlockfile", "fwide", "getenv",
+    "geteuid", "getpid", "getuid", "isalnum", "isalpha", "isdigit", "isgraph", "isprint", "isspace",
+    "isupper", "memchr", "memcmp", "memcpy", "memmem", "memmove", "mempcpy", "memrchr", "memset",
     "posix_spawnattr_setflags", "posix_spawnattr_setsigdefault", "posix_spawnattr_setsigmask",
     "pthread_sigmask", "qsort", "rawmemchr", "sigaction", "sigaddset", "sigdelset", "sigemptyset",
-    "sigfillset", "sigismember", "signal", "sigpending", "sigprocmask", "stpcpy", "strcasecmp",
-    "strcasestr", "strchr", "strchrnul", "strcmp", "strcpy", "strcspn", "strerror", "strlen",
-    "strncasecmp", "strncmp", "strncpy", "strnlen", "strpbrk", "strrchr", "strsep", "strspn",
-    "strstr", "strtok_r", "strtol", "strtoul", "tolower", "toupper", "ungetc", "versionsort",
-    "g_key_file_has_group", "g_key_file_has_key", "g_strrstr", "BIO_f_base64", "BIO_s_mem",
-    "BIO_set_flags", "ERR_pop_to_mark", "ERR_set_mark", "gpgme_set_armor",
+    "sigfillset", "sigismember", "signal", "sigpending", "sigprocmask", "sigtimedwait", "stpcpy",
+    "strcasecmp", "strcasestr", "strchr", "strchrnul", "strcmp", "strcpy", "strcspn", "strerror",
+    "strlen", "strncasecmp", "strncmp", "strncpy", "strnlen", "strpbrk", "strrchr", "strsep",
+    "strspn", "strstr", "strtok_r", "strtol", "strtoul", "tolower", "toupper", "ungetc",
+    "versionsort", "g_key_file_has_group", "g_key_file_has_key", "g_strrstr", "g_unichar_to_utf8",
+    "g_utf8_get_char_validated", "BIO_f_base64", "BIO_s_mem", "BIO_set_flags", "ERR_pop_to_mark",
+    "ERR_set_mark", "gpgme_set_armor",
     // Release it.
     "free", "freeifaddrs", "posix_spawn_file_actions_destroy", "posix_spawnattr_destroy",
     "blkid_free_probe", "cJSON_Delete", "cJSON_free", "g_clear_error", "g_free", "g_key_file_free",
@@ -663,7 +667,7 @@ const std::set<std::string> infallible_functions = {
     "g_key_file_new", "g_key_file_set_value", "g_list_append", "g_list_concat", "g_list_sort",
     "g_strsplit",
     // Report a failure, or end the process.
-    "__fortify_fail", "__stack_chk_fail", "_exit", "abort", "g_log", "perror",
+    "__fortify_fail", "__stack_chk_fail", "_exit", "abort", "fwprintf", "__fwprintf_chk", "g_log",
     // The compiler's and the linker's own.
     "_ITM_deregisterTMCloneTable", "_ITM_registerTMCloneTable", "__cxa_finalize", "__gmon_start__",
     "counters_are_written_now"};

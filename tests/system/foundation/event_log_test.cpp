@@ -11,6 +11,10 @@
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace {
 
 constexpr char log_file[] = "/srv/log/events";
@@ -263,6 +267,27 @@ INSTANTIATE_TEST_SUITE_P(
                     destination{"a_read_only_file_system", "/srv/read_only/events"},
                     destination{"a_full_file_system", "/srv/full/events"},
                     destination{"a_full_device", "/dev/full"}, destination{"no_path", nullptr}));
+
+TEST_F(event_log, waits_for_no_reader_of_a_fifo)
+{
+    ASSERT_EQ(::mkfifo(log_file, 0600), 0);
+    log("lost");
+    const int reader = ::open(log_file, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const int writer = ::open(log_file, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    log("read");
+    const std::string expected = stamped + "read\n";
+    std::string content(expected.size() + 1, '\0');
+    EXPECT_EQ(::read(reader, content.data(), content.size()),
+              static_cast<ssize_t>(expected.size()));
+    EXPECT_EQ(content.substr(0, expected.size()), expected);
+
+    const std::string page(4096, 'x');
+    while (::write(writer, page.data(), page.size()) > 0) {
+    }
+    log("lost");
+    ::close(reader);
+    ::close(writer);
+}
 
 TEST_F(event_log, needs_the_right_to_write)
 {

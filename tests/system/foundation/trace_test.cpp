@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -183,6 +185,89 @@ INSTANTIATE_TEST_SUITE_P(umask, trace_modes,
                                          mode_case{"group_and_other_all", 077, 0700, 0600},
                                          mode_case{"every_write_and_execute", 0333, 0444, 0444}));
 
+// Links, and files that are not the log's alone.
+
+namespace {
+
+constexpr char other_file[] = "/var/log/other";
+
+struct foreign_log : named_case {
+    void (*put)(constructed_machine &machine); // in the log's place
+    const char *error;                         // in a directory that others may write
+};
+
+const foreign_log foreign_logs[] = {
+    {"link", [](constructed_machine &machine) { machine.link(log_file, other_file); },
+     "Open log file failed: Too many levels of symbolic links\n"},
+    {"second_name",
+     [](constructed_machine &) { std::filesystem::create_hard_link(other_file, log_file); },
+     "Open log file failed: Operation not permitted\n"},
+};
+
+class foreign_trace_log : public trace_log, public testing::WithParamInterface<foreign_log> {
+protected:
+    void furnish() override
+    {
+        machine.file(other_file, "");
+        machine.directory(directory);
+        GetParam().put(machine);
+    }
+};
+
+} // namespace
+
+TEST_P(foreign_trace_log, has_the_line_in_a_directory_of_root_or_the_caller)
+{
+    EXPECT_EQ(traced(), (outcome{1, ""}));
+    for (const char *const path : {directory, other_file})
+        ASSERT_EQ(::chown(path, other_user::nobody, 0), 0);
+    outcome seen;
+    {
+        const other_user caller;
+        seen = traced();
+    }
+    EXPECT_EQ(seen, (outcome{1, ""}));
+    expect_trace({"message", "message"});
+}
+
+TEST_P(foreign_trace_log, is_left_as_it_is_in_a_directory_that_others_may_write)
+{
+    for (const mode_t mode : {0777U, 01777U, 0775U, 0757U}) {
+        ::chmod(directory, mode);
+        EXPECT_EQ(traced(), (outcome{0, GetParam().error}));
+    }
+    ::chmod(directory, 0755);
+    ASSERT_EQ(::chown(directory, other_user::nobody, 0), 0);
+    EXPECT_EQ(traced(), (outcome{0, GetParam().error}));
+    EXPECT_EQ(machine.content(other_file), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(which_is_a, foreign_trace_log, testing::ValuesIn(foreign_logs));
+
+TEST_F(trace_log, makes_no_file_behind_another_users_link)
+{
+    machine.directory(directory, 0777);
+    machine.link(log_file, other_file);
+    EXPECT_EQ(traced().result, 0);
+    EXPECT_FALSE(std::filesystem::exists(other_file));
+}
+
+TEST_F(trace_log, waits_for_no_reader_of_a_fifo)
+{
+    machine.directory(directory);
+    ASSERT_EQ(::mkfifo(log_file, 0600), 0);
+    EXPECT_EQ(traced(), (outcome{0, "Open log file failed: No such device or address\n"}));
+    const int reader = ::open(log_file, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    EXPECT_EQ(traced(), (outcome{1, ""}));
+    while (traced().error.empty()) { // until it is full
+    }
+    EXPECT_EQ(traced(),
+              (outcome{1, "Write to log file failed: Resource temporarily unavailable\n"}));
+    ::chmod(directory, 0777);
+    EXPECT_EQ(traced(), (outcome{0, "Open log file failed: Operation not permitted\n"}));
+    ::close(reader);
+}
+
 TEST_F(trace_log, has_whole_lines_of_several_processes)
 {
     constexpr int processes = 4;
@@ -351,11 +436,11 @@ TEST_F(trace_log, formats_the_callers_errno)
     expect_trace({"Permission denied", "Numerical argument out of domain"});
 }
 
-TEST_F(trace_log, ends_a_message_at_a_zero_byte)
+TEST_F(trace_log, has_the_whole_of_a_message_with_a_zero_byte)
 {
     set_stamp("now");
-    EXPECT_EQ(orvane_trace("kept%clost", '\0'), 1);
-    EXPECT_EQ(log(), "now" + process_id() + "kept\n");
+    EXPECT_EQ(orvane_trace("before%cbehind", '\0'), 1);
+    EXPECT_EQ(log(), "now" + process_id() + "before" + std::string(1, '\0') + "behind\n");
 }
 
 namespace {
@@ -418,15 +503,15 @@ TEST_P(trace_prefix, leaves_the_rest_of_the_line_to_the_message)
     const std::string stamp(prefix_bytes - process_id().size(), 's');
     set_stamp(stamp);
     EXPECT_EQ(orvane_trace("message"), 1);
-    EXPECT_EQ(log(), (stamp + process_id()).substr(0, 1023) + GetParam().behind);
+    EXPECT_EQ(log(), (stamp + process_id()).substr(0, 1022) + GetParam().behind);
 }
 
 INSTANTIATE_TEST_SUITE_P(up_to_the_whole_line, trace_prefix,
                          testing::Values(prefix_case{"two_bytes_left", 2, "m\n"},
                                          prefix_case{"one_byte_left", 1, "\n"},
-                                         prefix_case{"no_byte_left", 0, ""},
-                                         prefix_case{"truncated_by_one", -1, ""},
-                                         prefix_case{"far_too_long", -1000, ""}));
+                                         prefix_case{"no_byte_left", 0, "\n"},
+                                         prefix_case{"truncated_by_one", -1, "\n"},
+                                         prefix_case{"far_too_long", -1000, "\n"}));
 
 // The stamp.
 

@@ -132,7 +132,12 @@ INSTANTIATE_TEST_SUITE_P(
                  "100%s%n",
                  {{"k", "x|100%s"}},
                  -1,
-                 {trace_line::matched("100%s%n", "100%s")}}));
+                 {trace_line::matched("100%s%n", "100%s")}},
+        matching{"of_a_name_with_control_characters",
+                 "HUAWEI\n\x1b[2J",
+                 {{"k", "x|HU"}},
+                 12,
+                 {trace_line::matched("HUAWEI\\x0a\\x1b[2J", "HU")}}));
 
 INSTANTIATE_TEST_SUITE_P(
     of_joined_patterns, match_without_case,
