@@ -76,7 +76,7 @@ void undo_encryption(lvm_name &volume) noexcept
     while (const char *const part = parts.next()) {
         if (::strstr(part, "crypt") != nullptr)
             continue;
-        path_buffer node;
+        bounded_text<1024> node;
         node.format("/dev/%s", part);
         if (is_block_device(node.c_str())) {
             volume.assign(node.view());

@@ -49,7 +49,7 @@ bool read_sysfs_disk_attribute(const char *disk, const char *attr, text_buffer &
 {
     if (*disk == '\0' || *attr == '\0')
         return false;
-    path_buffer path;
+    bounded_text<2048> path;
     path.format("/sys/block/%s/device/%s", disk, attr);
     bounded_text<1024> raw;
     if (!start_of_file(path.c_str(), raw))

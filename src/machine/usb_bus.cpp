@@ -35,9 +35,11 @@ bool has_device_link(const char *link) noexcept
 bool resolve(const char *link, line_buffer &path) noexcept
 {
     constexpr std::size_t command_bytes = 4096; // each quote in the name takes four bytes
-    bounded_text<command_bytes> command;
-    command.append("readlink -f -z ");
-    append_quoted(command, link);
+    heap_buffer<command_bytes> command;
+    if (command) {
+        command.append("readlink -f -z ");
+        append_quoted(command, link);
+    }
     const tool_output output = run_tool(command.c_str());
     if (!output) {
         ::orvane_trace("get real path error");
