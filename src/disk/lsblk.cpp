@@ -86,7 +86,9 @@ heap_text identity_of(const cJSON *device) noexcept
     if (model == nullptr)
         return {};
 
-    bounded_text<1024> identity;
+    heap_buffer<1024> identity;
+    if (!identity)
+        return {};
     append_dashed(identity, model);
     identity.append("_"); // as it is, in a locale where it is not graphic, too
     append_dashed(identity, serial);

@@ -78,8 +78,8 @@ char *nvme_id_from_sysfs(const char *name) noexcept
         find_disk(disks, name, disk);
     }
 
-    bounded_text<2048> identity;
-    if (!read_sysfs_disk_attribute(disk.c_str(), "model", identity))
+    heap_buffer<2048> identity;
+    if (!identity || !read_sysfs_disk_attribute(disk.c_str(), "model", identity))
         return nullptr;
     identity.append("_");
     if (!read_sysfs_disk_attribute(disk.c_str(), "serial", identity))

@@ -81,7 +81,9 @@ bool network_interface_on_usb_bus(const char *name) noexcept
     directory_names usb_devices("/sys/bus/usb/devices/");
     if (!usb_devices)
         return false;
-    bounded_text<1024> link;
+    heap_buffer<1024> link;
+    if (!link)
+        return true;
     link.format("/sys/class/net/%s/device", name);
     line_buffer path;
     const char *const device = device_name(link.c_str(), path);

@@ -21,6 +21,7 @@
 #include <blkid.h>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
 #include <ucontext.h>
@@ -29,6 +30,7 @@
 namespace {
 
 constexpr std::size_t documented = 16384;
+constexpr std::size_t documented_for_thread = 32768;
 constexpr std::size_t documented_for_any_json = 131072;
 
 // A stack of just this size: the page below it cannot be accessed. Unlike a thread's, it holds
@@ -89,12 +91,16 @@ class case_on_small_stack : public on_machine, public testing::WithParamInterfac
 protected:
     void furnish() override
     {
+        // As a log that a service manager or a shell has opened.
+        ::close(STDERR_FILENO);
+        ASSERT_EQ(::open("/dev/null", O_WRONLY), STDERR_FILENO);
         if (GetParam().furnish != nullptr)
             GetParam().furnish(machine);
     }
 
-    // Every trace line is a complaint on standard error, for whose words the C library loads a
-    // converter of characters: the most that a trace line can need.
+    // The most that a trace line can need: a complaint on standard error, for whose words the C
+    // library loads a converter of characters, and which perror() formats in a buffer on the stack
+    // where standard error cannot be read.
     void make_trace_lines_complain()
     {
         machine.file("/var/log/orvane", "no directory");
@@ -146,6 +152,26 @@ TEST_F(small_stack, holds_longest_listing)
     machine.tool("/usr/bin/lsblk", R"({"blockdevices": [)" + devices + "]}");
     EXPECT_EQ(answer_on_stack(documented, [] { return reported(harddisk_id("/dev/mapper/root")); }),
               "NULL");
+}
+
+// A thread's stack also holds the thread's descriptor and its thread-local data.
+TEST_F(small_stack, is_that_of_thread_of_32_kib)
+{
+    machine.block_device("/dev/dm-0", 253, 0);
+    machine.link("/dev/mapper/root", "../dm-0");
+    machine.file("/var/log/orvane", "no directory");
+    pthread_attr_t attributes;
+    ASSERT_EQ(::pthread_attr_init(&attributes), 0);
+    ASSERT_EQ(::pthread_attr_setstacksize(&attributes, documented_for_thread), 0);
+    pthread_t thread;
+    ASSERT_EQ(::pthread_create(
+                  &thread, &attributes,
+                  [](void *) -> void * { return ::harddisk_id("/dev/mapper/root"); }, nullptr),
+              0);
+    void *answer = nullptr;
+    ASSERT_EQ(::pthread_join(thread, &answer), 0);
+    EXPECT_EQ(answer, nullptr);
+    ::pthread_attr_destroy(&attributes);
 }
 
 TEST_F(small_stack, holds_longest_path)
