@@ -26,7 +26,7 @@ bool is_block_device(const char *dev_name) noexcept
 
 bool canonicalise(const char *name, path_buffer &path) noexcept
 {
-    return ::realpath(name, path.data()) != nullptr;
+    return path && ::realpath(name, path.data()) != nullptr;
 }
 
 bool canonicalise_block_device(const char *name, path_buffer &path) noexcept

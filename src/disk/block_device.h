@@ -7,12 +7,12 @@
 
 namespace orvane {
 
-using path_buffer = bounded_text<PATH_MAX>;
+using path_buffer = heap_buffer<PATH_MAX>;
 
 // Whether the name leads to a block device. Traces why it cannot be examined.
 bool is_block_device(const char *dev_name) noexcept;
 
-// Resolves all symbolic links of a name; false when it does not exist.
+// Resolves all symbolic links of a name; false when it does not exist, or for want of memory.
 bool canonicalise(const char *name, path_buffer &path) noexcept;
 
 // The same, for a name that must lead to a block device.

@@ -31,7 +31,9 @@ using unique_probe = owned<blkid_struct_probe, ::blkid_free_probe>;
 heap_text find_candidate(const char *dependency) noexcept
 {
     const char *const name = or_null(dependency);
-    bounded_text<1024> node;
+    heap_buffer<1024> node;
+    if (!node)
+        return {};
     node.format("/dev/%s", name);
     trace_outside_text("physicalDiskNode: %s", node.c_str());
     if (is_block_device(node.c_str()))

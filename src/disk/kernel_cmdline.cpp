@@ -17,7 +17,7 @@ namespace orvane {
 
 namespace {
 
-using command_line_buffer = bounded_text<4096>;
+using command_line_buffer = heap_buffer<4096>;
 
 // Not with g_file_get_contents(), which ends the process when memory is exhausted.
 heap_text read_first_line(const char *filename) noexcept
@@ -39,6 +39,8 @@ heap_text read_first_line(const char *filename) noexcept
 char *by_uuid(const char *uuid) noexcept
 {
     command_line_buffer path;
+    if (!path)
+        return nullptr;
     path.format("/dev/disk/by-uuid/%s", uuid);
     return path.copy();
 }
@@ -48,6 +50,8 @@ char *by_uuid(const char *uuid) noexcept
 char *by_label(std::string_view label) noexcept
 {
     command_line_buffer path;
+    if (!path)
+        return nullptr;
     path.append("/dev/disk/by-label/");
     for (const char &character : label)
         path.append(character == '/' ? "\\x2f" : std::string_view(&character, 1));
@@ -61,6 +65,8 @@ char *cmdline_find_root_token(const char *line) noexcept
     if (line == nullptr)
         return nullptr;
     command_line_buffer work;
+    if (!work)
+        return nullptr;
     if (::strlen(line) >= work.capacity())
         fatal_bounds_violation("the kernel command line is longer than 4095 characters");
     work.append(line);
@@ -76,6 +82,8 @@ char *cmdline_find_root_token(const char *line) noexcept
 char *resolve_root_spec(const char *token) noexcept
 {
     command_line_buffer work;
+    if (!work)
+        return nullptr;
     work.append(token);
 
     // A UUID or label ends at its own first "=". An unknown form such as PARTUUID=... yields its

@@ -88,7 +88,9 @@ heap_text identity_of(const cJSON *device) noexcept
     if (model == nullptr)
         return {};
 
-    bounded_text<1024> identity;
+    heap_buffer<1024> identity;
+    if (!identity)
+        return {};
     append_dashed(identity, model);
     identity.append("_"); // as it is, in a locale where it is not graphic, too
     append_dashed(identity, serial);
@@ -123,7 +125,9 @@ heap_text listed_identity(const char *device) noexcept
 {
     if (!is_runnable("/usr/bin/lsblk"))
         return {};
-    bounded_text<16384> listing;
+    heap_buffer<16384> listing;
+    if (!listing)
+        return {};
     {
         const tool_output output = run_tool("/usr/bin/lsblk -Jp -o name,serial,model");
         if (!output)
@@ -137,10 +141,11 @@ namespace {
 
 constexpr std::size_t listing_bytes = 4096;
 
-void collect(std::FILE *output, char *listing) noexcept
+using listing_buffer = heap_buffer<listing_bytes>;
+
+void collect(std::FILE *output, listing_buffer &piece, char *listing) noexcept
 {
     std::size_t length = 0;
-    bounded_text<listing_bytes> piece;
     while (read_line(output, piece)) {
         const std::size_t added = piece.length();
         if (length + added >= listing_bytes)
@@ -221,7 +226,8 @@ extern "C" int is_logical_volume(const char *dev_name)
 extern "C" char *get_lsblk_output(void)
 {
     orvane::heap_text listing(static_cast<char *>(::malloc(orvane::listing_bytes)));
-    if (!listing)
+    orvane::listing_buffer piece;
+    if (!listing || !piece)
         return nullptr;
     *listing = '\0';
     const orvane::tool_output output = orvane::run_tool("lsblk -J");
@@ -229,7 +235,7 @@ extern "C" char *get_lsblk_output(void)
         orvane::print_error_or_lose("Failed to run lsblk");
         return nullptr;
     }
-    orvane::collect(output.get(), listing.get());
+    orvane::collect(output.get(), piece, listing.get());
     return listing.release();
 }
 

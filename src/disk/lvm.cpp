@@ -76,7 +76,9 @@ void undo_encryption(lvm_name &volume) noexcept
     while (const char *const part = parts.next()) {
         if (::strstr(part, "crypt") != nullptr)
             continue;
-        path_buffer node;
+        heap_buffer<1024> node;
+        if (!node)
+            return;
         node.format("/dev/%s", part);
         if (is_block_device(node.c_str())) {
             volume.assign(node.view());

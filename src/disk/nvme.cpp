@@ -50,7 +50,7 @@ bool read_sysfs_disk_attribute(const char *disk, const char *attr, text_buffer &
 {
     if (*disk == '\0' || *attr == '\0')
         return false;
-    path_buffer path;
+    bounded_text<2048> path;
     path.format("/sys/block/%s/device/%s", disk, attr);
     bounded_text<1024> raw;
     if (!start_of_file(path.c_str(), raw))
@@ -79,8 +79,8 @@ char *nvme_id_from_sysfs(const char *name) noexcept
         find_disk(disks, name, disk);
     }
 
-    bounded_text<2048> identity;
-    if (!read_sysfs_disk_attribute(disk.c_str(), "model", identity))
+    heap_buffer<2048> identity;
+    if (!identity || !read_sysfs_disk_attribute(disk.c_str(), "model", identity))
         return nullptr;
     identity.append("_");
     if (!read_sysfs_disk_attribute(disk.c_str(), "serial", identity))

@@ -43,9 +43,9 @@ heap_text mounted_root() noexcept
 heap_text root_of_mount_table(std::FILE *table) noexcept
 {
     constexpr std::size_t line_bytes = 4096; // the size that getmntent() uses
-    char line[line_bytes];
+    heap_buffer<line_bytes> line;
     mntent entry = {};
-    while (::getmntent_r(table, &entry, line, sizeof line) != nullptr) {
+    while (line && ::getmntent_r(table, &entry, line.data(), line_bytes) != nullptr) {
         if (is_root(entry))
             return heap_text(::strdup(entry.mnt_fsname));
     }

@@ -22,8 +22,9 @@ static_assert(sizeof(off_t) == 8, "a file of any size must have a digest");
 
 using hex_text = bounded_text<2 * SHA256_DIGEST_LENGTH + 1>;
 
-// Reads of 1 KiB would cost half as much again as hashing; beyond 16 KiB little is gained.
-constexpr std::size_t read_bytes = 16384;
+// Reads of 1 KiB would cost half as much again as hashing; beyond 8 KiB little is gained, and a
+// thread's stack may be small.
+constexpr std::size_t read_bytes = 8192;
 
 char hex_digit(unsigned int value) noexcept
 {

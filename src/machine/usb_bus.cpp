@@ -35,9 +35,11 @@ bool has_device_link(const char *link) noexcept
 bool resolve(const char *link, line_buffer &path) noexcept
 {
     constexpr std::size_t command_bytes = 4096; // each quote in the name takes four bytes
-    bounded_text<command_bytes> command;
-    command.append("readlink -f -z ");
-    append_quoted(command, link);
+    heap_buffer<command_bytes> command;
+    if (command) {
+        command.append("readlink -f -z ");
+        append_quoted(command, link);
+    }
     const tool_output output = run_tool(command.c_str());
     if (!output) {
         ::orvane_trace("get real path error");
@@ -79,7 +81,9 @@ bool network_interface_on_usb_bus(const char *name) noexcept
     directory_names usb_devices("/sys/bus/usb/devices/");
     if (!usb_devices)
         return false;
-    bounded_text<1024> link;
+    heap_buffer<1024> link;
+    if (!link)
+        return true;
     link.format("/sys/class/net/%s/device", name);
     line_buffer path;
     const char *const device = device_name(link.c_str(), path);

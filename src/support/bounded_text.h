@@ -3,6 +3,7 @@
 
 #include <cstdarg>
 #include <cstddef>
+#include <cstdlib>
 #include <string_view>
 
 namespace orvane {
@@ -19,7 +20,8 @@ store_vformat(char *buffer, std::size_t size, const char *format, va_list argume
 // overflow. The text ends at the first NUL, so a system call may fill data() directly.
 //
 // This is the part that does not depend on the size; functions take it by reference, so that one
-// function serves every bound. Objects are declared as bounded_text<bytes>.
+// function serves every bound. Objects are declared as bounded_text<bytes>, or where the thread's
+// stack may be too small for them as heap_buffer<bytes>.
 class text_buffer {
 public:
     text_buffer(const text_buffer &) = delete;
@@ -66,6 +68,17 @@ public:
 
 private:
     char storage_[Bytes] = {};
+};
+
+// False, and not to be used as a text, where it cannot be allocated.
+template <std::size_t Bytes> class heap_buffer final : public text_buffer {
+public:
+    heap_buffer() noexcept : text_buffer(static_cast<char *>(::calloc(Bytes, 1)), Bytes) {}
+    heap_buffer(const heap_buffer &) = delete;
+    heap_buffer &operator=(const heap_buffer &) = delete;
+    ~heap_buffer() { ::free(data()); }
+
+    explicit operator bool() const noexcept { return c_str() != nullptr; }
 };
 
 } // namespace orvane
