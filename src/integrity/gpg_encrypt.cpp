@@ -29,6 +29,12 @@ gpgme_key_t find_builtin_key(gpgme_ctx_t context) noexcept
     return error == 0 ? key : nullptr;
 }
 
+gpg_data new_message() noexcept
+{
+    gpgme_data_t data = nullptr;
+    return gpg_data(::gpgme_data_new(&data) == 0 ? data : nullptr);
+}
+
 bool is_refused(gpgme_ctx_t context) noexcept
 {
     const auto *const result = ::gpgme_op_encrypt_result(context);
@@ -61,7 +67,7 @@ extern "C" int gpg_encrypt(const char *text, char **message, unsigned int *lengt
     gpg.input = orvane::data_of_text(text);
     if (!gpg.input)
         return ORVANE_GPG_TEXT_NOT_TAKEN;
-    gpg.output = orvane::new_output();
+    gpg.output = orvane::new_message();
     if (!gpg.output)
         return ORVANE_GPG_NO_OUTPUT;
 

@@ -4,10 +4,13 @@
 #include "integrity/builtin_key.h"
 
 #include <clocale>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include <fcntl.h>
+#include <sys/auxv.h>
+#include <sys/stat.h>
 
 namespace orvane {
 
@@ -15,12 +18,18 @@ namespace {
 
 constexpr int copied = 1;
 
+// GPGME would look for gpg along the PATH of the user, and run it with the rights of the program.
+bool is_set_user_id() noexcept
+{
+    return ::getauxval(AT_SECURE) != 0;
+}
+
 } // namespace
 
 standard_descriptors::standard_descriptors() noexcept
 {
-    int fd = ::open("/dev/null", O_RDWR);
-    for (; fd >= 0 && fd <= STDERR_FILENO; fd = ::open("/dev/null", O_RDWR))
+    int fd = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    for (; fd >= 0 && fd <= STDERR_FILENO; fd = ::open("/dev/null", O_RDWR | O_CLOEXEC))
         is_held_[fd] = true;
     if (fd >= 0)
         ::close(fd);
@@ -36,6 +45,8 @@ standard_descriptors::~standard_descriptors()
 
 gpg_context new_gpg_context() noexcept
 {
+    if (is_set_user_id())
+        return nullptr;
     ::gpgme_check_version(nullptr);
     // The locale of the whole process becomes the environment's, as the header documents: gpg may
     // have to prompt the user.
@@ -48,16 +59,17 @@ gpg_context new_gpg_context() noexcept
     return gpg_context(::gpgme_new(&context) == 0 ? context : nullptr);
 }
 
-gpg_data new_output() noexcept
-{
-    gpgme_data_t data = nullptr;
-    return gpg_data(::gpgme_data_new(&data) == 0 ? data : nullptr);
-}
-
 gpg_data data_of_file(const char *path) noexcept
 {
+    // A FIFO cannot be read, because it has no size; opening it would wait for its writer.
+    struct stat status = {};
+    if (path == nullptr || ::stat(path, &status) != 0 || S_ISFIFO(status.st_mode))
+        return nullptr;
+    const unique_file file(std::fopen(path, "re"));
     gpgme_data_t data = nullptr;
-    const bool is_read = path != nullptr && ::gpgme_data_new_from_file(&data, path, copied) == 0;
+    const bool is_read =
+        file && ::gpgme_data_new_from_filepart(&data, nullptr, file.get(), 0,
+                                               static_cast<std::size_t>(status.st_size)) == 0;
     return gpg_data(is_read ? data : nullptr);
 }
 

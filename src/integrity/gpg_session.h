@@ -38,7 +38,6 @@ struct gpg_session {
 
 // Each holds nullptr when it cannot be made.
 gpg_context new_gpg_context() noexcept;
-gpg_data new_output() noexcept;
 gpg_data data_of_file(const char *path) noexcept;
 gpg_data data_of_text(const char *text) noexcept;
 
