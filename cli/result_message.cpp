@@ -6,8 +6,6 @@
 const char *result_message(int result)
 {
     switch (result) {
-    case ORVANE_OK:
-        return "valid";
     case ORVANE_GPG_VERIFY_FAILED:
         return "gpg cannot verify it";
     case ORVANE_GPG_KEY_MISSING:
@@ -25,13 +23,13 @@ const char *result_message(int result)
     case ORVANE_GPG_FILE_UNREADABLE:
         return "the file cannot be read";
     case ORVANE_GPG_SIGNATURE_RED:
-        return "the file was altered";
+        return "the file was altered, or is a detached signature";
     case ORVANE_GPG_SIGNATURE_BAD:
         return "the signature is bad";
     case ORVANE_GPG_SIGNATURE_INVALID:
         return "the signature is not valid or expired, or its key expired or was revoked";
     case ORVANE_GPG_NO_SIGNATURE:
-        return "there is no signature";
+        return "gpg finds no signature, or cannot use the key store";
     case ORVANE_BASE64_LENGTH:
         return "the length is not a multiple of 4";
     case ORVANE_BASE64_CHARACTER:

@@ -59,6 +59,8 @@ void store_message(gpgme_data_t output, char **message, unsigned int *length) no
 extern "C" int gpg_encrypt(const char *text, char **message, unsigned int *length)
 {
     const std::time_t now = ::time(nullptr);
+    if (orvane::is_secure_execution())
+        return ORVANE_GPG_NO_CONTEXT;
     orvane::gpg_session gpg;
     gpg.context = orvane::new_gpg_context();
     if (!gpg.context)

@@ -3,6 +3,7 @@
 
 #include "integrity/builtin_key.h"
 
+#include <cerrno>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -18,13 +19,53 @@ namespace {
 
 constexpr int copied = 1;
 
-// GPGME would look for gpg along the PATH of the user, and run it with the rights of the program.
-bool is_set_user_id() noexcept
+bool has_handler(const struct sigaction &action, void (*handler)(int)) noexcept
+{
+    return (action.sa_flags & SA_SIGINFO) == 0 && action.sa_handler == handler;
+}
+
+// A FIFO is not opened: GPGME cannot read one, and its writer would find a reader that reads
+// nothing.
+unique_file open_without_waiting(const char *path) noexcept
+{
+    constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY;
+    struct stat status = {};
+    if (path == nullptr || ::stat(path, &status) != 0 || S_ISFIFO(status.st_mode))
+        return nullptr;
+    int fd = ::open(path, flags | O_NONBLOCK);
+    // A process that has a lease on the file gives it up, or the kernel takes it.
+    if (fd < 0 && errno == EWOULDBLOCK)
+        fd = ::open(path, flags);
+    unique_fd opened(fd);
+    unique_file file(opened ? ::fdopen(opened.get(), "r") : nullptr);
+    if (file)
+        opened.release();
+    return file;
+}
+
+} // namespace
+
+bool is_secure_execution() noexcept
 {
     return ::getauxval(AT_SECURE) != 0;
 }
 
-} // namespace
+ignored_sigpipe::ignored_sigpipe() noexcept
+{
+    struct sigaction ignore = {};
+    ignore.sa_handler = SIG_IGN;
+    ::sigaction(SIGPIPE, nullptr, &before_);
+    if (has_handler(before_, SIG_DFL))
+        ::sigaction(SIGPIPE, &ignore, nullptr);
+}
+
+ignored_sigpipe::~ignored_sigpipe()
+{
+    struct sigaction now = {};
+    ::sigaction(SIGPIPE, nullptr, &now);
+    if (has_handler(before_, SIG_DFL) && has_handler(now, SIG_IGN))
+        ::sigaction(SIGPIPE, &before_, nullptr);
+}
 
 standard_descriptors::standard_descriptors() noexcept
 {
@@ -45,8 +86,6 @@ standard_descriptors::~standard_descriptors()
 
 gpg_context new_gpg_context() noexcept
 {
-    if (is_set_user_id())
-        return nullptr;
     ::gpgme_check_version(nullptr);
     // The locale of the whole process becomes the environment's, as the header documents: gpg may
     // have to prompt the user.
@@ -61,15 +100,14 @@ gpg_context new_gpg_context() noexcept
 
 gpg_data data_of_file(const char *path) noexcept
 {
-    // A FIFO cannot be read, because it has no size; opening it would wait for its writer.
+    const unique_file file = open_without_waiting(path);
     struct stat status = {};
-    if (path == nullptr || ::stat(path, &status) != 0 || S_ISFIFO(status.st_mode))
+    if (!file || ::fstat(::fileno(file.get()), &status) != 0)
         return nullptr;
-    const unique_file file(std::fopen(path, "re"));
     gpgme_data_t data = nullptr;
     const bool is_read =
-        file && ::gpgme_data_new_from_filepart(&data, nullptr, file.get(), 0,
-                                               static_cast<std::size_t>(status.st_size)) == 0;
+        ::gpgme_data_new_from_filepart(&data, nullptr, file.get(), 0,
+                                       static_cast<std::size_t>(status.st_size)) == 0;
     return gpg_data(is_read ? data : nullptr);
 }
 

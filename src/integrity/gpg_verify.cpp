@@ -126,6 +126,8 @@ void store_content(gpgme_data_t output, char **content, unsigned int *length) no
 
 extern "C" int gpg_verify(const char *path, char **content, unsigned int *length)
 {
+    if (orvane::is_secure_execution())
+        return ORVANE_GPG_NO_CONTEXT;
     orvane::gpg_session gpg;
     gpg.context = orvane::new_gpg_context();
     if (!gpg.context)
