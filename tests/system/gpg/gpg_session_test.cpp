@@ -39,17 +39,17 @@ protected:
         expect_codes(ORVANE_GPG_KEY_MISSING, ORVANE_GPG_KEY_MISSING);
     }
 
-    // Runs the program as an ordinary user, with root's rights by its mode.
-    program_result secure_caller(mode_t mode)
+    // What the program prints where an ordinary user runs it. Its file is root's.
+    std::string output_of_caller(mode_t mode)
     {
         // The file systems of a machine do not pass on these rights.
         machine.directory("/srv/programs");
         EXPECT_EQ(::mount("tmpfs", "/srv/programs", "tmpfs", 0, "mode=755"), 0);
         std::filesystem::copy(build_folder() + "/tests/system/secure_caller", "/srv/programs");
         ::chmod("/srv/programs/secure_caller", mode);
-        auto result = machine.run({"/srv/programs/secure_caller", path}, other_user::nobody);
+        const auto ended = machine.run({"/srv/programs/secure_caller", path}, other_user::nobody);
         ::umount("/srv/programs");
-        return result;
+        return ended.output + ended.error;
     }
 
     std::string path;
@@ -175,17 +175,15 @@ TEST_F(gpg_session, runs_nothing_with_rights_that_the_user_does_not_have)
 {
     for (const char *const tool : {"gpg", "gpgconf"})
         machine.script(std::string("/opt/user/") + tool, "exit 1");
-    machine.file(path, machine.content(path));
+    machine.show(build_folder() + "/stage", "/opt/orvane");
     ::setenv("PATH", ("/opt/user:" + std::string(std::getenv("PATH"))).c_str(), 1);
     ::setenv("LC_ALL", "C.UTF-8", 1);
-    for (const mode_t mode : {S_ISUID | 0755, S_ISGID | 0755}) {
-        const auto result = secure_caller(mode);
-        EXPECT_EQ(result.output, "16 16 C\n") << result.error;
-    }
+    for (const mode_t mode : {04755U, 02755U})
+        EXPECT_EQ(output_of_caller(mode), "16 16 C\n");
     for (const char *const tool : {"gpg", "gpgconf"})
         EXPECT_TRUE(machine.runs(std::string("/opt/user/") + tool).empty()) << tool;
 
-    EXPECT_EQ(secure_caller(0755).output, "1 14 C.UTF-8\n"); // it is run without them
+    EXPECT_EQ(output_of_caller(0755), "1 14 C.UTF-8\n");
     EXPECT_FALSE(machine.runs("/opt/user/gpgconf").empty());
 }
 
