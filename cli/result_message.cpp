@@ -9,7 +9,7 @@ const char *result_message(int result)
     case ORVANE_GPG_VERIFY_FAILED:
         return "gpg cannot verify it";
     case ORVANE_GPG_KEY_MISSING:
-        return "the key is not in the key store";
+        return "the key store does not have the key, or cannot be used";
     case ORVANE_GPG_CLOCK_TOO_EARLY:
         return "the clock is earlier than the key";
     case ORVANE_GPG_NO_CONTEXT:
@@ -17,7 +17,7 @@ const char *result_message(int result)
     case ORVANE_GPG_TEXT_NOT_TAKEN:
         return "GPGME does not take the text";
     case ORVANE_GPG_ENCRYPT_FAILED:
-        return "gpg cannot encrypt it";
+        return "gpg cannot encrypt it, or the key expired or was revoked";
     case ORVANE_GPG_OTHER_SIGNER:
         return "a signature is by another key";
     case ORVANE_GPG_FILE_UNREADABLE:

@@ -28,6 +28,7 @@ std::string reason_in(const std::string &messages)
     return reason == "Failed to decode base64 si11gnature" ? "it is not base64" : reason;
 }
 
+// No length that the library stores.
 constexpr unsigned int not_stored = UINT_MAX;
 
 std::string size_of_content(unsigned int length)
@@ -70,8 +71,8 @@ int verify_gpg_file(const gpg_options &options)
     // What surrounds the signed content in the file is not verified.
     const std::string size = size_of_content(length);
     if (options.output.empty()) {
-        print_line(options.file + ": valid signed content of " + size +
-                   (content ? "" : ", which is not handed over"));
+        print_line(options.file + ": valid; only the signed content of " + size +
+                   " is vouched for" + (content ? "" : ", and it is not handed over"));
         return success;
     }
     if (!content)
