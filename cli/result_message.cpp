@@ -6,12 +6,10 @@
 const char *result_message(int result)
 {
     switch (result) {
-    case ORVANE_OK:
-        return "valid";
     case ORVANE_GPG_VERIFY_FAILED:
         return "gpg cannot verify it";
     case ORVANE_GPG_KEY_MISSING:
-        return "the key is not in the key store";
+        return "the key store does not have the key, or cannot be used";
     case ORVANE_GPG_CLOCK_TOO_EARLY:
         return "the clock is earlier than the key";
     case ORVANE_GPG_NO_CONTEXT:
@@ -19,19 +17,19 @@ const char *result_message(int result)
     case ORVANE_GPG_TEXT_NOT_TAKEN:
         return "GPGME does not take the text";
     case ORVANE_GPG_ENCRYPT_FAILED:
-        return "gpg cannot encrypt it";
+        return "gpg cannot encrypt it, or the key expired or was revoked";
     case ORVANE_GPG_OTHER_SIGNER:
         return "a signature is by another key";
     case ORVANE_GPG_FILE_UNREADABLE:
         return "the file cannot be read";
     case ORVANE_GPG_SIGNATURE_RED:
-        return "the file was altered";
+        return "the file was altered, or is a detached signature";
     case ORVANE_GPG_SIGNATURE_BAD:
         return "the signature is bad";
     case ORVANE_GPG_SIGNATURE_INVALID:
         return "the signature is not valid or expired, or its key expired or was revoked";
     case ORVANE_GPG_NO_SIGNATURE:
-        return "there is no signature";
+        return "gpg finds no signature, or cannot use the key store";
     case ORVANE_BASE64_LENGTH:
         return "the length is not a multiple of 4";
     case ORVANE_BASE64_CHARACTER:

@@ -11,6 +11,7 @@
 
 #include "orvane.h"
 
+#include <climits>
 #include <cstdio>
 #include <stdexcept>
 #include <string>
@@ -25,6 +26,16 @@ std::string reason_in(const std::string &messages)
         return "it does not match the text";
     const std::string reason = messages.substr(0, messages.find('\n'));
     return reason == "Failed to decode base64 si11gnature" ? "it is not base64" : reason;
+}
+
+// No length that the library stores.
+constexpr unsigned int not_stored = UINT_MAX;
+
+std::string size_of_content(unsigned int length)
+{
+    if (length == not_stored)
+        return "more than 4096 bytes";
+    return std::to_string(length) + (length == 1 ? " byte" : " bytes");
 }
 
 } // namespace
@@ -52,18 +63,21 @@ int check_signature(const signature_options &options)
 int verify_gpg_file(const gpg_options &options)
 {
     char *buffer = nullptr;
-    unsigned int length = 0;
+    unsigned int length = not_stored;
     const int result = gpg_verify(options.file.c_str(), &buffer, &length);
     const owned_text content(buffer);
     if (result != ORVANE_OK)
         throw std::runtime_error(options.file + ": " + result_message(result));
+    // What surrounds the signed content in the file is not verified.
+    const std::string size = size_of_content(length);
     if (options.output.empty()) {
-        print_line(options.file + ": " + result_message(result));
+        print_line(options.file + ": valid; only the signed content of " + size +
+                   " is vouched for" + (content ? "" : ", and it is not handed over"));
         return success;
     }
     if (!content)
-        throw std::runtime_error(options.file +
-                                 ": valid, but content of more than 4096 bytes is not handed over");
+        throw std::runtime_error(options.file + ": valid, but content of " + size +
+                                 " is not handed over");
     write_output(options.output, std::string(content.get(), length));
     return success;
 }

@@ -38,6 +38,8 @@ endfunction()
 # Sets fingerprint and creation_time to what gpg finds in the file.
 function(read_signing_key file)
     set(export_it "Export it:\n  gpg --export FINGERPRINT >FILE")
+    set(make_one
+        "Make one:\n  gpg --quick-generate-key 'NAME <ADDRESS>' rsa3072 sign,encr never")
     if(NOT EXISTS "${file}")
         refuse_signing_key("${file}" "is missing" "${export_it}")
     elseif(IS_DIRECTORY "${file}")
@@ -68,16 +70,23 @@ function(read_signing_key file)
 
     # pub:validity:bits:algorithm:key ID:created:...:capabilities:
     string(REPLACE ":" ";" fields "${keys}")
+    list(GET fields 1 validity)
     list(GET fields 3 algorithm)
     list(GET fields 5 creation_time)
     list(GET fields 11 capabilities)
     if(NOT algorithm EQUAL 1)
-        refuse_signing_key("${file}" "is not an RSA key"
-            "Make one:\n  gpg --quick-generate-key 'NAME <ADDRESS>' rsa3072 sign,encr never")
+        refuse_signing_key("${file}" "is not an RSA key" "${make_one}")
     elseif(size GREATER 1024)
         refuse_signing_key("${file}" "has ${size} bytes, too many"
             "3072 bits with one short user ID and no signature of others fit:\n"
             "  gpg --export-options export-minimal --export FINGERPRINT >FILE")
+    elseif(validity STREQUAL "r")
+        refuse_signing_key("${file}" "is revoked" "${make_one}")
+    elseif(validity STREQUAL "e")
+        refuse_signing_key("${file}" "is expired" "Extend it and export it again:\n"
+            "  gpg --quick-set-expire FINGERPRINT never\n  gpg --export FINGERPRINT >FILE")
+    elseif(NOT capabilities MATCHES "s") # of subkeys too it is "S"
+        refuse_signing_key("${file}" "does not sign with its primary key" "${make_one}")
     endif()
     # As the library will. Not by the status: in a folder with a long path gpg misses its agent, which
     # it does not need for this.
@@ -89,10 +98,9 @@ function(read_signing_key file)
     endif()
     set(fingerprint ${CMAKE_MATCH_1} PARENT_SCOPE)
     set(creation_time ${creation_time} PARENT_SCOPE)
-    if(NOT capabilities MATCHES "s" OR NOT capabilities MATCHES "E")
-        message(WARNING "The signing key ${file} is not for both signing and encrypting: "
-            "gpg_verify() needs a primary key that signs, "
-            "gpg_encrypt() one that can be encrypted to.")
+    if(NOT capabilities MATCHES "E")
+        message(WARNING "The signing key ${file} cannot be encrypted to: "
+            "gpg_encrypt() will return ORVANE_GPG_ENCRYPT_FAILED.")
     endif()
 endfunction()
 

@@ -29,6 +29,12 @@ gpgme_key_t find_builtin_key(gpgme_ctx_t context) noexcept
     return error == 0 ? key : nullptr;
 }
 
+gpg_data new_message() noexcept
+{
+    gpgme_data_t data = nullptr;
+    return gpg_data(::gpgme_data_new(&data) == 0 ? data : nullptr);
+}
+
 bool is_refused(gpgme_ctx_t context) noexcept
 {
     const auto *const result = ::gpgme_op_encrypt_result(context);
@@ -53,6 +59,8 @@ void store_message(gpgme_data_t output, char **message, unsigned int *length) no
 extern "C" int gpg_encrypt(const char *text, char **message, unsigned int *length)
 {
     const std::time_t now = ::time(nullptr);
+    if (orvane::is_secure_execution())
+        return ORVANE_GPG_NO_CONTEXT;
     orvane::gpg_session gpg;
     gpg.context = orvane::new_gpg_context();
     if (!gpg.context)
@@ -61,7 +69,7 @@ extern "C" int gpg_encrypt(const char *text, char **message, unsigned int *lengt
     gpg.input = orvane::data_of_text(text);
     if (!gpg.input)
         return ORVANE_GPG_TEXT_NOT_TAKEN;
-    gpg.output = orvane::new_output();
+    gpg.output = orvane::new_message();
     if (!gpg.output)
         return ORVANE_GPG_NO_OUTPUT;
 

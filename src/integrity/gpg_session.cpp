@@ -3,11 +3,15 @@
 
 #include "integrity/builtin_key.h"
 
+#include <cerrno>
 #include <clocale>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include <fcntl.h>
+#include <sys/auxv.h>
+#include <sys/stat.h>
 
 namespace orvane {
 
@@ -15,12 +19,58 @@ namespace {
 
 constexpr int copied = 1;
 
+bool has_handler(const struct sigaction &action, void (*handler)(int)) noexcept
+{
+    return (action.sa_flags & SA_SIGINFO) == 0 && action.sa_handler == handler;
+}
+
+// A FIFO is not opened: GPGME cannot read one, and its writer would find a reader that reads
+// nothing.
+unique_file open_without_waiting(const char *path) noexcept
+{
+    constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY;
+    struct stat status = {};
+    if (path == nullptr || ::stat(path, &status) != 0 || S_ISFIFO(status.st_mode))
+        return nullptr;
+    int fd = ::open(path, flags | O_NONBLOCK);
+    // A process that has a lease on the file gives it up, or the kernel takes it.
+    if (fd < 0 && errno == EWOULDBLOCK)
+        fd = ::open(path, flags);
+    unique_fd opened(fd);
+    unique_file file(opened ? ::fdopen(opened.get(), "r") : nullptr);
+    if (file)
+        opened.release();
+    return file;
+}
+
 } // namespace
+
+bool is_secure_execution() noexcept
+{
+    return ::getauxval(AT_SECURE) != 0;
+}
+
+ignored_sigpipe::ignored_sigpipe() noexcept
+{
+    struct sigaction ignore = {};
+    ignore.sa_handler = SIG_IGN;
+    ::sigaction(SIGPIPE, nullptr, &before_);
+    if (has_handler(before_, SIG_DFL))
+        ::sigaction(SIGPIPE, &ignore, nullptr);
+}
+
+ignored_sigpipe::~ignored_sigpipe()
+{
+    struct sigaction now = {};
+    ::sigaction(SIGPIPE, nullptr, &now);
+    if (has_handler(before_, SIG_DFL) && has_handler(now, SIG_IGN))
+        ::sigaction(SIGPIPE, &before_, nullptr);
+}
 
 standard_descriptors::standard_descriptors() noexcept
 {
-    int fd = ::open("/dev/null", O_RDWR);
-    for (; fd >= 0 && fd <= STDERR_FILENO; fd = ::open("/dev/null", O_RDWR))
+    int fd = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    for (; fd >= 0 && fd <= STDERR_FILENO; fd = ::open("/dev/null", O_RDWR | O_CLOEXEC))
         is_held_[fd] = true;
     if (fd >= 0)
         ::close(fd);
@@ -48,16 +98,16 @@ gpg_context new_gpg_context() noexcept
     return gpg_context(::gpgme_new(&context) == 0 ? context : nullptr);
 }
 
-gpg_data new_output() noexcept
-{
-    gpgme_data_t data = nullptr;
-    return gpg_data(::gpgme_data_new(&data) == 0 ? data : nullptr);
-}
-
 gpg_data data_of_file(const char *path) noexcept
 {
+    const unique_file file = open_without_waiting(path);
+    struct stat status = {};
+    if (!file || ::fstat(::fileno(file.get()), &status) != 0)
+        return nullptr;
     gpgme_data_t data = nullptr;
-    const bool is_read = path != nullptr && ::gpgme_data_new_from_file(&data, path, copied) == 0;
+    const bool is_read =
+        ::gpgme_data_new_from_filepart(&data, nullptr, file.get(), 0,
+                                       static_cast<std::size_t>(status.st_size)) == 0;
     return gpg_data(is_read ? data : nullptr);
 }
 

@@ -5,6 +5,7 @@
 
 #include "support/owned.h"
 
+#include <csignal>
 #include <cstddef>
 
 #include <gpgme.h>
@@ -12,8 +13,25 @@
 
 namespace orvane {
 
+// Whether the program has rights that its user does not have. GPGME would look for gpg along the
+// PATH of the user, and run it with these rights.
+bool is_secure_execution() noexcept;
+
+// Ignores SIGPIPE where the caller leaves it at its default action, and restores that at the end of
+// its lifetime. GPGME ignores it at its first use in a process alone, and for good.
+class ignored_sigpipe {
+public:
+    ignored_sigpipe() noexcept;
+    ignored_sigpipe(const ignored_sigpipe &) = delete;
+    ignored_sigpipe &operator=(const ignored_sigpipe &) = delete;
+    ~ignored_sigpipe();
+
+private:
+    struct sigaction before_ = {};
+};
+
 // Holds /dev/null on whichever of the descriptors 0, 1 and 2 are closed, and closes them again at
-// the end of its life. GPGME would otherwise get them for its pipes, which gpg then cannot use.
+// the end of its lifetime. GPGME would otherwise get them for its pipes, which gpg then cannot use.
 class standard_descriptors {
 public:
     standard_descriptors() noexcept;
@@ -30,6 +48,7 @@ using gpg_data = owned<gpgme_data, ::gpgme_data_release>;
 
 // The objects of one call. What is declared first is released last.
 struct gpg_session {
+    ignored_sigpipe sigpipe;
     standard_descriptors descriptors;
     gpg_context context;
     gpg_data output;
@@ -38,7 +57,6 @@ struct gpg_session {
 
 // Each holds nullptr when it cannot be made.
 gpg_context new_gpg_context() noexcept;
-gpg_data new_output() noexcept;
 gpg_data data_of_file(const char *path) noexcept;
 gpg_data data_of_text(const char *text) noexcept;
 

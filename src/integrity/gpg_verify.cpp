@@ -5,6 +5,9 @@
 #include "integrity/gpg_session.h"
 #include "orvane.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdlib>
 #include <cstring>
 
 namespace orvane {
@@ -12,6 +15,60 @@ namespace orvane {
 namespace {
 
 constexpr off_t most_content_bytes = 4096;
+
+// The content that gpg finds. What no caller gets is counted and not kept: a small file may hold
+// gigabytes.
+struct found_content {
+    off_t size = 0;
+    off_t position = 0;
+    char bytes[most_content_bytes] = {};
+};
+
+ssize_t append_content(void *handle, const void *bytes, std::size_t count) noexcept
+{
+    auto &content = *static_cast<found_content *>(handle);
+    if (content.size < most_content_bytes) {
+        const auto free_bytes = static_cast<std::size_t>(most_content_bytes - content.size);
+        ::memcpy(content.bytes + content.size, bytes, std::min(count, free_bytes));
+    }
+    content.size += static_cast<off_t>(count);
+    return static_cast<ssize_t>(count);
+}
+
+ssize_t read_content(void *handle, void *buffer, std::size_t count) noexcept
+{
+    auto &content = *static_cast<found_content *>(handle);
+    const off_t kept = std::min(content.size, most_content_bytes);
+    const auto left = static_cast<std::size_t>(std::max(kept - content.position, off_t{0}));
+    count = std::min(count, left);
+    ::memcpy(buffer, content.bytes + content.position, count);
+    content.position += static_cast<off_t>(count);
+    return static_cast<ssize_t>(count);
+}
+
+// Only to the start and to the end.
+off_t seek_content(void *handle, off_t /*offset*/, int whence) noexcept
+{
+    auto &content = *static_cast<found_content *>(handle);
+    return content.position = whence == SEEK_END ? content.size : 0;
+}
+
+void release_content(void *handle) noexcept
+{
+    ::free(handle);
+}
+
+gpg_data new_content() noexcept
+{
+    static gpgme_data_cbs callbacks = {read_content, append_content, seek_content, release_content};
+    void *const content = ::calloc(1, sizeof(found_content));
+    gpgme_data_t data = nullptr;
+    if (content == nullptr || ::gpgme_data_new_from_cbs(&data, &callbacks, content) != 0) {
+        ::free(content);
+        return nullptr;
+    }
+    return gpg_data(data);
+}
 
 using signature = _gpgme_signature;
 
@@ -69,6 +126,8 @@ void store_content(gpgme_data_t output, char **content, unsigned int *length) no
 
 extern "C" int gpg_verify(const char *path, char **content, unsigned int *length)
 {
+    if (orvane::is_secure_execution())
+        return ORVANE_GPG_NO_CONTEXT;
     orvane::gpg_session gpg;
     gpg.context = orvane::new_gpg_context();
     if (!gpg.context)
@@ -76,7 +135,7 @@ extern "C" int gpg_verify(const char *path, char **content, unsigned int *length
     gpg.input = orvane::data_of_file(path);
     if (!gpg.input)
         return ORVANE_GPG_FILE_UNREADABLE;
-    gpg.output = orvane::new_output();
+    gpg.output = orvane::new_content();
     if (!gpg.output)
         return ORVANE_GPG_NO_OUTPUT;
 

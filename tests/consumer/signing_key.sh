@@ -95,6 +95,10 @@ in_store() {
         "$@" 2>>store.log || { cat store.log; fail "gpg $*"; }
 }
 
+key_fingerprint() {
+    in_store --with-colons --show-keys "$1" | awk -F: '/^fpr/ {print $10; exit}'
+}
+
 # make_key USER-ID ALGORITHM USAGE FILE
 make_key() {
     in_store --quick-generate-key "$1" "$2" "$3" never
@@ -146,10 +150,10 @@ make_key_of_size 1024
 accepted "$build" -DORVANE_SIGNING_KEY=1024.gpg
 builds_in "$build" 1024.gpg
 
-# One that can sign alone is built in, with a word of warning.
+# One that can sign alone is built in, with a warning.
 make_key 'signs alone' rsa1024 sign signs_alone.gpg
 accepted "$build" -DORVANE_SIGNING_KEY=signs_alone.gpg
-expect_output "The signing key $PWD/signs_alone.gpg is not for both signing and encrypting: "
+expect_output "The signing key $PWD/signs_alone.gpg cannot be encrypted to: "
 builds_in "$build" signs_alone.gpg
 
 # Files that do not.
@@ -180,11 +184,27 @@ refused armoured 'is armoured' 'Take the armour off: gpg --dearmor <ARMOURED >FI
 { echo 'As sent by mail:'; in_store --export --armor '=signs alone'; } >quoted
 refused quoted 'is armoured' 'gpg --dearmor <ARMOURED >FILE'
 
+make_one="Make one: gpg --quick-generate-key 'NAME <ADDRESS>' rsa3072 sign,encr never"
 for algorithm in ed25519 nistp256 dsa1024; do
     make_key "$algorithm" "$algorithm" sign "$algorithm.gpg"
-    refused "$algorithm.gpg" 'is not an RSA key' \
-        "Make one: gpg --quick-generate-key 'NAME <ADDRESS>' rsa3072 sign,encr never"
+    refused "$algorithm.gpg" 'is not an RSA key' "$make_one"
 done
+
+# Keys of which gpg_verify() would accept no signature.
+in_store --quick-generate-key expired rsa1024 sign,encr 1d
+in_store --export =expired >expired.gpg
+refused expired.gpg 'is expired' \
+    'Extend it and export it again: gpg --quick-set-expire FINGERPRINT never gpg --export FINGERPRINT >FILE'
+make_key 'to be revoked' rsa1024 sign,encr revoked.gpg
+sed 's/^:---/---/' "store/openpgp-revocs.d/$(key_fingerprint revoked.gpg).rev" >revocation
+in_store --import revocation
+in_store --export '=to be revoked' >revoked.gpg
+refused revoked.gpg 'is revoked' "$make_one"
+make_key 'certifies' rsa1024 cert,encr certifies.gpg
+refused certifies.gpg 'does not sign with its primary key' "$make_one"
+in_store --quick-add-key "$(key_fingerprint certifies.gpg)" rsa1024 sign never
+in_store --export =certifies >signing_subkey.gpg
+refused signing_subkey.gpg 'does not sign with its primary key' "$make_one"
 
 # A bracket in a user ID has no say in how many keys there are.
 make_key 'one [of two' rsa1024 sign,encr bracket.gpg
@@ -258,7 +278,24 @@ for program in "root$path_of_gpg" interrupting; do
     not configure "$build" -DGPG_PROGRAM="$PWD/$program"
     not printed 'is missing'
     [ ! -e "$build/signing_key/public.gpg" ]
+    [ ! -e "$build/signing_key/key_store" ]
 done
+
+# Nor does one that is killed while there is a private half, and the next one makes a pair.
+cat >killing <<'SH'
+#!/bin/sh
+gpg "$@"
+case $* in *--quick-generate-key*) kill -KILL $PPID ;; esac
+SH
+chmod +x killing
+rm -r "$build/signing_key"
+not configure "$build" -DGPG_PROGRAM="$PWD/killing"
+[ ! -e "$build/signing_key/public.gpg" ]
+[ "$(find /tmp /var/tmp /run -path '*/private-keys-v1.d/*' -newer killing |
+    sed "s:^$PWD/$build/signing_key/.*:in the build folder:")" = 'in the build folder' ]
+accepted "$build" -DGPG_PROGRAM="$path_of_gpg"
+[ "$(ls "$build/signing_key")" = "private.gpg
+public.gpg" ]
 not configure "$build" -DGPG_PROGRAM="$PWD/nowhere" -DORVANE_SIGNING_KEY=1024.gpg
 expect_output "$PWD/nowhere, which reads the signing key, does not run: "
 (
@@ -275,6 +312,6 @@ for store in store signer reader; do
     gpgconf --homedir "$PWD/$store" --kill gpg-agent
 done
 for process in /proc/[0-9]*; do
-    ! tr '\0' ' ' 2>/dev/null <"$process/cmdline" | grep -q '^gpg-agent ' ||
+    ! tr '\0' ' ' 2>/dev/null <"$process/cmdline" | grep -q '^[^ ]*gpg-agent ' ||
         timeout 10 tail --pid="${process#/proc/}" -f /dev/null || fail 'an agent is left running'
 done

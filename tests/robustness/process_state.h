@@ -15,9 +15,10 @@ class process_state {
 public:
     static process_state now();
 
-    // The differences to a later state, in words; empty where there are none. The locale and the
-    // disposition of SIGPIPE may be left out.
-    [[nodiscard]] std::string changes_until(const process_state &later, bool may_change) const;
+    // The differences to a later state, in words; empty where there are none. The locale may be
+    // left out.
+    [[nodiscard]] std::string changes_until(const process_state &later,
+                                            bool may_change_locale) const;
 
 private:
     struct open_file {

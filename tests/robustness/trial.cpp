@@ -153,7 +153,7 @@ void run_case(const api_case &tried, const trial &how)
     here->rest();
 
     report &left = shared_report();
-    std::string changes = before.changes_until(process_state::now(), tried.has(changes_process));
+    std::string changes = before.changes_until(process_state::now(), tried.has(changes_locale));
     const bool may_leave_child =
         how.place != nullptr && how.place->takes_children && tried.has(waits_for_any_child);
     if (!may_leave_child && has_children())

@@ -121,7 +121,7 @@ const violation violations[] = {
     {"signal_mask", block_a_signal, "another signal mask"},
     {"disposition", [] { std::signal(SIGCHLD, SIG_IGN); }, "another disposition of signal 17"},
     {"disposition_of_sigpipe", [] { std::signal(SIGPIPE, SIG_IGN); },
-     "another disposition of signal 13"},
+     "another disposition of signal 13", changes_locale},
     {"mask_of_disposition", [] { change_disposition(SIGCHLD, SIG_DFL, SIGUSR1); },
      "another disposition of signal 17"},
     {"timer", start_a_timer, "another interval timer"},

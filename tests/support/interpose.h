@@ -112,6 +112,9 @@ private:
                (type, digest, digest_size, signature, signature_size, key))                        \
     INTERPOSED(gpgme_error_t, gpgme_new, (gpgme_ctx_t * context), (context))                       \
     INTERPOSED(gpgme_error_t, gpgme_data_new, (gpgme_data_t * data), (data))                       \
+    INTERPOSED(gpgme_error_t, gpgme_data_new_from_cbs,                                             \
+               (gpgme_data_t * data, gpgme_data_cbs_t callbacks, void *handle),                    \
+               (data, callbacks, handle))                                                          \
     INTERPOSED(off_t, gpgme_data_seek, (gpgme_data_t data, off_t offset, int whence),              \
                (data, offset, whence))                                                             \
     INTERPOSED(ssize_t, gpgme_data_read, (gpgme_data_t data, void *buffer, size_t size),           \

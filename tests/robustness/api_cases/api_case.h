@@ -28,7 +28,7 @@ enum resource : unsigned {
 
 enum trait : unsigned {
     single_thread = 1U,        // documented: not for two threads at once
-    changes_process = 2U,      // documented: sets the locale, ignores SIGPIPE
+    changes_locale = 2U,       // documented: sets the locale
     keeps_crypto_errors = 4U,  // documented: libcrypto's error queue stays as it was
     takes_first_read = 8U,     // documented: one read of a tool's output is its whole output
     waits_for_any_child = 16U, // documented: may take a child of another part of the process

@@ -600,7 +600,7 @@ api_case_list gpg_cases()
     constexpr running encrypt = encrypted;
     const texts lost = or_lost(failures_of_encrypting(ORVANE_OK), {"some", "0", "untouched"});
     return with_traits(
-        single_thread | changes_process,
+        single_thread | changes_locale,
         joined({
             built_in_key_cases(),
             {

@@ -31,13 +31,28 @@ class gpg_results : public command_machine {};
 
 TEST_F(gpg_command, verifies_a_signed_file)
 {
-    const outcome valid = printed("/srv/made: valid\n");
-    EXPECT_EQ(verified(signed_file()), valid);
-    EXPECT_EQ(verified(signed_file("hello\n", {"--clear-sign"})), valid);
-    EXPECT_EQ(verified(signed_file(every_byte(4097))), valid);
+    const auto valid = [](const std::string &file, const std::string &size) {
+        return printed(file + ": valid; only the signed content of " + size + "\n");
+    };
+    EXPECT_EQ(verified(signed_file()), valid("/srv/made", "6 bytes is vouched for"));
+    EXPECT_EQ(verified(signed_file("x")), valid("/srv/made", "1 byte is vouched for"));
+    EXPECT_EQ(verified(signed_file(every_byte(4097))),
+              valid("/srv/made", "more than 4096 bytes is vouched for, and it is not handed over"));
 
     machine.file("/srv/a \n\x1b[31m", machine.content(signed_file()));
-    EXPECT_EQ(verified("/srv/a \n\x1b[31m"), printed("/srv/a \n\x1b[31m: valid\n"));
+    EXPECT_EQ(verified("/srv/a \n\x1b[31m"), valid("/srv/a \n\x1b[31m", "6 bytes is vouched for"));
+}
+
+// What stands around a signed part of a clear-signed file passes the verification.
+TEST_F(gpg_command, vouches_for_the_signed_content_alone)
+{
+    const std::string part = machine.content(signed_file("hello\n", {"--clear-sign"}));
+    machine.file("/srv/framed", "forged\n" + part + "forged\n");
+    EXPECT_EQ(verified("/srv/framed"),
+              printed("/srv/framed: valid; only the signed content of 6 bytes is vouched for\n"));
+    EXPECT_EQ(verified_to_output("/srv/framed"), printed(""));
+    EXPECT_EQ(machine.content("/srv/output"), "hello\n");
+    EXPECT_EQ(orvane({"gpg", "verify", "/srv/framed", "--output=-"}), printed("hello\n"));
 }
 
 TEST_F(gpg_command, writes_the_content_of_a_signed_file)
@@ -61,7 +76,8 @@ TEST_F(gpg_command, reports_why_a_file_is_not_valid)
     std::string text = machine.content(signed_file("hello\n", {"--clear-sign"}));
     text.replace(text.find("hello"), 5, "hallo");
     machine.file("/srv/altered", text);
-    EXPECT_EQ(verified_to_output("/srv/altered"), failed("/srv/altered: the file was altered"));
+    EXPECT_EQ(verified_to_output("/srv/altered"),
+              failed("/srv/altered: the file was altered, or is a detached signature"));
     EXPECT_EQ(machine.content("/srv/output"), "before");
 
     const std::string whole = machine.content(signed_file());
@@ -70,7 +86,8 @@ TEST_F(gpg_command, reports_why_a_file_is_not_valid)
 
     make_other_key();
     const std::string by_other = written_by_gpg("hello\n", {"-u", "other", "--sign"});
-    EXPECT_EQ(verified(by_other), failed("/srv/made: the key is not in the key store"));
+    EXPECT_EQ(verified(by_other),
+              failed("/srv/made: the key store does not have the key, or cannot be used"));
     import_for_user("other");
     EXPECT_EQ(verified(by_other), failed("/srv/made: a signature is by another key"));
 }
@@ -100,7 +117,7 @@ TEST_F(gpg_command, writes_no_message_of_what_it_cannot_encrypt)
     EXPECT_EQ(shell("orvane gpg encrypt --output output </srv"),
               failed("standard input: Is a directory"));
     EXPECT_EQ(shell("printf text | GNUPGHOME=/missing orvane gpg encrypt --output output"),
-              failed("standard input: the key is not in the key store"));
+              failed("standard input: the key store does not have the key, or cannot be used"));
     EXPECT_EQ(machine.content("/srv/output"), "before");
 }
 
@@ -111,7 +128,7 @@ TEST_F(gpg_command, fails_without_gpg)
     EXPECT_EQ(shell("PATH=/opt/orvane/bin orvane gpg verify " + file),
               failed("/srv/made: gpg cannot verify it"));
     EXPECT_EQ(shell("echo text | PATH=/opt/orvane/bin orvane gpg encrypt"),
-              failed("standard input: the key is not in the key store"));
+              failed("standard input: the key store does not have the key, or cannot be used"));
 }
 
 TEST_F(gpg_results, have_messages)
@@ -121,17 +138,17 @@ TEST_F(gpg_results, have_messages)
         const char *message;
     } results[] = {
         {"1", "gpg cannot verify it"},
-        {"14", "the key is not in the key store"},
+        {"14", "the key store does not have the key, or cannot be used"},
         {"15", "the clock is earlier than the key"},
         {"16", "GPGME cannot be set up"},
         {"44", "GPGME does not take the text"},
-        {"45", "gpg cannot encrypt it"},
+        {"45", "gpg cannot encrypt it, or the key expired or was revoked"},
         {"46", "a signature is by another key"},
         {"49", "the file cannot be read"},
-        {"50", "the file was altered"},
+        {"50", "the file was altered, or is a detached signature"},
         {"51", "the signature is bad"},
         {"52", "the signature is not valid or expired, or its key expired or was revoked"},
-        {"53", "there is no signature"},
+        {"53", "gpg finds no signature, or cannot use the key store"},
         {"59", "the length is not a multiple of 4"},
         {"60", "a character is not of base64"},
         {"61", "a \"=\" is out of place"},

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include <malloc.h>
+#include <sys/mount.h>
 
 namespace {
 
@@ -36,6 +37,19 @@ protected:
     {
         ::setenv("GNUPGHOME", key_store.c_str(), 1);
         expect_codes(ORVANE_GPG_KEY_MISSING, ORVANE_GPG_KEY_MISSING);
+    }
+
+    // What the program prints where an ordinary user runs it. Its file is root's.
+    std::string output_of_caller(mode_t mode)
+    {
+        // The file systems of a machine do not pass on these rights.
+        machine.directory("/srv/programs");
+        EXPECT_EQ(::mount("tmpfs", "/srv/programs", "tmpfs", 0, "mode=755"), 0);
+        std::filesystem::copy(build_folder() + "/tests/system/secure_caller", "/srv/programs");
+        ::chmod("/srv/programs/secure_caller", mode);
+        const auto ended = machine.run({"/srv/programs/secure_caller", path}, other_user::nobody);
+        ::umount("/srv/programs");
+        return ended.output + ended.error;
     }
 
     std::string path;
@@ -132,18 +146,45 @@ TEST_F(gpg_session, works_where_children_are_not_waited_for)
     EXPECT_EQ(decrypted(message.text), "text");
 }
 
-TEST_F(gpg_session, ignores_sigpipe_where_the_caller_does_not_handle_it)
+TEST_F(gpg_session, leaves_the_disposition_of_sigpipe)
 {
-    expect_to_work();
-    EXPECT_EQ(std::signal(SIGPIPE, SIG_IGN), SIG_IGN);
+    using disposition = void (*)(int);
+    const disposition handler = [](int) {};
+    auto *const before = std::signal(SIGPIPE, SIG_DFL);
+    for (const disposition one : {disposition{SIG_DFL}, disposition{SIG_IGN}, handler}) {
+        std::signal(SIGPIPE, one);
+        expect_to_work();
+        EXPECT_EQ(std::signal(SIGPIPE, one), one);
+    }
+    std::signal(SIGPIPE, before);
 }
 
-TEST_F(gpg_session, leaves_a_handler_of_sigpipe)
+TEST_F(gpg_session, survives_a_gpg_that_does_not_read_in_every_call)
 {
-    const auto handler = [](int) {};
-    auto *const before = std::signal(SIGPIPE, handler);
-    expect_to_work();
-    EXPECT_EQ(std::signal(SIGPIPE, before), static_cast<void (*)(int)>(handler));
+    machine.show("/usr/bin", "/opt/tools");
+    machine.script("/usr/bin/gpg", "case $* in *--encrypt*) exit 1 ;; esac\n"
+                                   "exec /opt/tools/gpg \"$@\"");
+    auto *const before = std::signal(SIGPIPE, SIG_DFL);
+    const std::string text(1 << 20, 'x'); // more than a pipe holds
+    for (int call = 0; call < 2; ++call)
+        EXPECT_EQ(encrypt(text), nothing_stored(ORVANE_GPG_ENCRYPT_FAILED));
+    std::signal(SIGPIPE, before);
+}
+
+TEST_F(gpg_session, runs_nothing_with_rights_that_the_user_does_not_have)
+{
+    for (const char *const tool : {"gpg", "gpgconf"})
+        machine.script(std::string("/opt/user/") + tool, "exit 1");
+    machine.show(build_folder() + "/stage", "/opt/orvane");
+    ::setenv("PATH", ("/opt/user:" + std::string(std::getenv("PATH"))).c_str(), 1);
+    ::setenv("LC_ALL", "C.UTF-8", 1);
+    for (const mode_t mode : {04755U, 02755U})
+        EXPECT_EQ(output_of_caller(mode), "16 16 C\n");
+    for (const char *const tool : {"gpg", "gpgconf"})
+        EXPECT_TRUE(machine.runs(std::string("/opt/user/") + tool).empty()) << tool;
+
+    EXPECT_EQ(output_of_caller(0755), "1 14 C.UTF-8\n");
+    EXPECT_FALSE(machine.runs("/opt/user/gpgconf").empty());
 }
 
 TEST_F(gpg_session, works_with_any_standard_descriptors_closed)
@@ -215,6 +256,9 @@ TEST_F(gpg_session, fails_without_a_context)
 TEST_F(gpg_session, fails_without_an_output)
 {
     interpose::gpgme_data_new = [](gpgme_data_t *) { return gpgme_error_t{GPG_ERR_GENERAL}; };
+    interpose::gpgme_data_new_from_cbs = [](gpgme_data_t *, gpgme_data_cbs_t, void *) {
+        return gpgme_error_t{GPG_ERR_GENERAL};
+    };
     expect_codes(ORVANE_GPG_NO_OUTPUT, ORVANE_GPG_NO_OUTPUT);
 }
 

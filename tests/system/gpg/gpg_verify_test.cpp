@@ -3,7 +3,12 @@
 
 #include <algorithm>
 #include <cctype>
+#include <csignal>
 #include <optional>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -152,6 +157,13 @@ const refused_file refused_files[] = {
     {{"a_directory"},
      [](gpg_machine &) -> std::string { return "/srv"; },
      ORVANE_GPG_FILE_UNREADABLE},
+    {{"a_fifo_without_a_writer"},
+     [](gpg_machine &on) -> std::string {
+         on.machine.directory("/srv");
+         EXPECT_EQ(::mkfifo("/srv/fifo", 0600), 0);
+         return "/srv/fifo";
+     },
+     ORVANE_GPG_FILE_UNREADABLE},
 };
 
 std::string lower_case(std::string text)
@@ -256,6 +268,37 @@ TEST_F(gpg_verification, stores_content_of_at_most_4096_bytes)
         EXPECT_EQ(verify(signed_file(content)), stored(content)) << content.size();
     for (const std::size_t size : {4097U, 1048576U})
         EXPECT_EQ(verify(signed_file(std::string(size, 'x'))), null_stored()) << size;
+}
+
+TEST_F(gpg_verification, keeps_no_more_of_the_content_than_it_stores)
+{
+    constexpr std::uintmax_t megabyte = 1 << 20;
+    machine.file("/srv/zeros", "");
+    std::filesystem::resize_file("/srv/zeros", 100 * megabyte);
+    signers().gpg({"-u", fingerprint(), "--sign", "/srv/zeros"});
+    EXPECT_LT(std::filesystem::file_size("/srv/zeros.gpg"), megabyte);
+    const auto most_kilobytes = [] {
+        rusage usage = {};
+        ::getrusage(RUSAGE_SELF, &usage);
+        return usage.ru_maxrss;
+    };
+    EXPECT_EQ(verify(signed_file()), stored("hello\n"));
+    const long before = most_kilobytes();
+    EXPECT_EQ(verify("/srv/zeros.gpg"), null_stored());
+    EXPECT_LT(most_kilobytes() - before, 32 * 1024);
+}
+
+TEST_F(gpg_verification, waits_for_a_lease_on_the_file)
+{
+    const std::string path = signed_file();
+    static int leased = -1;
+    leased = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+    auto *const before = std::signal(SIGIO, [](int) { ::fcntl(leased, F_SETLEASE, F_UNLCK); });
+    EXPECT_EQ(::fcntl(leased, F_SETLEASE, F_WRLCK), 0);
+    EXPECT_EQ(verify(path), stored("hello\n"));
+    EXPECT_EQ(::fcntl(leased, F_GETLEASE), F_UNLCK);
+    std::signal(SIGIO, before);
+    ::close(leased);
 }
 
 TEST_F(gpg_verification, stores_only_what_is_wanted)
