@@ -83,9 +83,10 @@ class held_signals {
 public:
     held_signals() : at_file_size_limit_(std::signal(SIGXFSZ, SIG_IGN))
     {
-        sigset_t all;
-        ::sigfillset(&all);
-        ::sigprocmask(SIG_BLOCK, &all, &before_);
+        sigset_t others;
+        ::sigfillset(&others);
+        ::sigdelset(&others, SIGXFSZ); // ignored only where it is not blocked
+        ::sigprocmask(SIG_BLOCK, &others, &before_);
     }
     held_signals(const held_signals &) = delete;
     held_signals &operator=(const held_signals &) = delete;
