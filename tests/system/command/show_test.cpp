@@ -146,9 +146,9 @@ TEST_F(show_command, prints_the_printable_characters_of_the_locale)
         const std::size_t start = rows.find("vendor ");
         return rows.substr(start, rows.find('\n', start) - start);
     };
-    vendor("A\x1B[31m\tM\xc3\xbcller\n");
-    EXPECT_EQ(row_in("C.UTF-8"), "vendor       A\\x1b[31m\\x09M\xc3\xbcller");
-    EXPECT_EQ(row_in("C"), "vendor       A\\x1b[31m\\x09M\\xc3\\xbcller");
+    vendor("A\x1B[31m\t\x7f\xc2\x9bM\xc3\xbcller\n");
+    EXPECT_EQ(row_in("C.UTF-8"), "vendor       A\\x1b[31m\\x09\\x7f\\xc2\\x9bM\xc3\xbcller");
+    EXPECT_EQ(row_in("C"), "vendor       A\\x1b[31m\\x09\\x7f\\xc2\\x9bM\\xc3\\xbcller");
 }
 
 TEST_F(show_command, prints_one_value_alone)
