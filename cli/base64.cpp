@@ -8,82 +8,104 @@
 
 #include "orvane.h"
 
+#include <cstddef>
 #include <limits>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
 namespace {
+
+// The library counts the result, three characters for one at most, in an unsigned int.
+constexpr std::size_t longest_for_url = std::numeric_limits<unsigned int>::max() / 3;
 
 [[noreturn]] void fail(const std::string &reason)
 {
     throw std::runtime_error("standard input: " + reason);
 }
 
-// Each converts the first argument into the second and returns a result of the library.
-using conversion = int (*)(const std::string &, std::string &);
+// What a conversion stores, in a block that is not filled before.
+struct converted {
+    std::unique_ptr<char[]> bytes;
+    std::size_t size = 0;
 
-int encode(const std::string &bytes, std::string &text)
+    char *allocate(std::size_t capacity)
+    {
+        bytes = std::make_unique_for_overwrite<char[]>(capacity);
+        return bytes.get();
+    }
+    void end_line(std::size_t length)
+    {
+        bytes[length] = '\n';
+        size = length + 1;
+    }
+};
+
+// Each takes the line end from its input where that is a text, and returns a result of the library.
+using conversion = int (*)(std::string &input, converted &output);
+
+int encode(std::string &bytes, converted &text)
 {
     unsigned int length = 0;
-    text.resize((bytes.size() + 2) / 3 * 4);
-    const int result =
-        base64_encode(bytes.data(), static_cast<int>(bytes.size()), text.data(), &length);
-    text.resize(length);
-    text.push_back('\n');
+    const int result = base64_encode(bytes.data(), static_cast<int>(bytes.size()),
+                                     text.allocate((bytes.size() + 2) / 3 * 4 + 1), &length);
+    text.end_line(length);
     return result;
 }
 
-std::string without_line_end(std::string line)
+void remove_line_end(std::string &line)
 {
     if (line.ends_with('\n'))
         line.pop_back();
     if (line.ends_with('\r'))
         line.pop_back();
-    return line;
 }
 
-int decode(const std::string &line, std::string &bytes)
+int decode(std::string &text, converted &bytes)
 {
-    const std::string text = without_line_end(line);
+    remove_line_end(text);
     if (text.find('\0') != std::string::npos)
         return ORVANE_BASE64_CHARACTER;
     unsigned int size = 0;
-    bytes.resize(text.size());
-    const int result =
-        base64_decode(text.c_str(), static_cast<int>(text.size()), bytes.data(), &size);
-    if (result == ORVANE_OK && (size == 0 || size > bytes.size()))
+    const int result = base64_decode(text.c_str(), static_cast<int>(text.size()),
+                                     bytes.allocate(text.size()), &size);
+    if (result == ORVANE_OK && (size == 0 || size > text.size()))
         fail("it decodes to nothing");
-    bytes.resize(size);
+    bytes.size = size;
     return result;
 }
 
 template <int (*Transform)(const char *, unsigned int, char *, unsigned int *)>
-int transform(const std::string &line, std::string &converted)
+int transform(std::string &text, converted &form, std::size_t capacity)
 {
-    const std::string text = without_line_end(line);
+    remove_line_end(text);
     if (text.find('\0') != std::string::npos)
         return ORVANE_URL_CHARACTER;
-    if (text.size() > std::numeric_limits<unsigned int>::max() / 3)
-        fail("more than the library takes at once");
     unsigned int length = 0;
-    converted.resize(3 * text.size() + 1);
-    const int result =
-        Transform(text.c_str(), static_cast<unsigned int>(text.size()), converted.data(), &length);
-    converted.resize(length);
-    converted.push_back('\n');
+    const int result = Transform(text.c_str(), static_cast<unsigned int>(text.size()),
+                                 form.allocate(capacity), &length);
+    form.end_line(length);
     return result;
 }
 
-int convert_input(conversion convert)
+int to_url(std::string &text, converted &url)
 {
-    const std::string from = read_input();
-    if (from.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()))
-        fail("more than the library takes at once");
-    std::string to;
+    return transform<transform_to_url>(text, url, 3 * text.size() + 1);
+}
+
+int from_url(std::string &url, converted &text)
+{
+    return transform<transform_from_url>(url, text, url.size() + 1);
+}
+
+int convert_input(conversion convert, std::size_t limit = longest_input)
+{
+    std::string from = read_input(limit);
+    converted to;
     const int result = convert(from, to);
     if (result != ORVANE_OK)
         fail(result_message(result));
-    write_output("-", to);
+    write_output("-", {to.bytes.get(), to.size});
     return success;
 }
 
@@ -101,10 +123,10 @@ int decode_base64()
 
 int convert_base64_to_url()
 {
-    return convert_input(transform<transform_to_url>);
+    return convert_input(to_url, longest_for_url);
 }
 
 int convert_base64_from_url()
 {
-    return convert_input(transform<transform_from_url>);
+    return convert_input(from_url);
 }

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <sstream>
 #include <stdexcept>
 
 namespace {
@@ -71,23 +70,29 @@ const digest_algorithm *find_algorithm(std::string_view name)
     return find_algorithm_if([name](const digest_algorithm &known) { return known.name == name; });
 }
 
-std::vector<checksum> read_checksum_list(const std::string &path)
+std::string read_checksum_list(const std::string &path)
 {
-    std::vector<checksum> list;
-    std::istringstream lines(read_text(path));
-    int number = 1;
-    for (std::string line; std::getline(lines, line); ++number) {
+    std::string list;
+    text_lines lines(path);
+    for (std::string line; lines.next(line);) {
         if (line.ends_with('\r'))
             line.pop_back();
         if (line.empty() || line.starts_with('#'))
             continue;
-        const auto entry = parse_line(line);
-        if (!entry)
-            throw std::runtime_error(path + ": line " + std::to_string(number) +
+        if (!parse_line(line))
+            throw std::runtime_error(path + ": line " + std::to_string(lines.number()) +
                                      " is not one of sha256sum, sha1sum or md5sum without --tag");
-        list.push_back(*entry);
+        list.append(line).push_back('\n');
     }
     if (list.empty())
         throw std::runtime_error(path + ": it lists no file");
     return list;
+}
+
+checksum next_checksum(std::string_view &list)
+{
+    const std::size_t end = list.find('\n');
+    const std::string line(list.substr(0, end));
+    list.remove_prefix(end + 1);
+    return parse_line(line).value();
 }

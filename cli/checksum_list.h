@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
-#include <vector>
 
 struct digest_algorithm {
     const char *name;
@@ -23,5 +22,9 @@ struct checksum {
     std::string label; // the file name as the list writes it
 };
 
-// Throws where any line is not one of such a list, or there is no file in it.
-std::vector<checksum> read_checksum_list(const std::string &path);
+// The lines that have a checksum. Throws where any other is neither empty nor a comment, or there
+// is no file in the list.
+std::string read_checksum_list(const std::string &path);
+
+// Takes the first line from such a list, which must not be empty.
+checksum next_checksum(std::string_view &list);

@@ -11,7 +11,7 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -79,10 +79,12 @@ int check_digest(const digest_options &options)
 
 int check_digest_list(const std::string &path)
 {
-    const std::vector<checksum> list = read_checksum_list(path);
+    const std::string list = read_checksum_list(path);
+    std::size_t checked = 0;
     std::size_t different = 0;
     std::size_t unreadable = 0;
-    for (const checksum &entry : list) {
+    for (std::string_view rest = list; !rest.empty(); ++checked) {
+        const checksum entry = next_checksum(rest);
         if (matches(*entry.algorithm, entry.file, entry.digest)) {
             print_line(entry.label + ": OK");
         } else if (const std::string reason = reason_unreadable(entry.file); reason.empty()) {
@@ -95,7 +97,7 @@ int check_digest_list(const std::string &path)
     }
     if (different + unreadable == 0)
         return success;
-    print_error("files checked: " + std::to_string(list.size()) + ", different: " +
+    print_error("files checked: " + std::to_string(checked) + ", different: " +
                 std::to_string(different) + ", unreadable: " + std::to_string(unreadable));
     return failure;
 }

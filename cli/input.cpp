@@ -1,59 +1,101 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "input.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <memory>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
 constexpr char input_name[] = "standard input";
-
-struct close_stream {
-    void operator()(std::FILE *stream) const noexcept { std::fclose(stream); }
-};
+constexpr std::size_t longest_line = std::size_t{1} << 20U;
 
 [[noreturn]] void fail(const std::string &name)
 {
     throw std::runtime_error(name + ": " + std::strerror(errno));
 }
 
-std::string read_stream(std::FILE *stream, const std::string &name)
+[[noreturn]] void fail_of_length(const std::string &name, std::size_t limit)
 {
-    std::string content;
-    char block[65536];
-    while (const std::size_t size = std::fread(block, 1, sizeof block, stream))
-        content.append(block, size);
-    if (std::ferror(stream) != 0)
-        fail(name);
-    return content;
+    throw std::runtime_error(name + ": it is longer than " + std::to_string(limit) + " bytes");
 }
 
-std::string without_zero_byte(std::string content, const std::string &name)
+std::FILE *opened(const std::string &path)
 {
-    if (content.find('\0') != std::string::npos)
-        throw std::runtime_error(name + ": a zero byte is not of a text");
-    return content;
+    std::FILE *const file = std::fopen(path.c_str(), "re");
+    if (file == nullptr)
+        fail(path);
+    return file;
+}
+
+std::string read_all(input_blocks blocks)
+{
+    std::string all;
+    for (std::string_view block = blocks.next(); !block.empty(); block = blocks.next())
+        all.append(block);
+    return all;
 }
 
 } // namespace
 
-std::string read_input()
+std::string read_input(std::size_t limit)
 {
-    return read_stream(stdin, input_name);
+    return read_all({stdin, input_name, content::bytes, limit});
 }
 
 std::string read_input_text()
 {
-    return without_zero_byte(read_input(), input_name);
+    return read_all({stdin, input_name, content::text, longest_input});
 }
 
 std::string read_text(const std::string &path)
 {
-    const std::unique_ptr<std::FILE, close_stream> file(std::fopen(path.c_str(), "r"));
-    if (!file)
-        fail(path);
-    return without_zero_byte(read_stream(file.get(), path), path);
+    const std::unique_ptr<std::FILE, close_stream> file(opened(path));
+    return read_all({file.get(), path, content::text, longest_input});
+}
+
+input_blocks::input_blocks(std::FILE *stream, std::string name, content kind, std::size_t limit)
+    : stream_(stream), name_(std::move(name)), kind_(kind), left_(limit), limit_(limit)
+{
+}
+
+std::string_view input_blocks::next()
+{
+    const std::string_view read(block_.data(),
+                                std::fread(block_.data(), 1, block_.size(), stream_));
+    if (read.empty() && std::ferror(stream_) != 0)
+        fail(name_);
+    if (read.size() > left_)
+        fail_of_length(name_, limit_);
+    if (kind_ == content::text && read.find('\0') != std::string_view::npos)
+        throw std::runtime_error(name_ + ": a zero byte is not of a text");
+    left_ -= read.size();
+    return read;
+}
+
+text_lines::text_lines(const std::string &path)
+    : stream_(opened(path)), blocks_(stream_.get(), path, content::text, longest_input)
+{
+}
+
+bool text_lines::next(std::string &line)
+{
+    line.clear();
+    ++number_;
+    while (true) {
+        if (unread_.empty())
+            unread_ = blocks_.next();
+        if (unread_.empty())
+            return !line.empty();
+        const std::size_t end = unread_.find('\n');
+        const std::string_view part = unread_.substr(0, end);
+        if (part.size() > longest_line - line.size())
+            fail_of_length(blocks_.name() + ": line " + std::to_string(number_), longest_line);
+        line.append(part);
+        unread_.remove_prefix(std::min(part.size() + 1, unread_.size()));
+        if (end != std::string_view::npos)
+            return true;
+    }
 }

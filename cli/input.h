@@ -1,12 +1,64 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include <array>
+#include <cstddef>
+#include <cstdio>
+#include <limits>
+#include <memory>
 #include <string>
+#include <string_view>
 
-// All bytes of standard input. Throws where it cannot be read.
-std::string read_input();
+// The library counts in int. Whatever reads an input throws as soon as it is longer than its limit.
+constexpr std::size_t longest_input = std::numeric_limits<int>::max();
+
+// All bytes of standard input. Throws also where it cannot be read.
+std::string read_input(std::size_t limit = longest_input);
 
 // The same of a text, from standard input or a file. Throws also for a zero byte, at which the
 // library would take the text to end.
 std::string read_input_text();
 std::string read_text(const std::string &path);
+
+enum class content { bytes, text };
+
+// An input that is read in blocks.
+class input_blocks {
+public:
+    input_blocks(std::FILE *stream, std::string name, content kind, std::size_t limit);
+
+    // The bytes that follow, until the next call; none at the end of the input.
+    std::string_view next();
+
+    [[nodiscard]] const std::string &name() const { return name_; }
+
+private:
+    std::FILE *stream_;
+    std::string name_;
+    content kind_;
+    std::size_t left_; // up to the limit
+    std::size_t limit_;
+    std::array<char, 65536> block_;
+};
+
+struct close_stream {
+    void operator()(std::FILE *stream) const noexcept { std::fclose(stream); }
+};
+
+// A text that is read line by line. Throws also where a line is longer than a mebibyte.
+class text_lines {
+public:
+    explicit text_lines(const std::string &path);
+
+    // Reads the next line, without the line feed at its end. False behind the last one.
+    bool next(std::string &line);
+
+    // The number of the line that was read last, from 1 on.
+    [[nodiscard]] std::size_t number() const { return number_; }
+
+private:
+    std::unique_ptr<std::FILE, close_stream> stream_;
+    input_blocks blocks_;
+    std::string_view unread_; // of the block
+    std::size_t number_ = 0;
+};

@@ -16,6 +16,7 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -186,8 +187,10 @@ int main(int argc, char **argv)
             throw std::runtime_error("standard output is closed");
         std::setlocale(LC_ALL, "");
         return flushed(run(argc, argv));
+    } catch (const std::bad_alloc &) {
+        print_error("out of memory");
     } catch (const std::exception &error) {
         print_error(error.what());
-        return failure;
     }
+    return failure;
 }

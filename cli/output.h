@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 // One line on standard error, with control characters replaced.
 void print_error(const std::string &message);
@@ -11,4 +12,4 @@ void print_line(const std::string &line);
 
 // Writes to standard output where the path is "-" or names the same file. Any other file holds
 // either all of the bytes or its previous content afterwards. Throws where writing fails.
-void write_output(const std::string &path, const std::string &bytes);
+void write_output(const std::string &path, std::string_view bytes);

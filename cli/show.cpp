@@ -70,6 +70,27 @@ nlohmann::ordered_json to_json(const answer &value)
     return nullptr;
 }
 
+// JSON leaves DEL and the controls from U+0080 on, which terminals obey, as they are. They can
+// stand in its strings alone, where an escape has the same value.
+std::string without_raw_controls(const std::string &json)
+{
+    std::string plain;
+    for (std::size_t at = 0; at < json.size(); ++at) {
+        auto byte = static_cast<unsigned char>(json[at]);
+        const bool has_c1 = byte == 0xc2 && static_cast<unsigned char>(json[at + 1]) <= 0x9f;
+        if (has_c1)
+            byte = static_cast<unsigned char>(json[++at]);
+        if (has_c1 || byte == 0x7f) {
+            char escape[sizeof "\\u0000"];
+            std::snprintf(escape, sizeof escape, "\\u%04x", byte);
+            plain.append(escape);
+        } else {
+            plain.push_back(json[at]);
+        }
+    }
+    return plain;
+}
+
 // One object, in which a fact without an answer is null.
 void print_json(const findings &found)
 {
@@ -79,7 +100,7 @@ void print_json(const findings &found)
 
     // Firmware texts are not always UTF-8; JSON is.
     constexpr auto replace = nlohmann::ordered_json::error_handler_t::replace;
-    std::puts(object.dump(2, ' ', false, replace).c_str());
+    std::puts(without_raw_controls(object.dump(2, ' ', false, replace)).c_str());
 }
 
 bool may_need_root(const finding &one)

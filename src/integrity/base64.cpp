@@ -78,6 +78,20 @@ int decode_one_line(const char *text, int length, void *buffer, int capacity) no
     return chain ? ::BIO_read(chain.get(), buffer, capacity) : -1;
 }
 
+// Decodes more characters than the text has, none of which is read: zero bytes stand for the
+// terminator and what is counted behind it. The decoder takes groups of four, so more than a group
+// of them makes no difference.
+int decode_past_terminator(std::string_view text, int length, void *buffer) noexcept
+{
+    const std::size_t counted =
+        text.size() + std::min<std::size_t>(static_cast<std::size_t>(length) - text.size(), 4);
+    const heap_text copy(static_cast<char *>(::calloc(counted, 1)));
+    if (!copy)
+        return -1;
+    std::copy(text.begin(), text.end(), copy.get());
+    return decode_one_line(copy.get(), static_cast<int>(counted), buffer, length);
+}
+
 std::string_view without_pads(std::string_view text) noexcept
 {
     for (int pads = 0; pads < 2 && !text.empty() && text.back() == '='; ++pads)
@@ -154,10 +168,14 @@ extern "C" int base64_decode(const char *text, int length, void *data, unsigned 
 {
     if (text == nullptr || data == nullptr || size == nullptr || length == 0)
         return ORVANE_BASE64_NOTHING_TO_DECODE;
-    if (const int code = orvane::check_base64(text); code != ORVANE_OK)
+    const std::string_view whole(text);
+    if (const int code = orvane::check_base64(whole); code != ORVANE_OK)
         return code;
+    const bool is_longer = length > 0 && static_cast<std::size_t>(length) > whole.size();
+    const int count = is_longer ? orvane::decode_past_terminator(whole, length, data)
+                                : orvane::decode_one_line(text, length, data, length);
     // A count of 0 or less is stored as it is, with ORVANE_OK: callers look at the count.
-    *size = static_cast<unsigned int>(orvane::decode_one_line(text, length, data, length));
+    *size = static_cast<unsigned int>(count);
     return ORVANE_OK;
 }
 

@@ -5,6 +5,7 @@
 #include "orvane.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string_view>
 
 namespace orvane {
@@ -40,6 +41,12 @@ const escape *escape_at(const char *text) noexcept
     return found != std::end(escapes) ? found : nullptr;
 }
 
+// How many characters a conversion takes: its terminator is the last one that a text has.
+std::size_t characters(const char *text, unsigned int length) noexcept
+{
+    return std::min<std::size_t>(length, ::strlen(text) + 1);
+}
+
 bool check_base64_chars(std::string_view text) noexcept
 {
     return std::all_of(text.begin(), text.end(), [](char c) { return is_base64(c) || c == '%'; });
@@ -59,7 +66,8 @@ extern "C" int transform_to_url(const char *text, unsigned int length, char *url
         return ORVANE_URL_CHARACTER;
 
     char *end = url;
-    for (std::size_t at = 0; at < length; ++at) {
+    const std::size_t count = orvane::characters(text, length);
+    for (std::size_t at = 0; at < count; ++at) {
         if (const orvane::escape *const known = orvane::escape_of(text[at]))
             end = std::copy(known->escaped.begin(), known->escaped.end(), end);
         else
@@ -80,7 +88,8 @@ extern "C" int transform_from_url(const char *url, unsigned int length, char *te
         return ORVANE_URL_CHARACTER;
 
     char *end = text;
-    for (std::size_t at = 0; at < length;) {
+    const std::size_t count = orvane::characters(url, length);
+    for (std::size_t at = 0; at < count;) {
         if (url[at] != '%') {
             *end++ = url[at++];
             continue;

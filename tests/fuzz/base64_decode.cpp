@@ -2,6 +2,7 @@
 #include "fuzz.h"
 #include "orvane.h"
 
+#include <climits>
 #include <vector>
 
 namespace {
@@ -36,6 +37,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         return 0;
     }
     require(count <= text.size() / 4 * 3);
+
+    // A length that is too great reads nothing behind the terminator, which it takes as well.
+    const std::vector<char> bare(text.c_str(), text.c_str() + text.size() + 1);
+    std::vector<unsigned char> same(text.size());
+    unsigned int same_count = 0;
+    require(base64_decode(bare.data(), static_cast<int>(bare.size()), same.data(), &same_count) ==
+            ORVANE_OK);
+    require(same_count == count && same == bytes);
+    require(base64_decode(bare.data(), INT_MAX, same.data(), &same_count) == ORVANE_OK);
 
     std::string again(text.size(), '?');
     unsigned int length = 0;

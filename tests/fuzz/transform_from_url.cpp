@@ -2,6 +2,7 @@
 #include "fuzz.h"
 #include "orvane.h"
 
+#include <climits>
 #include <cstring>
 #include <vector>
 
@@ -16,6 +17,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     require(length == (url.empty() ? 12345 : result == ORVANE_OK ? std::strlen(text.data()) : 0));
     if (result != ORVANE_OK)
         return 0;
+
+    // A length that is too great takes the terminator as well, and nothing behind it.
+    const std::vector<char> bare(url.c_str(), url.c_str() + url.size() + 1);
+    std::vector<char> more(text.size() + 1);
+    unsigned int more_length = 0;
+    require(transform_from_url(bare.data(), UINT_MAX, more.data(), &more_length) == ORVANE_OK);
+    require(more_length == length + 1 && std::strcmp(more.data(), text.data()) == 0);
 
     require(has_none_of(text.data(), "% \t\r\n-_"));
     std::vector<char> again(3 * text.size() + 1);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "command_machine.h"
+#include "sanitizers.h"
 
 #include <string>
 
@@ -112,6 +113,16 @@ TEST_F(base64_command, agrees_with_base64_on_long_input)
 TEST_F(base64_command, reads_a_pipe_to_its_end)
 {
     EXPECT_EQ(shell("{ printf a; printf b; printf c; } | orvane base64 encode"), printed("YWJj\n"));
+}
+
+// The command may have four gigabytes, twice what it reads of an input without an end.
+TEST_F(base64_command, refuses_more_than_the_library_counts_as_it_reads_it)
+{
+    if (has_address_sanitizer() || has_thread_sanitizer())
+        GTEST_SKIP() << "a sanitizer needs memory of its own for each byte";
+    EXPECT_EQ(shell("ulimit -v 4194304; yes | orvane base64 encode"),
+              refused("it is longer than 2147483647 bytes"));
+    EXPECT_EQ(shell("ulimit -v 262144; yes | orvane base64 encode"), failed("out of memory"));
 }
 
 TEST_F(base64_command, fails_where_the_library_decodes_to_nothing)

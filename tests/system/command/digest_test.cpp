@@ -198,6 +198,18 @@ TEST_F(digest_command, refuses_a_list_with_a_malformed_line_before_it_checks_a_f
             << line;
 }
 
+TEST_F(digest_command, reads_an_endless_list_to_its_first_malformed_line)
+{
+    const auto checked = [this](const std::string &endless) {
+        return shell("(ulimit -t 5; " + endless + ") | orvane digest --check /dev/stdin");
+    };
+    EXPECT_EQ(
+        checked("yes"),
+        failed("/dev/stdin: line 1 is not one of sha256sum, sha1sum or md5sum without --tag"));
+    EXPECT_EQ(checked("echo; yes | tr -d '\\n'"),
+              failed("/dev/stdin: line 2: it is longer than 1048576 bytes"));
+}
+
 TEST_F(digest_command, reports_a_list_that_cannot_be_used)
 {
     EXPECT_EQ(checked(""), failed("list: it lists no file"));

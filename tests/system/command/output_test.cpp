@@ -6,11 +6,17 @@
 
 #include "rsa_samples.h"
 
+#include <climits>
+#include <csignal>
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
+#include <grp.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
@@ -52,6 +58,48 @@ protected:
         EXPECT_EQ(written_to(path), printed("")) << path;
         EXPECT_EQ(machine.content(target), "hello\n") << path;
     }
+};
+
+// A process of the user who owns a directory. Again and again it has a file of its own there, and
+// replaces whatever takes the place of that with a link to another file.
+class attacker {
+public:
+    attacker(const char *directory, const char *name, const char *target) : process_(::fork())
+    {
+        if (process_ != 0)
+            return;
+        if (::chdir(directory) == 0 && ::setgroups(0, nullptr) == 0 &&
+            ::setgid(other_user::nobody) == 0 && ::setuid(other_user::nobody) == 0)
+            attack(name, target);
+        ::_exit(1);
+    }
+    attacker(const attacker &) = delete;
+    attacker &operator=(const attacker &) = delete;
+    ~attacker()
+    {
+        ::kill(process_, SIGKILL);
+        ::waitpid(process_, nullptr, 0);
+    }
+
+private:
+    [[noreturn]] static void attack(const char *name, const char *target)
+    {
+        for (;;) {
+            const int file = ::open("mine", O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+            struct stat mine = {};
+            ::fstat(file, &mine);
+            ::fchmod(file, 0666);
+            ::close(file);
+            static_cast<void>(::symlink(target, "link"));
+            ::rename("mine", name);
+            struct stat now = mine;
+            while (now.st_ino == mine.st_ino && ::lstat(name, &now) == 0)
+                continue;
+            ::rename("link", name);
+        }
+    }
+
+    pid_t process_;
 };
 
 struct stat status_of(const char *path)
@@ -113,6 +161,8 @@ TEST_F(output_file, holds_the_output_alone)
     EXPECT_EQ(permissions("/srv/new"), 0644U); // the umask is 022
     machine.file("/srv/output", "something longer than that");
     expect_written("/srv/output", "/srv/output");
+    const std::string longest = "/srv/" + std::string(NAME_MAX, 'n');
+    expect_written(longest, longest);
     expect_written("/srv/signed", "/srv/signed"); // the input
 }
 
@@ -120,6 +170,13 @@ TEST_F(output_file, leaves_no_other_file)
 {
     machine.directory("/srv/directory");
     expect_written("/srv/directory/output", "/srv/directory/output");
+    EXPECT_EQ(names_in("/srv/directory"), (texts{"output"}));
+    EXPECT_EQ(
+        shell("ulimit -f 1; LD_PRELOAD=/opt/preloads/given_result.so CONTENT=$(printf %01000d 0) "
+              "ASAN_OPTIONS=verify_asan_link_order=0 "
+              "exec orvane gpg verify signed --output directory/output"),
+        failed("directory/output: File too large"));
+    EXPECT_EQ(machine.content("/srv/directory/output"), "hello\n");
     EXPECT_EQ(names_in("/srv/directory"), (texts{"output"}));
 }
 
@@ -134,6 +191,20 @@ TEST_F(output_file, keeps_its_mode_and_owner)
     expect_written("/srv/output", "/srv/output");
     EXPECT_EQ(status_of("/srv/output").st_uid, other_user::nobody);
     EXPECT_EQ(status_of("/srv/output").st_gid, 1U);
+}
+
+TEST_F(output_file, passes_its_owner_and_mode_to_no_other_file)
+{
+    machine.file("/srv/secret", "secret", 0600);
+    machine.directory("/srv/directory");
+    ASSERT_EQ(::chown("/srv/directory", other_user::nobody, other_user::nobody), 0);
+    const attacker attacking("/srv/directory", "output", "/srv/secret");
+    for (int tries = 40; tries > 0; --tries) {
+        static_cast<void>(preloaded("given_result", "CONTENT=hello",
+                                    "gpg verify signed --output directory/output"));
+        ASSERT_EQ(status_of("/srv/secret").st_uid, 0U) << tries;
+        ASSERT_EQ(permissions("/srv/secret"), 0600U) << tries;
+    }
 }
 
 // New content must not run with the rights of the owner.

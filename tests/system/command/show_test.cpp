@@ -127,6 +127,17 @@ TEST_F(show_command, prints_valid_json_for_any_bytes)
               std::string::npos);
 }
 
+// U+009B starts an escape sequence, as ESC and "[" do.
+TEST_F(show_command, prints_json_without_characters_that_a_terminal_obeys)
+{
+    vendor("\x1b[0m\x7f\xc2\x80\xc2\x9b"
+           "31mM\xc3\xbcller\xc2\xa0\xc2\xb5\xe2\x9b\x84\n");
+    EXPECT_NE(orvane({"show", "--json"})
+                  .output.find(R"("vendor": "\u001b[0m\u007f\u0080\u009b31m)"
+                               "M\xc3\xbcller\xc2\xa0\xc2\xb5\xe2\x9b\x84\""),
+              std::string::npos);
+}
+
 TEST_F(show_command, prints_the_printable_characters_of_the_locale)
 {
     const auto row_in = [this](const std::string &locale) {
@@ -135,9 +146,9 @@ TEST_F(show_command, prints_the_printable_characters_of_the_locale)
         const std::size_t start = rows.find("vendor ");
         return rows.substr(start, rows.find('\n', start) - start);
     };
-    vendor("A\x1B[31m\tM\xc3\xbcller\n");
-    EXPECT_EQ(row_in("C.UTF-8"), "vendor       A\\x1b[31m\\x09M\xc3\xbcller");
-    EXPECT_EQ(row_in("C"), "vendor       A\\x1b[31m\\x09M\\xc3\\xbcller");
+    vendor("A\x1B[31m\t\x7f\xc2\x9bM\xc3\xbcller\n");
+    EXPECT_EQ(row_in("C.UTF-8"), "vendor       A\\x1b[31m\\x09\\x7f\\xc2\\x9bM\xc3\xbcller");
+    EXPECT_EQ(row_in("C"), "vendor       A\\x1b[31m\\x09\\x7f\\xc2\\x9bM\\xc3\\xbcller");
 }
 
 TEST_F(show_command, prints_one_value_alone)

@@ -103,6 +103,8 @@ TEST_F(signature_command, reports_a_file_that_is_no_text)
 {
     EXPECT_EQ(checked_signature(std::string(signature_2048) + std::string(1, '\0')),
               failed("/srv/signature: a zero byte is not of a text"));
+    EXPECT_EQ(orvane({"signature", "/dev/zero", "/srv/signature"}),
+              failed("/dev/zero: a zero byte is not of a text"));
     machine.remove("/srv/signature");
     EXPECT_EQ(checked(), failed("/srv/signature: No such file or directory"));
     EXPECT_EQ(checked_text(std::string(sample_text) + std::string(1, '\0') + "and this"),

@@ -64,6 +64,34 @@ inline base64_sample long_sample(std::size_t size)
             repeated("YWJj", size / 3) + encoded_rests[size % 3]};
 }
 
+// A text whose terminator is the last byte that can be read: the memory behind it is not
+// readable.
+class guarded_text {
+public:
+    explicit guarded_text(const std::string &text)
+        : size_((text.size() / page_bytes + 1) * page_bytes),
+          start_(static_cast<char *>(::mmap(nullptr, size_ + page_bytes, PROT_READ | PROT_WRITE,
+                                            MAP_PRIVATE | MAP_ANONYMOUS, -1, 0))),
+          text_(start_ + size_ - text.size() - 1)
+    {
+        if (start_ == MAP_FAILED || ::mprotect(start_ + size_, page_bytes, PROT_NONE) != 0)
+            throw std::runtime_error("no memory for a text");
+        text.copy(text_, text.size());
+    }
+    guarded_text(const guarded_text &) = delete;
+    guarded_text &operator=(const guarded_text &) = delete;
+    ~guarded_text() { ::munmap(start_, size_ + page_bytes); }
+
+    [[nodiscard]] const char *data() const { return text_; }
+
+private:
+    static constexpr std::size_t page_bytes = 65536; // the largest page of any machine
+
+    std::size_t size_;
+    char *start_;
+    char *text_;
+};
+
 // Gigabytes of one character, and a zero byte, in two megabytes of memory: every block of them is
 // the same one.
 class repeated_block {

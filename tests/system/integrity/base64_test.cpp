@@ -204,6 +204,32 @@ INSTANTIATE_TEST_SUITE_P(
                     given_length{"more_than_the_text", "YWJj\0ZGV"s, 8, ""},
                     given_length{"more_than_an_empty_text", "\0\0\0\0"s, 4, ""}));
 
+// A length that is too great counts the terminator as a character, which is none of base64.
+TEST(base64_decoding, reads_nothing_behind_the_terminator)
+{
+    const struct {
+        std::string text;
+        int length;
+        std::string bytes;
+    } decodings[] = {
+        {"YWJjZGVm", 9, "abcdef"},
+        {"YWJjZGVm", 11, "abcdef"},
+        {"YWJjZGVm", 12, ""},
+        {"YWJjZGU=", 11, "abcde"},
+        {"YWJjZGU=", INT_MAX, ""},
+        {"", 1, ""},
+        {"", 4, ""},
+        {"YWJjZGVm", 1000000000, ""},
+        {"", INT_MAX, ""},
+    };
+    for (const auto &[text, length, bytes] : decodings) {
+        const guarded_text guarded(text);
+        decoding result(8);
+        EXPECT_EQ(base64_decode(guarded.data(), length, result.buffer.data(), &result.length), 0);
+        EXPECT_TRUE(result.stored(bytes)) << text << ", " << length;
+    }
+}
+
 TEST(base64_decoding, leaves_the_bytes_behind_its_own)
 {
     decoding result(8);

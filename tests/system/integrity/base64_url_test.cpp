@@ -8,6 +8,7 @@
 #include "orvane.h"
 
 #include <cctype>
+#include <climits>
 #include <cstddef>
 #include <string>
 
@@ -85,7 +86,7 @@ INSTANTIATE_TEST_SUITE_P(
                     whole("pads_out_of_place", "=a=", "%3Da%3D"),
                     whole("no_whole_group", "abcde", "abcde"),
                     whole("base64", "+/v/YWI=", "%2B%2Fv%2FYWI%3D"),
-                    whole("more_than_its_terminator", "a\0!+"s, "a\0!%2B"s),
+                    whole("more_than_its_terminator", "a\0!+"s, "a\0"s),
                     converted{"an_empty_text", "", 1, "\0"s},
                     converted{"a_part_before_an_escape", "a+b/c=", 1, "a"},
                     converted{"a_part_with_an_escape", "a+b/c=", 2, "a%2B"},
@@ -112,7 +113,7 @@ INSTANTIATE_TEST_SUITE_P(
                     whole("an_escape_and_more_digits", "%2B2B", "+2B"),
                     whole("lower_case_behind_an_escape", "%2Bb%3Dd", "+b=d"),
                     whole("base64", "%2B%2Fv%2FYWI%3D", "+/v/YWI="),
-                    whole("more_than_its_terminator", "a\0!%2B"s, "a\0!+"s),
+                    whole("more_than_its_terminator", "a\0!%2B"s, "a\0"s),
                     converted{"an_empty_text", "", 1, "\0"s},
                     converted{"a_part_before_an_escape", "a%2Bb", 1, "a"},
                     converted{"a_part_with_a_percent_sign", "a%2Bb", 2, "a+"},
@@ -218,6 +219,17 @@ TEST_P(url_form, needs_a_text_and_destinations)
     EXPECT_EQ(result.convert(nullptr, 0, nullptr, nullptr), GetParam().nothing);
     EXPECT_TRUE(result.buffer.holds(""));
     EXPECT_EQ(result.length, untouched);
+}
+
+// A length that is too great takes the terminator for a character.
+TEST_P(url_form, is_of_nothing_behind_the_terminator)
+{
+    const guarded_text guarded("YWJj");
+    for (const unsigned int length : {5U, 6U, 1000000U, UINT_MAX}) {
+        conversion result(GetParam().convert);
+        EXPECT_EQ(result.convert(guarded.data(), length, result.buffer.data(), &result.length), 0);
+        EXPECT_TRUE(result.stored("YWJj\0"s)) << length;
+    }
 }
 
 TEST_P(url_form, prints_nothing_and_leaves_no_trace)
