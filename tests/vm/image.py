@@ -41,7 +41,10 @@ GUEST_FILES = {"init": 0o755, "etc/group": 0o644, "etc/passwd": 0o644, "usr/bin/
 # What a scenario with the line "systemd" has besides.
 SYSTEMD_PROGRAMS = "bin/systemctl bin/systemd-analyze lib/systemd/systemd".split()
 SYSTEMD_UNITS = "basic local-fs paths shutdown slices sockets swap sysinit timers".split()
-SYSTEMD_GUEST_FILES = {"usr/lib/systemd/system/queries.service": 0o644}
+SYSTEMD_GUEST_FILES = {
+    "usr/bin/in_sandbox": 0o755,
+    "usr/lib/systemd/system/queries.service": 0o644,
+}
 MODULES = (
     "ahci e1000 e1000e sd_mod nvme virtio_pci virtio_blk virtio_scsi virtio_net usb_storage "
     "xhci_pci cdc_ether sdhci_pci mmc_block dm_mod dm_crypt raid1 ext4 overlay "
