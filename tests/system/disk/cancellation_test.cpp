@@ -89,7 +89,7 @@ TEST_F(cancelled_thread, leaves_what_the_call_held)
     EXPECT_EQ(status, 0);
 }
 
-TEST_F(cancelled_thread, ends_behind_the_answer_where_the_caller_holds_cancellation_off)
+TEST_F(cancelled_thread, ends_behind_the_answer_where_the_caller_disables_cancellation)
 {
     std::string answer;
     EXPECT_TRUE(is_cancelled(query_as_a_whole, answer));
