@@ -18,14 +18,16 @@ GUEST = Path(__file__).parent / "guest"
 PACKAGES = (
     "busybox-static coreutils cryptsetup-bin dash dmidecode dmsetup e2fsprogs grep kmod lvm2 mawk "
     "mdadm smartmontools udev util-linux "
-    "libblkid1 libcjson1 libglib2.0-0 libgpgme11 libssl3"
+    "libblkid1 libcjson1 libglib2.0-0 libgpgme11 libsmartcols1 libssl3 systemd"
 ).split()
 PROGRAMS = (
     "bin/busybox bin/cat bin/dash bin/grep bin/kmod bin/lsblk bin/readlink bin/udevadm "
     "bin/mawk sbin/cryptsetup sbin/dmidecode sbin/dmsetup sbin/lvm sbin/mdadm sbin/mke2fs "
     "sbin/smartctl lib/udev/ata_id lib/udev/dmi_memory_id lib/udev/scsi_id"
 ).split()
-LIBRARIES = "libblkid.so.1 libcjson.so.1 libcrypto.so.3 libglib-2.0.so.0 libgpgme.so.11".split()
+LIBRARIES = (
+    "libblkid.so.1 libcjson.so.1 libcrypto.so.3 libglib-2.0.so.0 libgpgme.so.11 libsmartcols.so.1"
+).split()
 FOLDERS = ("lib/udev/rules.d", "lib/systemd/network")
 LINKS = {
     "bin/sh": "dash",
@@ -36,6 +38,13 @@ LINKS = {
     "sbin/pvdisplay": "lvm",
 }
 GUEST_FILES = {"init": 0o755, "etc/group": 0o644, "etc/passwd": 0o644, "usr/bin/layers": 0o755}
+# What a scenario with the line "systemd" has besides.
+SYSTEMD_PROGRAMS = "bin/systemctl bin/systemd-analyze lib/systemd/systemd".split()
+SYSTEMD_UNITS = "basic local-fs paths shutdown slices sockets swap sysinit timers".split()
+SYSTEMD_GUEST_FILES = {
+    "usr/bin/in_sandbox": 0o755,
+    "usr/lib/systemd/system/queries.service": 0o644,
+}
 MODULES = (
     "ahci e1000 e1000e sd_mod nvme virtio_pci virtio_blk virtio_scsi virtio_net usb_storage "
     "xhci_pci cdc_ether sdhci_pci mmc_block dm_mod dm_crypt raid1 ext4 overlay "
@@ -104,7 +113,7 @@ def unpacked_kernel(compressed):
 
 
 def library(root, name):
-    for folder in ("usr/lib/x86_64-linux-gnu", "usr/lib"):
+    for folder in ("usr/lib/x86_64-linux-gnu", "usr/lib/x86_64-linux-gnu/systemd", "usr/lib"):
         if (root / folder / name).exists():
             return root / folder / name
     raise ToolError(f"no package holds {name}")
@@ -151,15 +160,27 @@ def copy(source, root, target):
     shutil.copy2(source, place)
 
 
+def copy_guest_files(files, tree):
+    for name, mode in files.items():
+        place = tree / name
+        place.parent.mkdir(parents=True, exist_ok=True)
+        shutil.copyfile(GUEST / place.name, place)
+        place.chmod(mode)  # whatever the clone's are
+
+
+def base_programs(root):
+    """The programs and libraries that every machine needs."""
+    programs = [root / "usr" / name for name in PROGRAMS]
+    return with_libraries(root, programs + [library(root, name) for name in LIBRARIES])
+
+
 def base_tree(root, tree, version):
     """The part of the root that the machines need, which is less than a tenth."""
     shutil.rmtree(tree, ignore_errors=True)
     for name in ("bin", "lib", "lib64", "sbin"):
         (tree / "usr" / name).mkdir(parents=True)
         (tree / name).symlink_to(f"usr/{name}")
-    programs = [root / "usr" / name for name in PROGRAMS]
-    libraries = [library(root, name) for name in LIBRARIES]
-    for path in with_libraries(root, programs + libraries) + module_files(root, version):
+    for path in base_programs(root) + module_files(root, version):
         copy(path, root, tree)
     copy(library(root, "ld-linux-x86-64.so.2"), root, tree)
     # The linker's own name for itself, which programs carry.
@@ -171,11 +192,19 @@ def base_tree(root, tree, version):
         place = tree / "usr" / name
         place.parent.mkdir(parents=True, exist_ok=True)
         place.symlink_to(goal)
-    for name, mode in GUEST_FILES.items():
-        place = tree / name
-        place.parent.mkdir(parents=True, exist_ok=True)
-        shutil.copyfile(GUEST / place.name, place)
-        place.chmod(mode)  # whatever the clone's are
+    copy_guest_files(GUEST_FILES, tree)
+
+
+def systemd_tree(root, tree):
+    """What is laid over the base for a machine whose first process is systemd."""
+    shutil.rmtree(tree, ignore_errors=True)
+    in_base = base_programs(root)
+    for path in with_libraries(root, [root / "usr" / name for name in SYSTEMD_PROGRAMS]):
+        if path not in in_base:
+            copy(path, root, tree)
+    for name in SYSTEMD_UNITS:
+        copy(root / f"usr/lib/systemd/system/{name}.target", root, tree)
+    copy_guest_files(SYSTEMD_GUEST_FILES, tree)
 
 
 class Image:
@@ -185,9 +214,10 @@ class Image:
         self.cache = Path(cache).resolve()
         self.kernel = self.cache / "vmlinux"
         self.base = self.cache / "base.cpio"
+        self.systemd = self.cache / "systemd.cpio"
 
     def fingerprint(self):
-        files = (GUEST / Path(name).name for name in GUEST_FILES)
+        files = (GUEST / Path(name).name for name in [*GUEST_FILES, *SYSTEMD_GUEST_FILES])
         return fingerprint(Path(__file__), *files)
 
     def is_made(self):
@@ -228,4 +258,7 @@ class Image:
         base_tree(root, self.cache / "tree", compressed.name.removeprefix("vmlinuz-"))
         archive(self.cache / "tree", new)
         new.rename(self.base)
+        systemd_tree(root, self.cache / "systemd")
+        archive(self.cache / "systemd", new)
+        new.rename(self.systemd)
         (self.cache / "fingerprint").write_text(self.fingerprint())

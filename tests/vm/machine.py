@@ -70,7 +70,9 @@ class Machine:
             (tree / "scenario" / name).write_text(text, encoding="utf-8")
         archive(tree, self.folder / "scenario.cpio")
         path = self.folder / "initial_root"
-        parts = (self.image.base, self.installation, self.folder / "scenario.cpio")
+        parts = [self.image.base, self.installation, self.folder / "scenario.cpio"]
+        if self.scenario.words("systemd"):
+            parts.append(self.image.systemd)
         path.write_bytes(b"".join(part.read_bytes() for part in parts))
         return path
 

@@ -9,6 +9,7 @@ A scenario is a text of sections:
     disk a 64M 16M rest       an image with partitions of 16 MiB and of what is left
     modules e1000 dummy       drivers to load first, in this order
     cmdline root=/dev/sda2    words for the kernel's command line
+    systemd                   systemd is the first process when the queries begin
     -device ide-hd,drive=a    options of QEMU
 
     [layout]
@@ -42,7 +43,7 @@ from pathlib import Path
 FOLDER = Path(__file__).parent
 ANSWERS_AND_TRACE = "answers and trace"
 SECTIONS = ("hardware", "layout", "picture", "answers", ANSWERS_AND_TRACE)
-KEYWORDS = ("disk", "modules", "cmdline")
+KEYWORDS = ("disk", "modules", "cmdline", "systemd")
 TRACE = "    trace: "
 ALL_DONE = "All queries are done."  # the last line of the probe
 
