@@ -22,7 +22,7 @@ using command_line_buffer = bounded_text<4096>;
 // Not with g_file_get_contents(), which ends the process when memory is exhausted.
 heap_text read_first_line(const char *filename) noexcept
 {
-    const unique_file file(filename == nullptr ? nullptr : ::fopen(filename, "r"));
+    const unique_file file(filename == nullptr ? nullptr : ::fopen(filename, "re"));
     if (!file)
         return {};
     char *contents = nullptr;

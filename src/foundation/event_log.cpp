@@ -45,7 +45,7 @@ extern "C" void log_write(const char *path, const char *message, const char *tag
 {
     if (enabled == 0 || path == nullptr)
         return;
-    const orvane::unique_fd log(::open(path, O_WRONLY | O_CREAT | O_APPEND, 0640));
+    const orvane::unique_fd log(::open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0640));
     if (!log)
         return;
 

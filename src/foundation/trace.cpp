@@ -92,7 +92,8 @@ extern "C" int orvane_trace(const char *format, ...)
     if (::orvane_logger_env_init() == 0 || ::orvane_is_tracing() == 0)
         return 0;
 
-    const orvane::unique_fd log(::open(orvane::trace_file, O_WRONLY | O_CREAT | O_APPEND, 0644));
+    const orvane::unique_fd log(
+        ::open(orvane::trace_file, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
     if (!log) {
         orvane::print_error("Open log file failed");
         return 0;

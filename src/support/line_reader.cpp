@@ -32,7 +32,7 @@ std::size_t read_bytes(std::FILE *stream, char *buffer, std::size_t size) noexce
 
 unique_file open_for_reading(const char *path) noexcept
 {
-    return unique_file(path == nullptr ? nullptr : ::fopen(path, "r"));
+    return unique_file(path == nullptr ? nullptr : ::fopen(path, "re"));
 }
 
 bool first_line_of(std::FILE *stream, text_buffer &line) noexcept
