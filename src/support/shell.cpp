@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/shell.h"
 
+#include "support/text.h"
+
 #include <unistd.h>
 
 namespace orvane {
@@ -40,7 +42,7 @@ tool_output run_tool_on_device(std::string_view tool, std::string_view device) n
     command.append(tool);
     command.append(" ");
     // Otherwise the tool would take the name for an option.
-    if (device.starts_with('-'))
+    if (has_prefix(device, "-"))
         command.append("./");
     append_word(command, device);
     return run_tool(command.c_str());
