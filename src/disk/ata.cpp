@@ -35,7 +35,7 @@ void append_graphic(std::span<const unsigned char> bytes, identity_buffer &text)
 
 bool identify(const char *node, hd_driveid &identity) noexcept
 {
-    const unique_fd fd(::open(node, O_RDONLY | O_NONBLOCK));
+    const unique_fd fd(::open(node, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!fd) {
         ::orvane_trace("fd < 0, return");
         return false;

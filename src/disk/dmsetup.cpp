@@ -38,13 +38,6 @@ void print_execve_error() noexcept
         ::write(STDERR_FILENO, message.c_str(), message.length());
 }
 
-// A program that another thread starts in the meantime would keep the pipe open while it runs, and
-// the end of the tool's output would not be noticed.
-void keep_from_other_programs(const unique_fd &fd) noexcept
-{
-    ::fcntl(fd.get(), F_SETFD, FD_CLOEXEC);
-}
-
 // execve() does not modify its strings, although its prototype lacks the const.
 char *const *as_vector(const char *const *texts) noexcept
 {
@@ -83,11 +76,17 @@ void read_report(const unique_fd &output, text_buffer &report) noexcept
     retry_on_eintr([&] { return ::read(output.get(), report.data(), report.capacity() - 1); });
 }
 
-// Waits for any child. Where the caller ignores SIGCHLD or has reaped this one already, the wait
-// lasts as long as other children of its own.
-void wait_for_child() noexcept
+// Waits for the tool and for no other process, then takes any child that has ended, the calling
+// thread's first. None is taken where the tool is gone by itself: the caller ignores its children,
+// or has reaped this one.
+void wait_for(pid_t tool) noexcept
 {
-    retry_on_eintr([] { return ::wait(nullptr); });
+    const int waited = retry_on_eintr([tool] {
+        siginfo_t end = {};
+        return ::waitid(P_PID, static_cast<id_t>(tool), &end, WEXITED | WNOWAIT);
+    });
+    if (waited == 0)
+        retry_on_eintr([] { return ::waitpid(-1, nullptr, WNOHANG); });
 }
 
 } // namespace
@@ -118,14 +117,12 @@ heap_text dependency_name(const char *mapped) noexcept
         return {};
 
     int ends[2];
-    if (::pipe(ends) != 0) {
+    if (::pipe2(ends, O_CLOEXEC) != 0) {
         ::orvane_trace("pipe error.");
         return {};
     }
     unique_fd read_end(ends[0]);
     unique_fd write_end(ends[1]);
-    keep_from_other_programs(read_end);
-    keep_from_other_programs(write_end);
     const pid_t child = ::fork();
     if (child < 0) {
         ::orvane_trace("fork error.");
@@ -142,7 +139,7 @@ heap_text dependency_name(const char *mapped) noexcept
 
     bounded_text<1024> name;
     find_dependency(report.data(), name);
-    wait_for_child();
+    wait_for(child);
     return heap_text(name.empty() ? nullptr : name.copy());
 }
 

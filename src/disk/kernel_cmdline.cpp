@@ -4,9 +4,8 @@
 #include "disk/kernel_cmdline.h"
 
 #include "orvane.h"
-#include "support/bounded_text.h"
 #include "support/fatal.h"
-#include "support/owned.h"
+#include "support/line_reader.h"
 #include "support/text.h"
 
 #include <cstdio>
@@ -22,17 +21,10 @@ using command_line_buffer = heap_buffer<4096>;
 // Not with g_file_get_contents(), which ends the process when memory is exhausted.
 heap_text read_first_line(const char *filename) noexcept
 {
-    const unique_file file(filename == nullptr ? nullptr : ::fopen(filename, "r"));
-    if (!file)
-        return {};
-    char *contents = nullptr;
-    std::size_t capacity = 0;
-    const bool is_read =
-        ::getdelim(&contents, &capacity, '\0', file.get()) >= 0 && ::ferror(file.get()) == 0;
-    heap_text line(contents);
-    if (!is_read)
-        return {};
-    line.get()[::strcspn(line.get(), "\n")] = '\0';
+    const unique_file file(filename == nullptr ? nullptr : ::fopen(filename, "re"));
+    heap_text line = file ? whole_text(file.get()) : heap_text();
+    if (line)
+        line.get()[::strcspn(line.get(), "\n")] = '\0';
     return line;
 }
 

@@ -31,7 +31,7 @@ heap_text mounted_root() noexcept
 {
     if (::file_stat(mounts_file, readable_by_owner) == 0)
         return {};
-    const mount_table table(::setmntent(mounts_file, "r"));
+    const mount_table table(::setmntent(mounts_file, "re"));
     if (!table)
         return {};
     return root_of_mount_table(table.get());

@@ -41,7 +41,7 @@ extern "C" int file_stat(const char *path, int mask)
 
 extern "C" void redirect_stdio(void)
 {
-    orvane::unique_fd null_device(::open("/dev/null", O_RDWR));
+    orvane::unique_fd null_device(::open("/dev/null", O_RDWR | O_CLOEXEC));
     if (!null_device || !orvane::is_character_device(null_device.get()))
         return;
 
@@ -50,7 +50,7 @@ extern "C" void redirect_stdio(void)
             ::dup2(null_device.get(), standard);
     }
 
-    // It was opened in a closed slot, and stays there.
+    // It was opened in a closed slot, and stays there, for the programs of the caller, too.
     if (null_device.get() <= STDERR_FILENO)
-        null_device.release();
+        ::fcntl(null_device.release(), F_SETFD, 0);
 }

@@ -4,6 +4,13 @@
 // is NULL, and a save that fails is a warning.
 #include "foundation/glib_handles.h"
 #include "orvane.h"
+#include "support/line_reader.h"
+
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+#include <sys/stat.h>
 
 namespace orvane {
 
@@ -28,21 +35,60 @@ private:
 // The warnings are the program's own rather than GLib's.
 constexpr const char *no_log_domain = nullptr;
 
+// Nothing else is opened: a FIFO would be waited for.
+unique_file open_regular_file(const char *path) noexcept
+{
+    struct stat status = {};
+    const bool is_regular =
+        path != nullptr && ::stat(path, &status) == 0 && S_ISREG(status.st_mode);
+    return unique_file(is_regular ? ::fopen(path, "re") : nullptr);
+}
+
+unique_key_file parse(const GString &text, std::size_t length) noexcept
+{
+    constexpr auto flags =
+        static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
+    unique_key_file kf(::g_key_file_new());
+    if (::g_key_file_load_from_data(kf.get(), text.str, length, flags, nullptr) == FALSE)
+        return {};
+    return kf;
+}
+
+// Whether a line that has been read to its end is of no key file.
+bool has_malformed_line(const GString &text) noexcept
+{
+    const void *const last = ::memrchr(text.str, '\n', text.len);
+    return last != nullptr &&
+           !parse(text, static_cast<std::size_t>(static_cast<const char *>(last) - text.str));
+}
+
+// The rest of a large file is not read where a line at its start is malformed.
+glib_string read_key_file(std::FILE *file) noexcept
+{
+    glib_string text(::g_string_new(nullptr));
+    for (std::size_t size = 65536;; size *= 2) {
+        const std::size_t before = text->len;
+        ::g_string_set_size(text.get(), size);
+        ::g_string_truncate(text.get(),
+                            before + read_bytes(file, text->str + before, size - before));
+        if (text->len < size)
+            return has_read_error(file) ? glib_string() : std::move(text);
+        if (has_malformed_line(*text))
+            return {};
+    }
+}
+
 } // namespace
 
 } // namespace orvane
 
+// Not by g_key_file_load_from_file(), whose descriptor a program that another thread starts would
+// inherit.
 extern "C" GKeyFile *key_file_load_from_file(const char *path)
 {
-    if (path == nullptr)
-        return nullptr;
-    constexpr auto flags =
-        static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
-    orvane::unique_key_file kf(::g_key_file_new());
-    orvane::unique_error error;
-    if (::g_key_file_load_from_file(kf.get(), path, flags, error.out()) == FALSE)
-        return nullptr;
-    return kf.release();
+    const orvane::unique_file file = orvane::open_regular_file(path);
+    const orvane::glib_string text = file ? orvane::read_key_file(file.get()) : nullptr;
+    return text ? orvane::parse(*text, text->len).release() : nullptr;
 }
 
 extern "C" char *key_file_get_value(GKeyFile *kf, const char *group, const char *key)

@@ -3,10 +3,14 @@
 // Which variant of the operating system is installed, by its application scene.
 #include "foundation/glib_handles.h"
 #include "orvane.h"
+#include "support/line_reader.h"
 #include "support/outside_text.h"
 #include "support/text.h"
 
+#include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <string_view>
 
 // Weak, so that the library loads without libzusysinfo and calls whichever object of the process
 // defines the function: the real library, the program itself, or a test.
@@ -19,10 +23,36 @@ namespace {
 constexpr unsigned int ordinary_version = 0;
 constexpr unsigned int education_version = 2;
 
+constexpr std::string_view variant_key = "VARIANT=";
+
+// A value whose quotes are not closed is taken as it stands.
+char *variant_in(std::FILE *os_release) noexcept
+{
+    const heap_text text = whole_text(os_release);
+    if (!text)
+        return nullptr;
+    tokenizer lines(text.get(), "\n");
+    while (const char *const line = lines.next()) {
+        if (!has_prefix(line, variant_key))
+            continue;
+        const char *const value = line + variant_key.size();
+        const glib_text unquoted(::g_shell_unquote(value, nullptr));
+        return ::strdup(unquoted ? unquoted.get() : value);
+    }
+    return nullptr;
+}
+
+// Not by g_get_os_info(), whose descriptor a program that another thread starts would inherit.
 char *variant_of_os_release() noexcept
 {
-    const glib_text variant(::g_get_os_info("VARIANT"));
-    return variant ? ::strdup(variant.get()) : nullptr;
+    for (const char *const path : {"/etc/os-release", "/usr/lib/os-release"}) {
+        const unique_file os_release(::fopen(path, "re"));
+        if (os_release)
+            return variant_in(os_release.get());
+        if (errno != ENOENT)
+            return nullptr;
+    }
+    return nullptr;
 }
 
 heap_text application_scene() noexcept

@@ -70,8 +70,10 @@ ignored_sigpipe::~ignored_sigpipe()
 standard_descriptors::standard_descriptors() noexcept
 {
     int fd = ::open("/dev/null", O_RDWR | O_CLOEXEC);
-    for (; fd >= 0 && fd <= STDERR_FILENO; fd = ::open("/dev/null", O_RDWR | O_CLOEXEC))
+    for (; fd >= 0 && fd <= STDERR_FILENO; fd = ::open("/dev/null", O_RDWR | O_CLOEXEC)) {
         is_held_[fd] = true;
+        ::fcntl(fd, F_SETFD, 0); // gpg shall have it, too
+    }
     if (fd >= 0)
         ::close(fd);
 }

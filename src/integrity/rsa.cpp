@@ -55,7 +55,7 @@ bool fail(const char *reason) noexcept
 extern "C" RSA *load_public_key(const char *path)
 {
     const orvane::crypto_errors_guard guard;
-    orvane::unique_file file(path == nullptr ? nullptr : ::fopen(path, "r"));
+    orvane::unique_file file(path == nullptr ? nullptr : ::fopen(path, "re"));
     if (!file) {
         orvane::print_or_lose("Error opening public key file: %s\n", orvane::or_null(path));
         return nullptr;

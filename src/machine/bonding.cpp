@@ -68,7 +68,7 @@ void network_interface_list_bonding_slaves(mac_text &greatest) noexcept
         path.format("%s/%s", reports_directory, bond);
         if (!is_regular_file(path.c_str()))
             continue;
-        const unique_file report(::fopen(path.c_str(), "r"));
+        const unique_file report(::fopen(path.c_str(), "re"));
         if (report)
             read_bonding_report(report.get(), greatest);
     }

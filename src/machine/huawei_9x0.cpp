@@ -45,6 +45,6 @@ bool names_kirin_9x0(std::FILE *cpuinfo) noexcept
 
 extern "C" int is_huawei_9x0(void)
 {
-    const orvane::unique_file cpuinfo(::fopen("/proc/cpuinfo", "r"));
+    const orvane::unique_file cpuinfo(::fopen("/proc/cpuinfo", "re"));
     return cpuinfo && orvane::names_kirin_9x0(cpuinfo.get()) ? 1 : 0;
 }

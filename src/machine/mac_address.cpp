@@ -36,7 +36,7 @@ static_assert(offsetof(permanent_address_request, size) == offsetof(ethtool_perm
 
 unique_fd open_socket() noexcept
 {
-    return unique_fd(::socket(AF_INET, SOCK_DGRAM, 0));
+    return unique_fd(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
 }
 
 ifreq request_for(const char *name) noexcept

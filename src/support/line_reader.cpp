@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/line_reader.h"
 
-#include "support/owned.h"
 #include "support/shell.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 namespace orvane {
 
@@ -20,19 +20,9 @@ bool can_continue(std::FILE *stream) noexcept
     return true;
 }
 
-// Reads up to `size` bytes, fewer at the end of the stream or after an error.
-std::size_t read_bytes(std::FILE *stream, char *buffer, std::size_t size) noexcept
-{
-    std::size_t count = 0;
-    do
-        count += ::fread(buffer + count, 1, size - count, stream);
-    while (count != size && can_continue(stream));
-    return count;
-}
-
 unique_file open_for_reading(const char *path) noexcept
 {
-    return unique_file(path == nullptr ? nullptr : ::fopen(path, "r"));
+    return unique_file(path == nullptr ? nullptr : ::fopen(path, "re"));
 }
 
 bool first_line_of(std::FILE *stream, text_buffer &line) noexcept
@@ -78,6 +68,25 @@ bool first_line_of_command(const char *command, text_buffer &line) noexcept
 {
     const tool_output output = run_tool(command);
     return first_line_of(output.get(), line);
+}
+
+heap_text whole_text(std::FILE *stream) noexcept
+{
+    char *contents = nullptr;
+    std::size_t capacity = 0;
+    const bool is_read =
+        ::getdelim(&contents, &capacity, '\0', stream) >= 0 && ::ferror(stream) == 0;
+    heap_text text(contents);
+    return is_read ? std::move(text) : heap_text();
+}
+
+std::size_t read_bytes(std::FILE *stream, char *buffer, std::size_t size) noexcept
+{
+    std::size_t count = 0;
+    do
+        count += ::fread(buffer + count, 1, size - count, stream);
+    while (count != size && can_continue(stream));
+    return count;
 }
 
 void read_text(std::FILE *stream, text_buffer &text) noexcept

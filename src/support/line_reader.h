@@ -2,6 +2,7 @@
 #pragma once
 
 #include "support/bounded_text.h"
+#include "support/owned.h"
 
 #include <cstdio>
 
@@ -21,6 +22,13 @@ bool has_read_error(std::FILE *stream) noexcept;
 // there is no line: no such file, no such tool, no output.
 bool first_line_of_file(const char *path, text_buffer &line) noexcept;
 bool first_line_of_command(const char *command, text_buffer &line) noexcept;
+
+// Reads the whole stream, or what stands before its first NUL. nullptr where it is empty or cannot
+// be read.
+heap_text whole_text(std::FILE *stream) noexcept;
+
+// Reads up to `size` bytes, fewer at the end of the stream or after an error.
+std::size_t read_bytes(std::FILE *stream, char *buffer, std::size_t size) noexcept;
 
 // Reads up to the end of the stream, a read error or the capacity of the buffer.
 void read_text(std::FILE *stream, text_buffer &text) noexcept;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/shell.h"
 
+#include "support/text.h"
+
 #include <unistd.h>
 
 namespace orvane {
@@ -31,7 +33,7 @@ bool is_runnable(const char *path) noexcept
 tool_output run_tool(const char *command) noexcept
 {
     // NOLINTNEXTLINE(cert-env33-c): some tools are pipelines, which need a shell.
-    return tool_output(command == nullptr ? nullptr : ::popen(command, "r"));
+    return tool_output(command == nullptr ? nullptr : ::popen(command, "re"));
 }
 
 tool_output run_tool_on_device(std::string_view tool, std::string_view device) noexcept
@@ -39,6 +41,9 @@ tool_output run_tool_on_device(std::string_view tool, std::string_view device) n
     bounded_text<256> command;
     command.append(tool);
     command.append(" ");
+    // Otherwise the tool would take the name for an option.
+    if (has_prefix(device, "-"))
+        command.append("./");
     append_word(command, device);
     return run_tool(command.c_str());
 }

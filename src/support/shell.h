@@ -17,7 +17,7 @@ bool is_runnable(const char *path) noexcept;
 // Runs a command line through the shell and returns its output; none when it cannot be started.
 tool_output run_tool(const char *command) noexcept;
 
-// Runs a tool, given with its options, on the device of this name.
+// Runs a tool, given with its options, on the device of this name, which is never one of them.
 tool_output run_tool_on_device(std::string_view tool, std::string_view device) noexcept;
 
 // Appends text to a command line between single quotes. Text that is too long is truncated and the

@@ -332,6 +332,13 @@ Result wait_fails(int error, Real real, Parameters... parameters)
     return static_cast<Result>(value);
 }
 
+// Another part of the caller takes the child also where the call would have left it.
+int wait_for_one_fails(int error, int (*real)(idtype_t, id_t, siginfo_t *, int), idtype_t kind,
+                       id_t child, siginfo_t *end, int options)
+{
+    return wait_fails<-1, int>(error, real, kind, child, end, options & ~WNOWAIT);
+}
+
 template <class Real, class... Parameters> gpgme_error_t gpg_fails(int code, Real, Parameters...)
 {
     return gpgme_err_make(GPG_ERR_SOURCE_GPGME, static_cast<gpgme_err_code_t>(code));
@@ -548,7 +555,7 @@ std::vector<fallible_function> process_functions()
         FALLIBLE(dup3, fails<-1>, {EBUSY}),
         FALLIBLE(wait, wait_fails<-1>, {ECHILD, EINTR}),
         FALLIBLE(waitpid, wait_fails<-1>, {ECHILD, EINTR}),
-        FALLIBLE(waitid, wait_fails<-1>, {ECHILD, EINTR}),
+        FALLIBLE(waitid, wait_for_one_fails, {ECHILD, EINTR}),
         FALLIBLE(popen, fails<nullptr>, {EMFILE}),
         FALLIBLE(pclose, succeeds_and_fails<-1>, {ECHILD}),
         FALLIBLE(socket, fails<-1>, {EMFILE}),
@@ -629,6 +636,7 @@ std::vector<fallible_function> other_functions()
         FALLIBLE(cJSON_GetErrorPtr, fails<nullptr>, {no_errno}),
         FALLIBLE(g_get_os_info, fails<nullptr>, {no_errno}),
         FALLIBLE(g_file_set_contents, fails_with_gerror<FALSE>, {ENOSPC}),
+        FALLIBLE(g_key_file_load_from_data, fails_with_gerror<FALSE>, {EINVAL}),
         FALLIBLE(g_key_file_load_from_file, fails_with_gerror<FALSE>, {EACCES}),
         FALLIBLE(g_key_file_get_value, fails_with_gerror<nullptr>, {EINVAL}),
         FALLIBLE(g_key_file_get_keys, fails_with_gerror<nullptr>, {EINVAL}),
@@ -662,11 +670,11 @@ const std::set<std::string> infallible_functions = {
     // Release it.
     "free", "freeifaddrs", "posix_spawn_file_actions_destroy", "posix_spawnattr_destroy",
     "blkid_free_probe", "cJSON_Delete", "cJSON_free", "g_clear_error", "g_free", "g_key_file_free",
-    "g_list_free", "g_list_foreach", "g_strfreev", "BIO_free_all", "RSA_free", "gpgme_data_release",
-    "gpgme_release",
+    "g_list_free", "g_list_foreach", "g_strfreev", "g_string_free", "BIO_free_all", "RSA_free",
+    "gpgme_data_release", "gpgme_release",
     // End the process where there is no memory.
     "g_key_file_new", "g_key_file_set_value", "g_list_append", "g_list_concat", "g_list_sort",
-    "g_strsplit",
+    "g_string_append_len", "g_string_new", "g_strsplit",
     // Report a failure, or end the process.
     "__fortify_fail", "__stack_chk_fail", "_exit", "abort", "fwprintf", "__fwprintf_chk", "g_log",
     // The compiler's and the linker's own.

@@ -9,10 +9,12 @@
 #include <cstddef>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -36,6 +38,8 @@ public:
     {
         identities_[node] = record_of(model, serial);
     }
+    // The action is taken before the answer to each identify request.
+    void set_during_request(std::function<void()> action) { during_request_ = std::move(action); }
     void refuse_to_open(const std::string &node) { closed_.insert(node); }
     void set_whole_disk(const std::string &path, bool is_whole = true) { whole_[path] = is_whole; }
 
@@ -79,6 +83,7 @@ private:
             const auto identity = identities_.find(opened_);
             if (request != HDIO_GET_IDENTITY || identity == identities_.end())
                 return interpose::ioctl.real(descriptor, request, answer);
+            during_request_();
             std::memcpy(answer, identity->second.data(), identity->second.size());
             return 0;
         };
@@ -99,6 +104,7 @@ private:
     }
 
     std::map<std::string, identify_record> identities_;
+    std::function<void()> during_request_ = [] {};
     std::set<std::string> closed_;
     std::map<std::string, bool> whole_;
     bool is_any_path_whole_ = false;

@@ -4,11 +4,15 @@
 #include "process.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <limits>
+#include <memory>
 #include <regex>
 #include <sstream>
 #include <stdexcept>
@@ -358,8 +362,23 @@ std::vector<std::string> constructed_machine::shell_commands() const
 
 std::string constructed_machine::content(const std::string &path)
 {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
+    return end_of(path, std::numeric_limits<long>::max());
+}
+
+// Not by a C++ stream, which a program that another thread starts would inherit.
+std::string constructed_machine::end_of(const std::string &path, long bytes)
+{
+    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.c_str(), "re"),
+                                                                &std::fclose);
+    std::string text;
+    if (!file)
+        return text;
+    if (std::fseek(file.get(), -bytes, SEEK_END) != 0)
+        std::rewind(file.get());
+    std::array<char, 4096> block;
+    while (const std::size_t size = std::fread(block.data(), 1, block.size(), file.get()))
+        text.append(block.data(), size);
+    return text;
 }
 
 std::string constructed_machine::scratch(const std::string &name) const

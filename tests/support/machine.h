@@ -64,6 +64,7 @@ public:
 
     // The content of a file; empty when there is none.
     [[nodiscard]] static std::string content(const std::string &path);
+    [[nodiscard]] static std::string end_of(const std::string &path, long bytes);
 
     // A path for the test's own files, open to every user.
     [[nodiscard]] std::string scratch(const std::string &name) const;

@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -60,10 +59,7 @@ std::string end_of_trace_log()
 {
     if (!std::filesystem::is_regular_file(file_of_trace))
         return {};
-    constexpr std::streamoff bytes = 65536;
-    std::ifstream log(file_of_trace, std::ios::binary | std::ios::ate);
-    log.seekg(std::max<std::streamoff>(0, log.tellg() - bytes));
-    return {std::istreambuf_iterator<char>(log), {}};
+    return constructed_machine::end_of(file_of_trace, 65536);
 }
 
 // How a message stands in the log.

@@ -4,8 +4,9 @@
 #include "machine.h"
 
 #include <atomic>
+#include <cstdio>
 #include <filesystem>
-#include <fstream>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -24,7 +25,9 @@ public:
     scratch_file() : path_(std::string(scratch_directory) + "/" + unique()) {}
     explicit scratch_file(std::string_view content) : scratch_file()
     {
-        std::ofstream(path_) << content;
+        const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path(), "we"),
+                                                                    &std::fclose);
+        std::fwrite(content.data(), 1, content.size(), file.get());
     }
     scratch_file(const scratch_file &) = delete;
     scratch_file &operator=(const scratch_file &) = delete;

@@ -3,6 +3,7 @@
 // The identity that an ATA disk reports.
 #include "built_locale.h"
 #include "disk_machine.h"
+#include "inheritance.h"
 
 #include <cstdlib>
 #include <string>
@@ -42,6 +43,15 @@ TEST_F(ata_disk, traces_a_refused_request)
 {
     EXPECT_EQ(identity("/dev/sda2"), no_text);
     expect_trace({"device :/dev/sda2", "ioctl(fd, HDIO_GET_IDENTITY, &id), return"});
+}
+
+TEST_F(ata_disk, cannot_be_read_by_a_program_that_starts_during_the_request)
+{
+    inheritance programs(machine);
+    kernel.set_during_request([&programs] { programs.start_program(); });
+    EXPECT_EQ(identity_of("MODEL", "SERIAL"), "MODEL_SERIAL");
+    EXPECT_EQ(programs.found().programs, 2);
+    EXPECT_EQ(programs.found().inherited, std::set<std::string>{});
 }
 
 TEST_F(ata_disk, is_queried_by_its_own_node)
