@@ -54,19 +54,22 @@
  *               not read. A device name that begins with "-" gets "./" before it,
  *               and no name becomes shell syntax.
  *   Waiting     "Waits" names what a call waits for. There is no time limit: a
- *               tool that hangs on a broken disk, or that leaves a process behind
- *               which holds its output open, keeps the call waiting until that
- *               ends. It is not killed, since it may not be ours. No other child
- *               of the caller's is waited for. A program that cannot wait makes
- *               the call in a child process, and ends that with its process group.
+ *               tool that hangs on a broken disk keeps the call waiting, and so
+ *               does a process that it leaves behind with its output open, where
+ *               the output is read to its end (smartctl, lvdisplay, pvdisplay,
+ *               lsblk -J). No other child of the process is waited for, and none
+ *               is killed. A program that cannot wait makes the call in a child
+ *               process, and kills that with its process group.
  *   Children    A tool is a child of the calling process, reaped before the call
  *               returns, and its SIGCHLD is the caller's. A caller that ignores
  *               SIGCHLD, or whose handler reaps every child, gets the same
  *               answers. harddisk_id() may take a child of the caller's own.
  *   Descriptors are opened close-on-exec, and closed before the call returns.
- *               Out of the library's hands are those of GLib while a key file is
- *               saved and of GPGME while it starts gpg. A raw disk is open for
- *               the identify request alone, and never in another program.
+ *               A program that another thread starts meanwhile inherits none but
+ *               these, which others open: GPGME's pipes until gpg has started,
+ *               GLib's temporary file while a key file is saved, and libcrypto's
+ *               configuration at its first use in a process. Tools have those of
+ *               the caller's descriptors that are not close-on-exec.
  *   Signals     Handlers and masks are the caller's. A system call that a handler
  *               interrupts is repeated, unless an entry says otherwise.
  *               A message on standard error, a trace line or an event that cannot
@@ -238,11 +241,13 @@ ORVANE_API char *command_line_get_root_device_name(const char *filename);
  * Writes:   lines to the trace log.
  * Errors:   "execve: " and the system's reason on standard error where dmsetup is
  *           there and cannot be run.
- * Threads:  safe, but for dmsetup: after it has been run, wait() is called once.
- *           In a process with other children it may get one of those, and where
- *           the process ignores its children or reaps them by itself it may last
- *           until they end. Trace stamps may mix, as for time_string(). Which
- *           characters are graphic is the locale's choice.
+ * Threads:  safe. When dmsetup has ended, a child of the process that has ended is
+ *           taken without waiting: dmsetup, or in its place one that the calling
+ *           thread started and that ended before; one of another thread only where
+ *           somebody else has taken dmsetup. Who waits for a child by its id may
+ *           then find none (ECHILD), and finds dmsetup by waiting for any. Trace
+ *           stamps may mix, as for time_string(). Which characters are graphic is
+ *           the locale's choice.
  */
 ORVANE_API char *harddisk_id(const char *dev_name);
 
@@ -292,7 +297,8 @@ ORVANE_API char *harddisk_id_nvme_new(const char *name);
  *                   started; or NULL was given
  *           not 0   anything else: "lvm", but also "crypt", "disk" or no line at
  *                   all
- * Reads:    /bin/lsblk -n -o "TYPE" DEVICE, truncated at 255 bytes.
+ * Reads:    /bin/lsblk -n -o "TYPE" DEVICE, truncated at 255 bytes. A name that
+ *           begins with "-" is passed with "./" before it.
  * Waits:    for lsblk, without a time limit.
  * Writes:   nothing.
  * Threads:  safe.
@@ -311,7 +317,8 @@ ORVANE_API ORVANE_VERDICT int is_logical_volume(const char *dev_name);
  *           NULL       a tool is missing, reports no such volume or cannot be read
  *                      to its end, or smartctl has no answer
  * Reads:    /sbin/lvdisplay DEVICE, truncated at 255 bytes, for the volume group,
- *           then /sbin/pvdisplay (both root). A physical volume named like
+ *           then /sbin/pvdisplay (both root). A name that begins with "-" is
+ *           passed with "./" before it. A physical volume named like
  *           sda3_crypt stands for the first of the name's parts, without those
  *           that hold "crypt", that is a block device in /dev, and for itself
  *           where none is.
@@ -998,8 +1005,10 @@ ORVANE_API ORVANE_VERDICT int base64_encode(const void *data, int size, char *te
  *
  * text:    the NUL-terminated text, all of which must be base64: no line breaks
  *          or blanks.
- * length:  how many of its characters to decode, as a rule all. Nothing behind its
- *          terminator is read, however large the number.
+ * length:  how many of its characters to decode, as a rule all. With more than
+ *          it has, zero bytes follow the text, which are none of base64, so
+ *          that less is decoded, or nothing. Nothing behind the terminator is
+ *          read.
  * data:    where to store the bytes; `length` bytes suffice.
  * size:    where to store the number of bytes, as the decoder reports it.
  * Returns: in this order of precedence
@@ -1021,8 +1030,9 @@ ORVANE_API ORVANE_VERDICT int base64_decode(const char *text, int length, void *
  * Writes base64 text as it may stand in the query of a URL. A "%" stays.
  *
  * text:       the NUL-terminated text, all of which is checked.
- * length:     how many of its characters to convert, as a rule all. What is more
- *             than the text has is none.
+ * length:     how many of its characters to convert, as a rule all. A greater
+ *             number takes the terminator as well, as one character, and
+ *             nothing behind it.
  * url:        where to store the result: 3 bytes for each character and 1 for
  *             the terminator.
  * url_length: where to store its length, which must be one that it can count.
@@ -1039,8 +1049,9 @@ ORVANE_API ORVANE_VERDICT int transform_to_url(const char *text, unsigned int le
  *
  * url:         the NUL-terminated text, all of which is checked.
  * length:      how many of its characters to convert, as a rule all. An escape
- *              that begins among them is converted whole. What is more than the
- *              text has is none.
+ *              that begins among them is converted whole. A greater number
+ *              takes the terminator as well, as one character, and nothing
+ *              behind it.
  * text:        where to store the result: a byte for each character and 1 for
  *              the terminator.
  * text_length: where to store its length.
@@ -1065,9 +1076,9 @@ ORVANE_API ORVANE_VERDICT int transform_from_url(const char *url, unsigned int l
  *          0   every other one, or no scene is known
  * Reads:   zdk_system_get_appScene() of libzusysinfo, or of whichever object
  *          defines it for the whole process when liborvane is loaded; where none
- *          does, the VARIANT field of /etc/os-release or /usr/lib/os-release,
- *          through GLib, which ends the process where it has no memory. Queried
- *          on every call.
+ *          does, the VARIANT field of /etc/os-release or, where there is no such
+ *          file, of /usr/lib/os-release, its quotes removed by GLib, which ends
+ *          the process where it has no memory. Queried on every call.
  * Writes:  one or two lines to the trace log.
  * Threads: safe as far as zdk_system_get_appScene() is; trace stamps may mix, as
  *          for time_string().
@@ -1181,16 +1192,17 @@ ORVANE_API void log_write(const char *path, const char *message, const char *tag
  * save.
  *
  * path:    the file; NULL is a file that cannot be opened.
- * Returns: new key file, release with g_key_file_free(); NULL when the file is
- *          missing, unreadable or malformed.
+ * Returns: new key file   release it with g_key_file_free()
+ *          NULL           the file is missing, unreadable, malformed or no regular
+ *                         file: a FIFO is not waited for
  */
 ORVANE_API struct _GKeyFile *key_file_load_from_file(const char *path);
 
 /*
  * The value of a key as it is written in the file, escapes included.
  *
- * Returns: new text, release with g_free(); empty where the value is; NULL when
- *          there is no such group or no such key in it.
+ * Returns: new text   empty where the value is; release it with g_free()
+ *          NULL       there is no such group, or no such key in it
  */
 ORVANE_API char *key_file_get_value(struct _GKeyFile *kf, const char *group, const char *key);
 
@@ -1276,8 +1288,9 @@ ORVANE_API void remove_null_chars(void *buf, uint32_t len);
 ORVANE_API int file_stat(const char *path, int mask);
 
 /*
- * Opens /dev/null on whichever of the descriptors 0, 1 and 2 are closed. Does
- * nothing when /dev/null is missing or no character device.
+ * Opens /dev/null on whichever of the descriptors 0, 1 and 2 are closed, for the
+ * programs that are started afterwards, too. Does nothing when /dev/null is missing
+ * or no character device.
  *
  * Threads: changes descriptors of the whole process: for the start of a program.
  */
