@@ -38,7 +38,7 @@ private:
     content kind_;
     std::size_t left_; // up to the limit
     std::size_t limit_;
-    std::array<char, 65536> block_;
+    std::array<char, 65536> block_ = {};
 };
 
 struct close_stream {

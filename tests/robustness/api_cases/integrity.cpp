@@ -744,6 +744,8 @@ api_case_list conversion_cases()
             {decode, "part", nullptr,
              [] { return decoded(std::string_view("bWFjaGluZSE=").substr(0, 8)); }, "0, machin",
              not_decoded},
+            {decode, "longer_than_the_text", nullptr,
+             [] { return decoded(std::string_view("bWFj", 5)); }, "0, mac", not_decoded},
             {decode, "negative", nullptr, converted_to_negative_length<base64_decode>, "0, ",
              not_decoded},
             {decode, "length", nullptr, [] { return decoded("bWF"); }, "59, untouched"},

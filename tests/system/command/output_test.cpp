@@ -14,6 +14,7 @@
 
 #include <fcntl.h>
 #include <grp.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -69,7 +70,8 @@ public:
         if (process_ != 0)
             return;
         if (::chdir(directory) == 0 && ::setgroups(0, nullptr) == 0 &&
-            ::setgid(other_user::nobody) == 0 && ::setuid(other_user::nobody) == 0)
+            ::setgid(other_user::nobody) == 0 && ::setuid(other_user::nobody) == 0 &&
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL) == 0)
             attack(name, target);
         ::_exit(1);
     }
