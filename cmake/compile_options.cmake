@@ -5,6 +5,7 @@ include(CheckCXXSourceCompiles)
 
 # Sets a variable to those of the options that the compiler has for this processor.
 function(known_options result)
+    set(CMAKE_REQUIRED_FLAGS -Werror) # clang++ warns of one of another processor
     set(known)
     foreach(option IN LISTS ARGN)
         string(MAKE_C_IDENTIFIER "has${option}" has_option)
