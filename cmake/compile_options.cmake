@@ -1,8 +1,21 @@
 # What every target of this project is compiled and linked with.
 
 include(CheckCXXCompilerFlag)
-check_cxx_compiler_flag(-fstack-clash-protection has_stack_clash_protection)
-check_cxx_compiler_flag(-fcf-protection has_cf_protection)
+include(CheckCXXSourceCompiles)
+
+# Sets a variable to those of the options that the compiler has for this processor.
+function(known_options result)
+    set(CMAKE_REQUIRED_FLAGS -Werror) # clang++ warns of one of another processor
+    set(known)
+    foreach(option IN LISTS ARGN)
+        string(MAKE_C_IDENTIFIER "has${option}" has_option)
+        check_cxx_compiler_flag(${option} ${has_option})
+        if(${has_option})
+            list(APPEND known ${option})
+        endif()
+    endforeach()
+    set(${result} ${known} PARENT_SCOPE)
+endfunction()
 
 add_library(orvane_options INTERFACE)
 target_compile_features(orvane_options INTERFACE cxx_std_20)
@@ -19,11 +32,10 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     target_compile_definitions(orvane_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 endif()
 
-# As Debian hardens its packages.
-target_compile_options(orvane_options INTERFACE
-    -fstack-protector-strong
-    $<$<BOOL:${has_stack_clash_protection}>:-fstack-clash-protection>
-    $<$<BOOL:${has_cf_protection}>:-fcf-protection>)
+known_options(hardening
+    -fstack-protector-strong -fstack-clash-protection -fstrict-flex-arrays=3
+    -fcf-protection -mbranch-protection=standard)
+target_compile_options(orvane_options INTERFACE ${hardening})
 target_link_options(orvane_options INTERFACE
     -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--as-needed)
 
@@ -33,7 +45,25 @@ if(ORVANE_SANITIZE)
     target_link_options(orvane_options INTERFACE -fsanitize=${ORVANE_SANITIZE})
 elseif(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
     # It needs an optimising build, and hides accesses from the sanitizers.
-    target_compile_options(orvane_options INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+    set(CMAKE_REQUIRED_FLAGS "-O2 -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3")
+    check_cxx_source_compiles("
+        #include <features.h>
+        #if __USE_FORTIFY_LEVEL < 3
+        #error
+        #endif
+        int main() {}" has_fortify_3)
+    unset(CMAKE_REQUIRED_FLAGS)
+    if(has_fortify_3)
+        set(fortify 3)
+    else()
+        set(fortify 2)
+    endif()
+    # A variable that is not initialised is found by tools only where it is not zero.
+    known_options(optimised -ftrivial-auto-var-init=zero)
+    target_compile_options(orvane_options INTERFACE
+        -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=${fortify} ${optimised}
+        # Builds in different folders are identical.
+        -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=build)
 endif()
 
 # With ORVANE_ANALYSIS a target's sources are analysed while they are compiled, so that only what

@@ -60,7 +60,9 @@ char *join_identity(const hd_driveid &identity) noexcept
 
 char *ata_identity(const char *device) noexcept
 {
-    bounded_text<1024> node;
+    heap_buffer<1024> node;
+    if (!node)
+        return nullptr;
     node.format("/dev/%s", device);
     trace_outside_text("device :%s", node.c_str());
     hd_driveid identity = {};

@@ -113,7 +113,8 @@ void find_dependency(char *report, text_buffer &name) noexcept
 
 heap_text dependency_name(const char *mapped) noexcept
 {
-    if (!is_runnable(dmsetup))
+    heap_buffer<1024> report;
+    if (!report || !is_runnable(dmsetup))
         return {};
 
     int ends[2];
@@ -132,7 +133,6 @@ heap_text dependency_name(const char *mapped) noexcept
         run_dmsetup(read_end.get(), write_end.get(), mapped);
 
     write_end.reset();
-    bounded_text<1024> report;
     read_report(read_end, report);
     // A tool that writes more must not block.
     read_end.reset();

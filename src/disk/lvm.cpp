@@ -22,7 +22,7 @@ constexpr char group_label[] = "VG Name";
 constexpr char volume_label[] = "PV Name";
 
 // The text of a line beside its label, without blanks. False when the line has no such label.
-bool take_value(const line_buffer &line, const char *label, lvm_name &value) noexcept
+bool take_value(const text_buffer &line, const char *label, lvm_name &value) noexcept
 {
     const char *const text = line.c_str();
     const char *const found = ::strstr(text, label);
@@ -38,8 +38,8 @@ bool take_value(const line_buffer &line, const char *label, lvm_name &value) noe
 
 void read_volume_group(std::FILE *report, lvm_name &group) noexcept
 {
-    line_buffer line;
-    while (read_line(report, line))
+    heap_buffer<1024> line;
+    while (line && read_line(report, line))
         static_cast<void>(take_value(line, group_label, group));
     if (has_read_error(report))
         group.clear();
@@ -51,8 +51,8 @@ bool read_physical_volume(std::FILE *report, const lvm_name &group, lvm_name &vo
 {
     bool is_found = false;
     bool follows_volume = false;
-    line_buffer line;
-    while (read_line(report, line)) {
+    heap_buffer<1024> line;
+    while (line && read_line(report, line)) {
         if (take_value(line, volume_label, volume)) {
             follows_volume = true;
             continue;

@@ -29,3 +29,11 @@ expect "$work/prefix" "$work/prefix"
 # A link of the shared library leads to the file beside it.
 [ "$(readlink "$work/prefix/$libdir/liborvane.so")" = liborvane.so.1 ]
 [ "$(readlink "$work/prefix/$libdir/liborvane.so.1")" = liborvane.so.1.0.0 ]
+
+# The dynamic linker finds a library of /usr by itself, and that of another prefix beside the command.
+has_run_path() { readelf -dW "$1/bin/orvane" | grep -q RUNPATH; }
+DESTDIR=$work/system cmake --install "$build" --prefix /usr >/dev/null
+! has_run_path "$work/system/usr" || { echo "a run path in /usr"; exit 1; }
+DESTDIR=$work/system cmake --install "$build" --prefix /usr/local >/dev/null
+has_run_path "$work/system/usr/local"
+"$work/system/usr/local/bin/orvane" --version

@@ -10,7 +10,9 @@
 #include <cerrno>
 #include <clocale>
 #include <cstddef>
+#include <cstdio>
 #include <cstdlib>
+#include <cwchar>
 #include <functional>
 #include <iterator>
 #include <string>
@@ -91,16 +93,17 @@ class case_on_small_stack : public on_machine, public testing::WithParamInterfac
 protected:
     void furnish() override
     {
-        // As a log that a service manager or a shell has opened.
+        // A log that a service manager or a shell has opened, and that the program has written to.
         ::close(STDERR_FILENO);
         ASSERT_EQ(::open("/dev/null", O_WRONLY), STDERR_FILENO);
+        ASSERT_LT(std::fwide(stderr, -1), 0);
         if (GetParam().furnish != nullptr)
             GetParam().furnish(machine);
     }
 
     // The most that a trace line can need: a complaint on standard error, for whose words the C
     // library loads a converter of characters, and which perror() formats in a buffer on the stack
-    // where standard error cannot be read.
+    // where the stream is in use or cannot be read.
     void make_trace_lines_complain()
     {
         machine.file("/var/log/orvane", "no directory");
