@@ -45,6 +45,7 @@ void print_or_lose(const char *format, ...) noexcept
 
 void print_error_or_lose(const char *what) noexcept
 {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): glibc keeps a text for each thread.
     const char *const reason = ::strerror(errno);
     const int orientation = ::fwide(stderr, 0);
     if (orientation > 0)

@@ -121,6 +121,23 @@ void trace_as_an_ordinary_user()
     EXPECT_EQ(orvane_trace("lost"), 0);
 }
 
+void load_a_missing_key()
+{
+    EXPECT_EQ(load_public_key("/srv/missing"), nullptr);
+}
+
+void read_a_listing_of_nothing()
+{
+    EXPECT_EQ(find_root_disk("{}"), nullptr);
+}
+
+template <void (*print)()> void print_to_nobody(constructed_machine &)
+{
+    const pipe_without_reader pipe;
+    have_standard_error(pipe.end());
+    print();
+}
+
 struct lost_text : named_case {
     int signal;
     void (*write)(constructed_machine &machine);
@@ -166,27 +183,10 @@ const lost_text lost_texts[] = {
          log_write(path.c_str(), "lost", "EE", 1);
      },
      ""},
-    {"message_without_a_reader", SIGPIPE,
-     [](constructed_machine &) {
-         const pipe_without_reader pipe;
-         have_standard_error(pipe.end());
-         trace_as_an_ordinary_user();
-     },
-     ""},
-    {"message_about_a_key_without_a_reader", SIGPIPE,
-     [](constructed_machine &) {
-         const pipe_without_reader pipe;
-         have_standard_error(pipe.end());
-         EXPECT_EQ(load_public_key("/srv/missing"), nullptr);
-     },
-     ""},
+    {"message_without_a_reader", SIGPIPE, print_to_nobody<trace_as_an_ordinary_user>, ""},
+    {"message_about_a_key_without_a_reader", SIGPIPE, print_to_nobody<load_a_missing_key>, ""},
     {"message_about_a_listing_without_a_reader", SIGPIPE,
-     [](constructed_machine &) {
-         const pipe_without_reader pipe;
-         have_standard_error(pipe.end());
-         EXPECT_EQ(find_root_disk("{}"), nullptr);
-     },
-     ""},
+     print_to_nobody<read_a_listing_of_nothing>, ""},
 };
 
 class lost_write : public on_machine, public testing::WithParamInterface<lost_text> {
