@@ -306,6 +306,35 @@ TEST_P(long_command, has_a_closing_quote_where_a_quoted_name_is_truncated)
     EXPECT_EQ(command_line_of(GetParam(), name), truncated.substr(0, GetParam().bound - 1) + "'");
 }
 
+namespace {
+
+struct dashed_name : named_case {
+    const named_command &command;
+    std::string name;
+    std::string line;
+};
+
+class command_with_a_dashed_name : public named_command_machine,
+                                   public testing::WithParamInterface<dashed_name> {};
+
+} // namespace
+
+TEST_P(command_with_a_dashed_name, has_it_as_no_option)
+{
+    std::filesystem::current_path("/dev");
+    EXPECT_EQ(command_line_of(GetParam().command, GetParam().name), GetParam().line);
+    std::filesystem::current_path("/");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    disk, command_with_a_dashed_name,
+    testing::Values(
+        dashed_name{"smartctl", named_commands[0], "--all", "/usr/sbin/smartctl -i /dev/--all"},
+        dashed_name{"lvdisplay", named_commands[1], "--config=x", "/sbin/lvdisplay ./--config=x"},
+        dashed_name{"lvdisplay_quoted", named_commands[1], "-a b", "/sbin/lvdisplay ./'-a b'"},
+        dashed_name{"lsblk", named_commands[2], "-x", "/bin/lsblk -n -o \"TYPE\" ./-x"},
+        dashed_name{"cat", named_commands[3], "-x", "cat /sys/block/-x/device/model"}));
+
 // The process of the caller.
 
 namespace {
