@@ -245,10 +245,11 @@ const device_name device_names[] = {
 
 class named_command_machine : public on_machine {
 protected:
-    // The one command line for the name: the tool prints nothing.
-    std::string command_line_of(const named_command &command, const std::string &name)
+    // The one command line for the name, which stands in a directory: the tool prints nothing.
+    std::string command_line_of(const named_command &command, const std::string &name,
+                                const std::string &directory = "")
     {
-        machine.block_device(name);
+        machine.block_device(directory + name);
         for (const char *const tool : {smartctl, lvdisplay, pvdisplay, lsblk})
             machine.tool(tool, "");
         machine.watch_shell();
@@ -322,7 +323,7 @@ class command_with_a_dashed_name : public named_command_machine,
 TEST_P(command_with_a_dashed_name, has_it_as_no_option)
 {
     std::filesystem::current_path("/dev");
-    EXPECT_EQ(command_line_of(GetParam().command, GetParam().name), GetParam().line);
+    EXPECT_EQ(command_line_of(GetParam().command, GetParam().name, "/dev/"), GetParam().line);
     std::filesystem::current_path("/");
 }
 
