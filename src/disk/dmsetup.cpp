@@ -50,16 +50,13 @@ bool make_standard_output(int fd) noexcept
 {
     if (fd == STDOUT_FILENO)
         return ::fcntl(fd, F_SETFD, 0) == 0;
-    const bool is_made = ::dup2(fd, STDOUT_FILENO) >= 0;
-    ::close(fd);
-    return is_made;
+    return ::dup2(fd, STDOUT_FILENO) >= 0;
 }
 
 // Executes the tool in the child. Other threads of the caller may have held locks at the time of
 // the fork, so only async-signal-safe functions are called.
-[[noreturn]] void run_dmsetup(int read_end, int write_end, const char *mapped) noexcept
+[[noreturn]] void run_dmsetup(int write_end, const char *mapped) noexcept
 {
-    ::close(read_end);
     if (!make_standard_output(write_end))
         ::_exit(cannot_execute);
 
@@ -130,7 +127,7 @@ heap_text dependency_name(const char *mapped) noexcept
         return {};
     }
     if (child == 0)
-        run_dmsetup(read_end.get(), write_end.get(), mapped);
+        run_dmsetup(write_end.get(), mapped);
 
     write_end.reset();
     read_report(read_end, report);

@@ -634,13 +634,12 @@ std::vector<fallible_function> other_functions()
         FALLIBLE(cJSON_IsArray, fails<0>, {no_errno}),
         FALLIBLE(cJSON_IsString, fails<0>, {no_errno}),
         FALLIBLE(cJSON_GetErrorPtr, fails<nullptr>, {no_errno}),
-        FALLIBLE(g_get_os_info, fails<nullptr>, {no_errno}),
         FALLIBLE(g_file_set_contents, fails_with_gerror<FALSE>, {ENOSPC}),
         FALLIBLE(g_key_file_load_from_data, fails_with_gerror<FALSE>, {EINVAL}),
-        FALLIBLE(g_key_file_load_from_file, fails_with_gerror<FALSE>, {EACCES}),
         FALLIBLE(g_key_file_get_value, fails_with_gerror<nullptr>, {EINVAL}),
         FALLIBLE(g_key_file_get_keys, fails_with_gerror<nullptr>, {EINVAL}),
         FALLIBLE(g_key_file_to_data, fails_with_gerror<nullptr>, {EINVAL}),
+        FALLIBLE(g_shell_unquote, fails_with_gerror<nullptr>, {EINVAL}),
         FALLIBLE(blkid_new_probe_from_filename, fails<nullptr>, {EACCES}),
         FALLIBLE(blkid_probe_is_wholedisk, fails<0>, {no_errno}),
         FALLIBLE(zdk_system_get_appScene, fails<nullptr>, {no_errno}),
@@ -674,7 +673,7 @@ const std::set<std::string> infallible_functions = {
     "gpgme_data_release", "gpgme_release",
     // End the process where there is no memory.
     "g_key_file_new", "g_key_file_set_value", "g_list_append", "g_list_concat", "g_list_sort",
-    "g_string_append_len", "g_string_new", "g_strsplit",
+    "g_string_new", "g_string_set_size", "g_string_truncate", "g_strsplit",
     // Report a failure, or end the process.
     "__fortify_fail", "__stack_chk_fail", "_exit", "abort", "fwprintf", "__fwprintf_chk", "g_log",
     // The compiler's and the linker's own.

@@ -5,7 +5,7 @@
 
 #include "api_cases/api_case.h"
 #include "fixture.h"
-#include "sanitizers.h"
+#include "summary.h"
 
 #include <algorithm>
 #include <atomic>
@@ -27,7 +27,7 @@ public:
 private:
     void start_programs()
     {
-        const int enough = has_address_sanitizer() || has_thread_sanitizer() ? 5 : 40;
+        const int enough = is_sanitized() ? 5 : 40;
         for (int i = 0; i < enough; ++i)
             programs_.start_program();
         is_done_ = true;

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "api_cases/api_case.h"
 #include "fixture.h"
+#include "summary.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdlib>
@@ -20,6 +22,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 namespace {
 
@@ -83,6 +86,31 @@ TEST_P(case_of_many_threads, gives_each_the_answer)
 INSTANTIATE_TEST_SUITE_P(of, case_of_many_threads,
                          testing::ValuesIn(cases_for_threads(representative_cases())),
                          [](const auto &one) { return one.param.full_name(); });
+
+// Two threads in each of two queries, of which one takes any child when its own tool has ended.
+TEST_F(on_machine, has_no_child_left_by_threads)
+{
+    const int calls = is_sanitized() ? 30 : 300;
+    const auto find = [](const std::string &name) -> const api_case & {
+        return *std::ranges::find(representative_cases(), name, &api_case::full_name);
+    };
+    const std::array queries = {&find("harddisk_id_mapped_whole_disk"),
+                                &find("harddisk_id_smartctl_report")};
+    for (const api_case *query : queries)
+        query->furnish(machine);
+    std::vector<std::thread> running;
+    for (const api_case *query : {queries[0], queries[0], queries[1], queries[1]})
+        running.emplace_back([query, calls] {
+            for (int call = 0; call < calls; ++call)
+                EXPECT_EQ(query->run(), query->answer);
+        });
+    for (std::thread &thread : running)
+        thread.join();
+    int left = 0;
+    while (::waitpid(-1, nullptr, WNOHANG) > 0)
+        ++left;
+    EXPECT_EQ(left, 0);
+}
 
 using case_pointers = std::vector<const api_case *>;
 

@@ -177,4 +177,7 @@ TEST_F(tool, is_run_on_a_device_by_a_command_line_of_at_most_255_characters)
     EXPECT_EQ(run_on("/dev/my $disk"), "/dev/my $disk\n");
     EXPECT_EQ(run_on(std::string(250, 'd')), std::string(250, 'd') + "\n");
     EXPECT_EQ(run_on(std::string(251, 'd')), std::string(250, 'd') + "\n");
+    EXPECT_EQ(run_on("-n"), "./-n\n");
+    EXPECT_EQ(run_on("-n $disk"), "./-n $disk\n");
+    EXPECT_EQ(run_on(std::string(251, '-')), "./" + std::string(248, '-') + "\n");
 }

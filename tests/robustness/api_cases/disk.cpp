@@ -264,7 +264,7 @@ api_case_list kernel_identity_cases()
                 {f, "null", nullptr, identity<nullptr>, "NULL"},
             }),
         with_traits(
-            single_thread | mapping,
+            mapping,
             with_truncated(
                 {""},
                 {
@@ -273,9 +273,10 @@ api_case_list kernel_identity_cases()
                     {f, "mapped_nvme", mapping_of_nvme_partition, mapped, nvme_identity, or_null,
                      tools | root | sys},
                     {f, "mapped_nvme_without_1", mapping_of_nvme_partition,
-                     without_descriptors<mapped, 1>, nvme_identity, or_null},
+                     without_descriptors<mapped, 1>, nvme_identity, or_null, 0, 0, single_thread},
                     {f, "mapped_nvme_without_0_and_1", mapping_of_nvme_partition,
-                     without_descriptors<mapped, 0, 1>, nvme_identity, or_null},
+                     without_descriptors<mapped, 0, 1>, nvme_identity, or_null, 0, 0,
+                     single_thread},
                     {f, "mapped_ata", mapping_of_ata_partition, mapped, ata_identity, or_null},
                     {f, "mapped_listed", mapping_of_listed_disk, mapped, nvme_identity, or_null,
                      tools | root | sys},
@@ -585,7 +586,7 @@ api_case_list disk_identity_cases()
             {f, "smartctl", root_that_smartctl_knows, identity, "SMARTDISK1_S77", or_null,
              tools | root | proc},
             {f, "lvm", root_on_logical_volume, identity, "SMARTDISK1_S77", or_null,
-             tools | root | proc, 0, single_thread | takes_first_read | waits_for_any_child},
+             tools | root | proc, 0, takes_first_read | waits_for_any_child},
             {f, "no_answer", root_without_answer, identity, "NULL"},
             {f, "no_root", nullptr, identity, "NULL"},
         });

@@ -245,10 +245,11 @@ const device_name device_names[] = {
 
 class named_command_machine : public on_machine {
 protected:
-    // The one command line for the name: the tool prints nothing.
-    std::string command_line_of(const named_command &command, const std::string &name)
+    // The one command line for the name, which stands in a directory: the tool prints nothing.
+    std::string command_line_of(const named_command &command, const std::string &name,
+                                const std::string &directory = "")
     {
-        machine.block_device(name);
+        machine.block_device(directory + name);
         for (const char *const tool : {smartctl, lvdisplay, pvdisplay, lsblk})
             machine.tool(tool, "");
         machine.watch_shell();
@@ -305,6 +306,35 @@ TEST_P(long_command, has_a_closing_quote_where_a_quoted_name_is_truncated)
     const std::string truncated = GetParam().head + "'" + name;
     EXPECT_EQ(command_line_of(GetParam(), name), truncated.substr(0, GetParam().bound - 1) + "'");
 }
+
+namespace {
+
+struct dashed_name : named_case {
+    const named_command &command;
+    std::string name;
+    std::string line;
+};
+
+class command_with_a_dashed_name : public named_command_machine,
+                                   public testing::WithParamInterface<dashed_name> {};
+
+} // namespace
+
+TEST_P(command_with_a_dashed_name, has_it_as_no_option)
+{
+    std::filesystem::current_path("/dev");
+    EXPECT_EQ(command_line_of(GetParam().command, GetParam().name, "/dev/"), GetParam().line);
+    std::filesystem::current_path("/");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    disk, command_with_a_dashed_name,
+    testing::Values(
+        dashed_name{"smartctl", named_commands[0], "--all", "/usr/sbin/smartctl -i /dev/--all"},
+        dashed_name{"lvdisplay", named_commands[1], "--config=x", "/sbin/lvdisplay ./--config=x"},
+        dashed_name{"lvdisplay_quoted", named_commands[1], "-a b", "/sbin/lvdisplay ./'-a b'"},
+        dashed_name{"lsblk", named_commands[2], "-x", "/bin/lsblk -n -o \"TYPE\" ./-x"},
+        dashed_name{"cat", named_commands[3], "-x", "cat /sys/block/-x/device/model"}));
 
 // The process of the caller.
 

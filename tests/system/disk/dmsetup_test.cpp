@@ -5,11 +5,15 @@
 #include "disk_machine.h"
 #include "process.h"
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <string>
+#include <system_error>
 
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -167,21 +171,99 @@ TEST_F(dependency, is_not_reported_by_the_exit_handlers_of_the_caller)
 
 // Signals and children.
 
-TEST_F(dependency, is_reported_to_a_caller_that_reaps_every_child)
+namespace {
+
+void reap_every_child(int /*signal*/)
+{
+    const int kept = errno;
+    while (::waitpid(-1, nullptr, WNOHANG) > 0) {
+    }
+    errno = kept;
+}
+
+// A child of the caller's own that ends when its end of a pipe is closed, or at last after a
+// minute.
+class waiting_child {
+public:
+    waiting_child()
+    {
+        std::array<int, 2> ends = {};
+        if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+            throw std::system_error(errno, std::generic_category(), "pipe2");
+        pid_ = ::fork();
+        if (pid_ == 0) {
+            ::close(ends[1]);
+            pollfd closed = {ends[0], POLLIN, 0};
+            ::poll(&closed, 1, 60'000);
+            ::_exit(0);
+        }
+        ::close(ends[0]);
+        end_ = ends[1];
+    }
+    waiting_child(const waiting_child &) = delete;
+    waiting_child &operator=(const waiting_child &) = delete;
+    ~waiting_child()
+    {
+        ::close(end_);
+        while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
+        }
+    }
+
+    [[nodiscard]] bool is_running() const
+    {
+        siginfo_t ended = {};
+        return ::waitid(P_PID, static_cast<id_t>(pid_), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+               ended.si_pid == 0;
+    }
+
+private:
+    pid_t pid_;
+    int end_;
+};
+
+struct use_of_children : named_case {
+    void (*handler)(int);
+    int flags = 0; // and no SA_RESTART
+};
+
+class dependency_for_a_caller_that : public dependency,
+                                     public testing::WithParamInterface<use_of_children> {
+protected:
+    void SetUp() override
+    {
+        dependency::SetUp();
+        struct sigaction use = {};
+        use.sa_handler = GetParam().handler;
+        use.sa_flags = GetParam().flags;
+        ::sigaction(SIGCHLD, &use, &before_);
+    }
+    void TearDown() override
+    {
+        ::sigaction(SIGCHLD, &before_, nullptr);
+        dependency::TearDown();
+    }
+
+private:
+    struct sigaction before_ = {};
+};
+
+} // namespace
+
+TEST_P(dependency_for_a_caller_that, is_not_awaited_longer_than_the_tool)
 {
     depends_on("sda2");
-    struct sigaction reaping = {}; // and no SA_RESTART
-    reaping.sa_handler = [](int) {
-        const int kept = errno;
-        while (::waitpid(-1, nullptr, WNOHANG) > 0) {
-        }
-        errno = kept;
-    };
-    struct sigaction before = {};
-    ::sigaction(SIGCHLD, &reaping, &before);
-    EXPECT_EQ(mapped_identity(), "/dev/sda2");
-    ::sigaction(SIGCHLD, &before, nullptr);
+    machine.file("/proc/mounts", "/dev/mapper/root / ext4 rw 0 0\n");
+    const waiting_child other;
+    EXPECT_EQ(owned_text(orvane_get_harddisk_id()).value(), "/dev/sda2");
+    EXPECT_TRUE(other.is_running());
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    has_another_child, dependency_for_a_caller_that,
+    testing::Values(use_of_children{"and_waits_for_children", SIG_DFL},
+                    use_of_children{"and_ignores_children", SIG_IGN},
+                    use_of_children{"and_keeps_no_zombies", SIG_DFL, SA_NOCLDWAIT},
+                    use_of_children{"and_reaps_every_child", reap_every_child}));
 
 TEST_F(dependency, costs_a_caller_with_a_child_of_its_own_one_wait)
 {

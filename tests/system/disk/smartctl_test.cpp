@@ -3,7 +3,11 @@
 // The identity of a disk as smartctl reports it.
 #include "disk_machine.h"
 
+#include <fstream>
 #include <string>
+#include <thread>
+
+#include <sys/stat.h>
 
 using namespace std::string_literals;
 
@@ -38,6 +42,21 @@ TEST_F(smartctl_query, runs_smartctl_for_the_node_that_a_name_resolves_to)
     machine.tool(smartctl, ordinary_report);
     EXPECT_EQ(reported("/dev/disk/by-id/../by-id//ata-DISK_1"), "DISK1_SN2");
     EXPECT_EQ(tool_arguments(), (texts{"/usr/sbin/smartctl", "-i", "/dev/sda"}));
+}
+
+// The tool has ended, but not its output.
+TEST_F(smartctl_query, ends_when_a_process_that_the_tool_left_behind_closes_the_output)
+{
+    const std::string signal = machine.scratch("signal");
+    ASSERT_EQ(::mkfifo(signal.c_str(), 0600), 0);
+    machine.script(smartctl, "echo 'Device Model: DISK 1'\n"
+                             "{ read line <" +
+                                 signal + "; echo 'Serial Number: SN 2'; } &\n");
+    std::string answer;
+    std::thread caller([&answer] { answer = reported(); });
+    std::ofstream(signal) << "end\n"; // opened when the process has opened it
+    caller.join();
+    EXPECT_EQ(answer, "DISK1_SN2");
 }
 
 TEST_F(smartctl_query, takes_each_report_afresh)

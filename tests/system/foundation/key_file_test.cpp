@@ -4,10 +4,16 @@
 #include "interpose.h"
 #include "orvane.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <sys/prctl.h>
+#include <sys/stat.h>
+
+using namespace std::string_literals;
 
 namespace {
 
@@ -116,7 +122,10 @@ TEST_F(key_file, is_not_loaded_without_the_right_to_read)
 
 TEST_F(key_file, is_not_loaded_from_what_is_no_file)
 {
-    for (const char *const other : {"/srv/missing", "/srv", "", static_cast<const char *>(nullptr)})
+    machine.directory("/srv/settings");
+    ASSERT_EQ(::mkfifo("/srv/settings/fifo", 0600), 0); // that nobody writes to
+    for (const char *const other : {"/srv/missing", "/srv", "/srv/settings/fifo", "/dev/zero", "",
+                                    static_cast<const char *>(nullptr)})
         EXPECT_EQ(standard_error_of([=] { EXPECT_EQ(key_file_load_from_file(other), nullptr); }),
                   "");
 }
@@ -146,6 +155,76 @@ INSTANTIATE_TEST_SUITE_P(
                     malformed_text{"a_value_without_a_key", "[Group]\n=1\n"},
                     malformed_text{"a_foreign_encoding", "[Group]\nEncoding=latin1\n"},
                     malformed_text{"binary_data", "\x7f\x45LF\x01\x02\xff\n"}));
+
+namespace {
+
+// Of many lines, and with this one in their midst.
+std::string large_text(const std::string &line)
+{
+    std::string text = "[Group]\n";
+    const auto append_lines = [&text] {
+        for (int i = 0; i < 10000; ++i)
+            text += "key" + std::to_string(i) + "=value\n";
+    };
+    append_lines();
+    text += line;
+    append_lines();
+    return text;
+}
+
+struct file_content : named_case {
+    std::string content;
+};
+
+class content_of_a_key_file : public key_file, public testing::WithParamInterface<file_content> {};
+
+} // namespace
+
+// What GLib itself loads from the file.
+TEST_P(content_of_a_key_file, is_loaded_as_by_glib)
+{
+    const owned_key_file kf = loaded(GetParam().content);
+    owned_key_file expected(::g_key_file_new());
+    constexpr auto flags =
+        static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
+    if (::g_key_file_load_from_file(expected.get(), path, flags, nullptr) == FALSE)
+        expected.reset();
+    ASSERT_EQ(kf == nullptr, expected == nullptr);
+    if (kf) {
+        EXPECT_EQ(text_of(kf), text_of(expected));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    with, content_of_a_key_file,
+    testing::Values(file_content{"nothing", ""}, file_content{"one_newline", "\n"},
+                    file_content{"no_final_newline", "[Group]\na=1"},
+                    file_content{"carriage_returns", "[Group]\r\na=1\r\n"},
+                    file_content{"a_zero_byte_in_a_value", "[Group]\na=1"s + '\0' + "2\nb=3\n"},
+                    file_content{"a_zero_byte_in_a_key", "[Group]\na"s + '\0' + "=1\nb=3\n"},
+                    file_content{"a_zero_byte_in_a_line", "[Group]\n"s + '\0' + "\nb=3\n"},
+                    file_content{"many_lines", large_text("")},
+                    file_content{"many_groups", large_text("[Other]\n")},
+                    file_content{"a_malformed_line_among_many", large_text("malformed\n")},
+                    file_content{"a_long_value", "[Group]\na=" + std::string(200000, 'v') + "\n"},
+                    file_content{"a_long_line_of_no_kind", std::string(200000, 'v')}));
+
+TEST_F(key_file, of_a_terabyte_is_not_read_behind_a_malformed_line)
+{
+    machine.file(path, "malformed\n");
+    std::filesystem::resize_file(path, std::uintmax_t{1} << 40);
+    EXPECT_EQ(key_file_load_from_file(path), nullptr);
+}
+
+// Of no size, as far as the kernel reports.
+TEST_F(key_file, is_loaded_from_proc)
+{
+    const std::string lines = machine.own_proc() + "/comm";
+    ASSERT_EQ(::prctl(PR_SET_NAME, "[Group]"), 0);
+    const owned_key_file kf(key_file_load_from_file(lines.c_str()));
+    ASSERT_NE(kf, nullptr);
+    EXPECT_EQ(text_of(kf), "[Group]\n");
+}
 
 // Values.
 

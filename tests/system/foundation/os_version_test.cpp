@@ -51,7 +51,10 @@ INSTANTIATE_TEST_SUITE_P(
                     variant_field{"without_a_final_newline", "VARIANT=EDU", "EDU", 2},
                     variant_field{"given_twice", "VARIANT=Home\nVARIANT=EDU\n", "Home", 0},
                     variant_field{"behind_a_comment", "#VARIANT=Home\nVARIANT=EDU\n", "EDU", 2},
-                    variant_field{"empty", "VARIANT=\"\"\n", "", 0}));
+                    variant_field{"behind_empty_lines", "\n\nVARIANT=EDU\n\n", "EDU", 2},
+                    variant_field{"with_a_comment_behind", "VARIANT=EDU #2\n", "EDU #2", 2},
+                    variant_field{"empty", "VARIANT=\"\"\n", "", 0},
+                    variant_field{"missing_behind_the_key", "VARIANT=\n", "", 0}));
 
 namespace {
 
@@ -80,12 +83,13 @@ TEST_P(os_version_of_files, comes_from_the_administrators_first)
 
 INSTANTIATE_TEST_SUITE_P(
     os_version, os_version_of_files,
-    testing::Values(os_release_files{"none", {}, {}, 0, false},
-                    os_release_files{"the_vendors_alone", {}, "VARIANT=EDU\n", 2, true},
-                    os_release_files{"both", "VARIANT=Home\n", "VARIANT=EDU\n", 0, true},
-                    os_release_files{"the_administrators_without_it", "NAME=x\n", "VARIANT=EDU\n",
-                                     0, false},
-                    os_release_files{"another_field", "NAME=EDU\nVARIANT_ID=EDU\n", {}, 0, false}));
+    testing::Values(
+        os_release_files{"none", {}, {}, 0, false},
+        os_release_files{"the_vendors_alone", {}, "VARIANT=EDU\n", 2, true},
+        os_release_files{"both", "VARIANT=Home\n", "VARIANT=EDU\n", 0, true},
+        os_release_files{"the_administrators_without_it", "NAME=x\n", "VARIANT=EDU\n", 0, false},
+        os_release_files{"an_empty_one_before_the_vendors", "", "VARIANT=EDU\n", 0, false},
+        os_release_files{"another_field", "NAME=EDU\nVARIANT_ID=EDU\n", {}, 0, false}));
 
 TEST_F(os_version, is_queried_on_every_call)
 {
