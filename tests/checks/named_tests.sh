@@ -1,6 +1,6 @@
 #!/bin/sh
-# Shows that a document names no test that is not there: "suite.case", "check.NAME", "consumer.NAME" and
-# "scripts/NAME" between backquotes, and a scenario between asterisks.
+# Shows that a document names no test that is not there: "suite.case", "check.NAME", "consumer.NAME"
+# and "scripts/NAME" between backquotes, and a scenario between asterisks.
 # Usage: named_tests.sh PROJECT DOCUMENT
 set -eu
 
