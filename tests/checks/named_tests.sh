@@ -16,7 +16,7 @@ missing() {
 for name in $(grep -oE '`[a-z0-9_]+\.[a-z0-9_]+`' "$document" | tr -d '`' | sort -u); do
     suite=${name%.*} case=${name#*.}
     if [ "$suite" = check ] || [ "$suite" = consumer ]; then
-        grep -rqE --include CMakeLists.txt "^ *$suite\($case[ )]" tests || missing "$name"
+        grep -rqE --include CMakeLists.txt "^ *$suite\(${case}[ )]" tests || missing "$name"
     else
         grep -rqE "^TEST(_F|_P)?\($suite, $case\)" tests || missing "$name"
     fi
