@@ -1,6 +1,6 @@
 #!/bin/sh
-# Shows that a document names no test that is not there: "suite.case", "check.NAME" and "scripts/NAME"
-# between backquotes, and a scenario between asterisks.
+# Shows that a document names no test that is not there: "suite.case", "check.NAME", "consumer.NAME"
+# and "scripts/NAME" between backquotes, and a scenario between asterisks.
 # Usage: named_tests.sh PROJECT DOCUMENT
 set -eu
 
@@ -15,8 +15,8 @@ missing() {
 # shellcheck disable=SC2016 # backquotes of the document
 for name in $(grep -oE '`[a-z0-9_]+\.[a-z0-9_]+`' "$document" | tr -d '`' | sort -u); do
     suite=${name%.*} case=${name#*.}
-    if [ "$suite" = check ]; then
-        grep -q "^ *check($case " tests/checks/CMakeLists.txt || missing "$name"
+    if [ "$suite" = check ] || [ "$suite" = consumer ]; then
+        grep -rqE --include CMakeLists.txt "^ *$suite\(${case}[ )]" tests || missing "$name"
     else
         grep -rqE "^TEST(_F|_P)?\($suite, $case\)" tests || missing "$name"
     fi

@@ -9,7 +9,7 @@ A scenario is a text of sections:
     disk a 64M 16M rest       an image with partitions of 16 MiB and of what is left
     modules e1000 dummy       drivers to load first, in this order
     cmdline root=/dev/sda2    words for the kernel's command line
-    systemd                   systemd is the first process when the queries begin
+    systemd                   systemd is the first process when the queries begin, on root_on's root
     -device ide-hd,drive=a    options of QEMU
 
     [layout]

@@ -62,7 +62,7 @@ protected:
     std::string may_end;
 };
 
-// How many descriptors a process has, besides the one that counts them.
+// How many descriptors this process has.
 long descriptors()
 {
     long count = 0;
