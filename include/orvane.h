@@ -1103,9 +1103,9 @@ ORVANE_API unsigned int _os_get_version(void);
  * the umask), never truncated and never rotated. Everyone may read
  * it, serial numbers included.
  *
- * The call waits for nobody. A log that is a FIFO without a reader, or any other
- * file that cannot be opened at once, is not opened; a FIFO that is full loses
- * the line. Where others than root and the caller (its effective user) may write
+ * The log keeps no call waiting. A log that is a FIFO without a reader, or any
+ * other file that cannot be opened at once, is not opened; a FIFO that is full
+ * loses the line. Where others than root and the caller (its effective user) may write
  * the directory, a log that is a symbolic link, no regular file, or a file with
  * several names is not opened either, and nothing is made or written behind it.
  *
