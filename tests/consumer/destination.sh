@@ -34,6 +34,7 @@ expect "$work/prefix" "$work/prefix"
 has_run_path() { readelf -dW "$1/bin/orvane" | grep -q RUNPATH; }
 DESTDIR=$work/system cmake --install "$build" --prefix /usr >/dev/null
 ! has_run_path "$work/system/usr" || { echo "a run path in /usr"; exit 1; }
+LD_LIBRARY_PATH=$work/system/usr/$libdir "$work/system/usr/bin/orvane" --version
 DESTDIR=$work/system cmake --install "$build" --prefix /usr/local >/dev/null
 has_run_path "$work/system/usr/local"
 "$work/system/usr/local/bin/orvane" --version
