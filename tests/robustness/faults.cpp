@@ -546,6 +546,7 @@ std::vector<fallible_function> process_functions()
         FALLIBLE(waitpid, wait_fails<-1>, {ECHILD, EINTR}),
         FALLIBLE(waitid, wait_fails<-1>, {ECHILD, EINTR}),
         FALLIBLE(popen, fails<nullptr>, {EMFILE}),
+        FALLIBLE(poll, fails<-1>, {ENOMEM, EINTR}),
         FALLIBLE(pclose, succeeds_and_fails<-1>, {ECHILD}),
         FALLIBLE(sigtimedwait, fails<-1>, {EAGAIN, EINTR}),
         FALLIBLE(socket, fails<-1>, {EMFILE}),
@@ -605,10 +606,10 @@ std::vector<fallible_function> gpg_functions()
                                    {fails_or_ends, no_errno},
                                    {gives_half, no_errno, effect::part}}),
         FALLIBLE(gpgme_op_import, gpg_fails, {GPG_ERR_GENERAL}),
-        FALLIBLE(gpgme_op_verify, gpg_fails, {GPG_ERR_NO_DATA}),
+        FALLIBLE(gpgme_op_verify_start, gpg_fails, {GPG_ERR_NO_DATA}),
         FALLIBLE(gpgme_op_verify_result, fails<nullptr>, {no_errno}),
         FALLIBLE(gpgme_get_key, gpg_fails, {GPG_ERR_EOF}),
-        FALLIBLE(gpgme_op_encrypt, gpg_fails, {GPG_ERR_UNUSABLE_PUBKEY}),
+        FALLIBLE(gpgme_op_encrypt_start, gpg_fails, {GPG_ERR_UNUSABLE_PUBKEY}),
         FALLIBLE(gpgme_op_encrypt_result, fails<nullptr>, {no_errno}),
     };
 }
@@ -655,6 +656,7 @@ const std::set<std::string> infallible_functions = {
     "strstr", "strtok_r", "strtol", "strtoul", "tolower", "toupper", "ungetc", "versionsort",
     "g_key_file_has_group", "g_key_file_has_key", "g_strrstr", "getauxval", "BIO_f_base64",
     "BIO_s_mem", "BIO_set_flags", "ERR_pop_to_mark", "ERR_set_mark", "gpgme_set_armor",
+    "gpgme_set_io_cbs",
     // Release it.
     "free", "freeifaddrs", "posix_spawn_file_actions_destroy", "posix_spawnattr_destroy",
     "blkid_free_probe", "cJSON_Delete", "cJSON_free", "g_clear_error", "g_free", "g_key_file_free",
