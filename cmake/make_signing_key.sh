@@ -17,6 +17,7 @@ export GNUPGHOME
 
 agent=$(gpgconf --list-components | sed -n 's/^gpg-agent:[^:]*://p')
 # An agent that starts a program ends with it, even where the program is killed.
+# shellcheck disable=SC2016 # the inner shell's
 exec "$agent" --quiet --daemon -- sh -euc '
     trap "gpgconf --kill gpg-agent || :; gpgconf --remove-socketdir || :
         cd .. && rm -rf key_store" EXIT
