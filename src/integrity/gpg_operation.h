@@ -40,7 +40,7 @@ private:
     static void take_event(void *self, gpgme_event_io_t type, void *data) noexcept;
     void serve_pipes() noexcept;
 
-    pollfd pipes_[most_pipes];
+    pollfd pipes_[most_pipes] = {};
     handler handlers_[most_pipes] = {};
     bool is_done_ = false;
     gpgme_error_t error_ = 0;
