@@ -17,8 +17,9 @@ export GNUPGHOME
 
 agent=$(gpgconf --list-components | sed -n 's/^gpg-agent:[^:]*://p')
 # An agent that starts a program ends with it, even where the program is killed.
+# shellcheck disable=SC2016 # the inner shell's
 exec "$agent" --quiet --daemon -- sh -euc '
-    trap "gpgconf --kill gpg-agent || :; gpgconf --remove-socketdir || :
+    trap "gpgconf --kill gpg-agent || :; gpgconf --remove-socketdir 2>/dev/null || :
         cd .. && rm -rf key_store" EXIT
     # A shell that a signal ends does not come by EXIT on its own.
     trap "exit 1" HUP INT TERM

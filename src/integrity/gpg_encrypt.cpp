@@ -77,8 +77,10 @@ extern "C" int gpg_encrypt(const char *text, char **message, unsigned int *lengt
     gpgme_key_t recipients[] = {orvane::find_builtin_key(gpg.context.get()), nullptr};
     if (recipients[0] == nullptr)
         return orvane::code_of_missing_key(now);
-    if (::gpgme_op_encrypt(gpg.context.get(), recipients, GPGME_ENCRYPT_ALWAYS_TRUST,
-                           gpg.input.get(), gpg.output.get()) != 0)
+    gpg.operation.attach_to(gpg.context.get());
+    if (gpg.operation.wait(::gpgme_op_encrypt_start(gpg.context.get(), recipients,
+                                                    GPGME_ENCRYPT_ALWAYS_TRUST, gpg.input.get(),
+                                                    gpg.output.get())) != 0)
         return ORVANE_GPG_ENCRYPT_FAILED;
     if (orvane::is_refused(gpg.context.get()))
         return ORVANE_GPG_KEY_MISSING;

@@ -3,6 +3,7 @@
 // What verifying and encrypting with the built-in key share.
 #pragma once
 
+#include "integrity/gpg_operation.h"
 #include "support/owned.h"
 
 #include <csignal>
@@ -50,6 +51,7 @@ using gpg_data = owned<gpgme_data, ::gpgme_data_release>;
 struct gpg_session {
     ignored_sigpipe sigpipe;
     standard_descriptors descriptors;
+    gpg_operation operation;
     gpg_context context;
     gpg_data output;
     gpg_data input;

@@ -140,7 +140,9 @@ extern "C" int gpg_verify(const char *path, char **content, unsigned int *length
         return ORVANE_GPG_NO_OUTPUT;
 
     orvane::import_builtin_key(gpg.context.get());
-    if (::gpgme_op_verify(gpg.context.get(), gpg.input.get(), nullptr, gpg.output.get()) != 0)
+    gpg.operation.attach_to(gpg.context.get());
+    if (gpg.operation.wait(::gpgme_op_verify_start(gpg.context.get(), gpg.input.get(), nullptr,
+                                                   gpg.output.get())) != 0)
         return ORVANE_GPG_VERIFY_FAILED;
     const auto *const signatures = orvane::signatures_of(gpg.context.get());
     if (signatures == nullptr)

@@ -159,16 +159,29 @@ TEST_F(gpg_session, leaves_the_disposition_of_sigpipe)
     std::signal(SIGPIPE, before);
 }
 
-TEST_F(gpg_session, survives_a_gpg_that_does_not_read_in_every_call)
+// More than a pipe holds.
+constexpr std::size_t long_text_size = 1 << 20;
+
+TEST_F(gpg_session, survives_every_gpg_that_ends_before_it_reads)
 {
     machine.show("/usr/bin", "/opt/tools");
     machine.script("/usr/bin/gpg", "case $* in *--encrypt*) exit 1 ;; esac\n"
                                    "exec /opt/tools/gpg \"$@\"");
     auto *const before = std::signal(SIGPIPE, SIG_DFL);
-    const std::string text(1 << 20, 'x'); // more than a pipe holds
-    for (int call = 0; call < 2; ++call)
-        EXPECT_EQ(encrypt(text), nothing_stored(ORVANE_GPG_ENCRYPT_FAILED));
+    for (const std::size_t size : {std::size_t{1}, long_text_size, long_text_size})
+        EXPECT_EQ(encrypt(std::string(size, 'x')), null_stored()) << size;
     std::signal(SIGPIPE, before);
+}
+
+TEST_F(gpg_session, ends_with_a_gpg_that_cannot_make_a_key_store)
+{
+    const texts uncompressed = {"--compress-algo", "none", "--sign"};
+    for (const std::size_t size : {std::size_t{1}, long_text_size}) {
+        path = signed_file(std::string(size, 'x'), uncompressed);
+        ::unsetenv("GNUPGHOME");
+        ::setenv("HOME", "/srv/missing", 1);
+        EXPECT_EQ(verify(path), nothing_stored(ORVANE_GPG_NO_SIGNATURE)) << size;
+    }
 }
 
 TEST_F(gpg_session, runs_nothing_with_rights_that_the_user_does_not_have)
