@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <cwchar>
+#include <iterator>
 
 #include <unistd.h>
 
@@ -48,14 +49,19 @@ void print_error_or_lose(const char *what) noexcept
     // NOLINTNEXTLINE(concurrency-mt-unsafe): glibc keeps a text for each thread.
     const char *const reason = ::strerror(errno);
     const int orientation = ::fwide(stderr, 0);
-    if (orientation > 0)
-        return print_guarded(
-            [&]() noexcept { return ::fwprintf(stderr, L"%s: %s\n", what, reason); });
-    if (orientation < 0)
-        return print_or_lose("%s: %s\n", what, reason);
-    // The program's own first output decides whether the stream is of bytes or of wide characters.
+    // Formatted here: for a stream without a buffer, printf() takes one of 8 KiB from the stack,
+    // and wprintf() one of 32 KiB.
+    if (orientation > 0) {
+        wchar_t line[512];
+        if (::swprintf(line, std::size(line), L"%s: %s\n", what, reason) >= 0)
+            print_guarded([&]() noexcept { return ::fputws(line, stderr); });
+        return;
+    }
     bounded_text<1024> line;
     line.format("%s: %s\n", what, reason);
+    if (orientation < 0)
+        return print_guarded([&]() noexcept { return ::fputs(line.c_str(), stderr); });
+    // The program's own first output decides whether the stream is of bytes or of wide characters.
     write_or_lose(::fileno(stderr), line.view());
 }
 
