@@ -32,12 +32,13 @@
  *               nobody waits for, and locks of GPGME, OpenSSL and GLib. A thread
  *               that may be cancelled disables that around the call, with
  *               pthread_setcancelstate().
- *   Stack       A function needs at most 16 KiB of it, and a thread's stack also
- *               holds the libraries' data of the thread: a thread of 32 KiB is
- *               enough. find_root_disk(), and harddisk_id() where lsblk lists the
- *               devices, parse JSON in about 100 bytes for each level of nesting,
- *               of which lsblk's listings have less than ten: 128 KiB are enough
- *               for any text.
+ *   Stack       A call needs at most 16 KiB. A thread's stack also holds what the C
+ *               library keeps for the thread: one of 32 KiB is enough. Signal
+ *               handlers that run on it, libzusysinfo and a program's functions in
+ *               the place of exported ones come on top. find_root_disk(), and
+ *               harddisk_id() where it reads lsblk's listing, parse JSON, which
+ *               takes about 100 bytes for each level of nesting; a listing of
+ *               lsblk's has fewer than ten, and 128 KiB are enough for any text.
  *   Root        Where a source can be read by root alone, the entry says so. For
  *               any other user, and for root without the capabilities that
  *               SECURITY.md names, such a source has no answer, and another source
@@ -132,12 +133,12 @@ enum orvane_result {
     ORVANE_GPG_VERIFY_FAILED = 1,         /* the verify operation itself failed */
     ORVANE_GPG_KEY_MISSING = 14,          /* the key is not in the key store, or not usable */
     ORVANE_GPG_CLOCK_TOO_EARLY = 15,      /* no key: the clock is before its creation */
-    ORVANE_GPG_NO_CONTEXT = 16,           /* no GPGME context could be made */
+    ORVANE_GPG_NO_CONTEXT = 16,           /* no GPGME context, or a set-user-ID program */
     ORVANE_GPG_TEXT_NOT_TAKEN = 44,       /* GPGME did not take the text */
     ORVANE_GPG_ENCRYPT_FAILED = 45,       /* the encrypt operation failed */
     ORVANE_GPG_OTHER_SIGNER = 46,         /* a signature is not the built-in key's */
     ORVANE_GPG_FILE_UNREADABLE = 49,      /* the signed file could not be read */
-    ORVANE_GPG_SIGNATURE_RED = 50,        /* the signature is rated red */
+    ORVANE_GPG_SIGNATURE_RED = 50,        /* the file was altered, or the signature is detached */
     ORVANE_GPG_SIGNATURE_BAD = 51,        /* the signature is bad */
     ORVANE_GPG_SIGNATURE_INVALID = 52,    /* the signature is invalid in another way */
     ORVANE_GPG_NO_SIGNATURE = 53,         /* no signature was reported for the file */
@@ -803,22 +804,23 @@ ORVANE_API ORVANE_VERDICT bool compute_sha256(const char *text, unsigned char *d
  *          for standard descriptors that are closed. gpg may start its agent,
  *          which stays. Children of gpg's are left to the system's first
  *          process, or to a caller that took its place.
- * Waiting: there is no time limit. gpg waits for the locks of the key store,
- *          and prompts the user, on the caller's terminal if there is one, for
- *          the passphrase of a file that is encrypted. It reads compressed
- *          content to its end, however long that is, and checks every
- *          signature, which takes about a millisecond and 600 bytes of the
- *          caller's memory each: a file of 17 KB can hold 20,000. Files from
- *          strangers are for a child process that the caller can end.
+ * Waiting: there is no time limit, but a gpg that ends ends the call. gpg waits
+ *          for the locks of the key store, and prompts the user, on the caller's
+ *          terminal if there is one, for the passphrase of a file that is
+ *          encrypted. It reads compressed content to its end, however long that
+ *          is, and checks every signature, which takes about a millisecond and
+ *          600 bytes of the caller's memory each: a file of 17 KB can hold
+ *          20,000. Files from strangers are for a child process that the caller
+ *          can end.
  * Inherited: GPGME's pipes to gpg, up to eight ends, are without close-on-exec
  *          until gpg has started. A program that another thread starts in that
  *          moment gets them, and the call lasts until it ends or closes them.
  * Changes: the locale of the whole process becomes the environment's and stays
  *          so. It changes later answers: which characters of a model or serial
  *          number are graphic is the locale's choice. A caller that stores
- *          identities puts its own locale back with setlocale(LC_ALL, ...). A
- *          program's default action of SIGPIPE is that of ignoring it during the
- *          call, and the default again behind it.
+ *          identities puts its own locale back with setlocale(LC_ALL, ...).
+ *          While a call lasts, SIGPIPE is ignored where its action is the
+ *          default one.
  * Threads: for one thread at a time, and none beside it that depends on the
  *          locale.
  *

@@ -35,6 +35,17 @@ gpg_data new_message() noexcept
     return gpg_data(::gpgme_data_new(&data) == 0 ? data : nullptr);
 }
 
+gpgme_error_t encrypt(gpg_session &gpg, gpgme_key_t *recipients) noexcept
+{
+    if (gpg.input_bytes <= least_pipe_bytes)
+        return ::gpgme_op_encrypt(gpg.context.get(), recipients, GPGME_ENCRYPT_ALWAYS_TRUST,
+                                  gpg.input.get(), gpg.output.get());
+    gpg.operation.attach_to(gpg.context.get());
+    return gpg.operation.wait(::gpgme_op_encrypt_start(gpg.context.get(), recipients,
+                                                       GPGME_ENCRYPT_ALWAYS_TRUST, gpg.input.get(),
+                                                       gpg.output.get()));
+}
+
 bool is_refused(gpgme_ctx_t context) noexcept
 {
     const auto *const result = ::gpgme_op_encrypt_result(context);
@@ -66,7 +77,7 @@ extern "C" int gpg_encrypt(const char *text, char **message, unsigned int *lengt
     if (!gpg.context)
         return ORVANE_GPG_NO_CONTEXT;
     ::gpgme_set_armor(gpg.context.get(), 1);
-    gpg.input = orvane::data_of_text(text);
+    gpg.input = orvane::data_of_text(text, gpg.input_bytes);
     if (!gpg.input)
         return ORVANE_GPG_TEXT_NOT_TAKEN;
     gpg.output = orvane::new_message();
@@ -77,10 +88,7 @@ extern "C" int gpg_encrypt(const char *text, char **message, unsigned int *lengt
     gpgme_key_t recipients[] = {orvane::find_builtin_key(gpg.context.get()), nullptr};
     if (recipients[0] == nullptr)
         return orvane::code_of_missing_key(now);
-    gpg.operation.attach_to(gpg.context.get());
-    if (gpg.operation.wait(::gpgme_op_encrypt_start(gpg.context.get(), recipients,
-                                                    GPGME_ENCRYPT_ALWAYS_TRUST, gpg.input.get(),
-                                                    gpg.output.get())) != 0)
+    if (orvane::encrypt(gpg, recipients) != 0)
         return ORVANE_GPG_ENCRYPT_FAILED;
     if (orvane::is_refused(gpg.context.get()))
         return ORVANE_GPG_KEY_MISSING;

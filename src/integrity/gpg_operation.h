@@ -3,14 +3,20 @@
 // How long an operation of GPGME's is waited for.
 #pragma once
 
+#include <climits>
+#include <cstddef>
+
 #include <gpgme.h>
 #include <poll.h>
 
 namespace orvane {
 
-// Serves the pipes between GPGME and gpg until an operation ends. GPGME's own loop does not end
-// where gpg does and leaves a pipe that is full: it takes POLLOUT alone for a reason to write, and
-// polls again at once after POLLERR.
+// What every pipe holds. GPGME's own loop does not end where gpg does and leaves a pipe that is
+// full: it takes POLLOUT alone for a reason to write, and polls again at once after POLLERR. An
+// input of no more than this fills no pipe.
+constexpr std::size_t least_pipe_bytes = PIPE_BUF;
+
+// Serves the pipes between GPGME and gpg until an operation on a larger input ends.
 class gpg_operation {
 public:
     gpg_operation() noexcept;

@@ -100,24 +100,24 @@ gpg_context new_gpg_context() noexcept
     return gpg_context(::gpgme_new(&context) == 0 ? context : nullptr);
 }
 
-gpg_data data_of_file(const char *path) noexcept
+gpg_data data_of_file(const char *path, std::size_t &bytes) noexcept
 {
     const unique_file file = open_without_waiting(path);
     struct stat status = {};
     if (!file || ::fstat(::fileno(file.get()), &status) != 0)
         return nullptr;
+    bytes = static_cast<std::size_t>(status.st_size);
     gpgme_data_t data = nullptr;
-    const bool is_read =
-        ::gpgme_data_new_from_filepart(&data, nullptr, file.get(), 0,
-                                       static_cast<std::size_t>(status.st_size)) == 0;
+    const bool is_read = ::gpgme_data_new_from_filepart(&data, nullptr, file.get(), 0, bytes) == 0;
     return gpg_data(is_read ? data : nullptr);
 }
 
-gpg_data data_of_text(const char *text) noexcept
+gpg_data data_of_text(const char *text, std::size_t &bytes) noexcept
 {
+    bytes = text != nullptr ? ::strlen(text) : 0;
     gpgme_data_t data = nullptr;
     const bool is_wrapped =
-        text != nullptr && ::gpgme_data_new_from_mem(&data, text, ::strlen(text), copied) == 0;
+        text != nullptr && ::gpgme_data_new_from_mem(&data, text, bytes, copied) == 0;
     return gpg_data(is_wrapped ? data : nullptr);
 }
 

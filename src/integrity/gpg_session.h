@@ -55,12 +55,13 @@ struct gpg_session {
     gpg_context context;
     gpg_data output;
     gpg_data input;
+    std::size_t input_bytes = 0;
 };
 
 // Each holds nullptr when it cannot be made.
 gpg_context new_gpg_context() noexcept;
-gpg_data data_of_file(const char *path) noexcept;
-gpg_data data_of_text(const char *text) noexcept;
+gpg_data data_of_file(const char *path, std::size_t &bytes) noexcept;
+gpg_data data_of_text(const char *text, std::size_t &bytes) noexcept;
 
 // Puts the built-in key into the user's key store. A key that was not imported is reported where it
 // is needed.

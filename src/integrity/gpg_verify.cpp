@@ -70,6 +70,15 @@ gpg_data new_content() noexcept
     return gpg_data(data);
 }
 
+gpgme_error_t verify(gpg_session &gpg) noexcept
+{
+    if (gpg.input_bytes <= least_pipe_bytes)
+        return ::gpgme_op_verify(gpg.context.get(), gpg.input.get(), nullptr, gpg.output.get());
+    gpg.operation.attach_to(gpg.context.get());
+    return gpg.operation.wait(
+        ::gpgme_op_verify_start(gpg.context.get(), gpg.input.get(), nullptr, gpg.output.get()));
+}
+
 using signature = _gpgme_signature;
 
 const signature *signatures_of(gpgme_ctx_t context) noexcept
@@ -132,7 +141,7 @@ extern "C" int gpg_verify(const char *path, char **content, unsigned int *length
     gpg.context = orvane::new_gpg_context();
     if (!gpg.context)
         return ORVANE_GPG_NO_CONTEXT;
-    gpg.input = orvane::data_of_file(path);
+    gpg.input = orvane::data_of_file(path, gpg.input_bytes);
     if (!gpg.input)
         return ORVANE_GPG_FILE_UNREADABLE;
     gpg.output = orvane::new_content();
@@ -140,9 +149,7 @@ extern "C" int gpg_verify(const char *path, char **content, unsigned int *length
         return ORVANE_GPG_NO_OUTPUT;
 
     orvane::import_builtin_key(gpg.context.get());
-    gpg.operation.attach_to(gpg.context.get());
-    if (gpg.operation.wait(::gpgme_op_verify_start(gpg.context.get(), gpg.input.get(), nullptr,
-                                                   gpg.output.get())) != 0)
+    if (orvane::verify(gpg) != 0)
         return ORVANE_GPG_VERIFY_FAILED;
     const auto *const signatures = orvane::signatures_of(gpg.context.get());
     if (signatures == nullptr)

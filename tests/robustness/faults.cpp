@@ -615,9 +615,11 @@ std::vector<fallible_function> gpg_functions()
                                    {fails_or_ends, no_errno},
                                    {gives_half, no_errno, effect::part}}),
         FALLIBLE(gpgme_op_import, gpg_fails, {GPG_ERR_GENERAL}),
+        FALLIBLE(gpgme_op_verify, gpg_fails, {GPG_ERR_NO_DATA}),
         FALLIBLE(gpgme_op_verify_start, gpg_fails, {GPG_ERR_NO_DATA}),
         FALLIBLE(gpgme_op_verify_result, fails<nullptr>, {no_errno}),
         FALLIBLE(gpgme_get_key, gpg_fails, {GPG_ERR_EOF}),
+        FALLIBLE(gpgme_op_encrypt, gpg_fails, {GPG_ERR_UNUSABLE_PUBKEY}),
         FALLIBLE(gpgme_op_encrypt_start, gpg_fails, {GPG_ERR_UNUSABLE_PUBKEY}),
         FALLIBLE(gpgme_op_encrypt_result, fails<nullptr>, {no_errno}),
     };

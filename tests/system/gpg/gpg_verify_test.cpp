@@ -159,9 +159,9 @@ const refused_file refused_files[] = {
      ORVANE_GPG_FILE_UNREADABLE},
     {{"a_fifo_without_a_writer"},
      [](gpg_machine &on) -> std::string {
-         on.machine.directory("/srv");
-         EXPECT_EQ(::mkfifo("/srv/fifo", 0600), 0);
-         return "/srv/fifo";
+         on.machine.directory("/srv/pipes");
+         EXPECT_EQ(::mkfifo("/srv/pipes/fifo", 0600), 0);
+         return "/srv/pipes/fifo";
      },
      ORVANE_GPG_FILE_UNREADABLE},
 };
