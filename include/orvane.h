@@ -26,7 +26,8 @@
  *               they are, so a backslash may be the text's own.
  *   Threads     The library starts none, has no lock of its own and keeps no
  *               answer from one call to the next. "Threads: safe" means that any
- *               number of threads may be inside the function at once.
+ *               number of threads may be inside the function at once, while none
+ *               changes the environment.
  *   Cancelling  A call is a place where a thread can be cancelled. What the call
  *               held then stays: memory, a descriptor, a tool's process that
  *               nobody waits for, and locks of GPGME, OpenSSL and GLib. A thread
@@ -43,36 +44,49 @@
  *               any other user, and for root without the capabilities that
  *               SECURITY.md names, such a source has no answer, and another source
  *               may give another one: compare answers that the same rights gave.
+ *   Passing failures  A source that fails for a moment has no answer in that call,
+ *               and another one may give another text: a tool that a signal to the
+ *               process group ended; no process, descriptor or memory to be had.
+ *               Query again before a change is believed.
  *
  * What a call does to its process:
  *
  *   Tools       run through /bin/sh, dmsetup alone without it, with the caller's
- *               environment, working directory, standard input and standard error,
- *               to which they may write, as LVM's do about a device that is no
- *               volume. PATH decides which `lsblk`, `cat`, `readlink`, `grep` and
- *               `awk` run where an entry names no folder; LANG, LC_ALL and, for
- *               LVM's tools, LVM_* act as on a command line. Their exit status is
- *               not read. A device name that begins with "-" gets "./" before it,
- *               and no name becomes shell syntax.
+ *               environment, working directory, umask, ignored signals, standard
+ *               input and standard error. They may write to the latter, as LVM's
+ *               do about a device that is no volume; one whose message meets a
+ *               pipe without a reader is ended, and has no answer. PATH decides
+ *               which `lsblk`, `cat`, `readlink`, `grep` and `awk` run where an
+ *               entry names no folder; LANG, LC_ALL and, for LVM's tools, LVM_*
+ *               act as on a command line. Their exit status is not read. A device
+ *               name that begins with "-" gets "./" before it, and no name becomes
+ *               shell syntax.
  *   Waiting     "Waits" names what a call waits for. There is no time limit: a
  *               tool that hangs on a broken disk keeps the call waiting, and so
- *               does a process that it leaves behind with its output open, where
- *               the output is read to its end (smartctl, lvdisplay, pvdisplay,
- *               lsblk -J). No other child of the process is waited for, and none
- *               is killed. A program that cannot wait makes the call in a child
- *               process, and kills that with its process group.
+ *               may a process that it leaves behind with its output open. No other
+ *               child of the process is waited for, and none is killed. A program
+ *               that cannot wait makes the call in a child process that leads a
+ *               process group of its own (setpgid()), and kills that group. In a
+ *               program with threads the child must execute a program, such as
+ *               `orvane show disk`: after a fork() alone, locks of the C library
+ *               may be held for ever.
  *   Children    A tool is a child of the calling process, reaped before the call
  *               returns, and its SIGCHLD is the caller's. A caller that ignores
  *               SIGCHLD, or whose handler reaps every child, gets the same
- *               answers. harddisk_id() may take a child of the caller's own.
+ *               answers. harddisk_id() forks, so that pthread_atfork() handlers
+ *               run, and may take a child of the caller's own.
  *   Descriptors are opened close-on-exec, and closed before the call returns.
  *               A program that another thread starts meanwhile inherits none but
  *               these, which others open: GPGME's pipes until gpg has started,
  *               GLib's temporary file while a key file is saved, and libcrypto's
  *               configuration at its first use in a process. Tools have those of
  *               the caller's descriptors that are not close-on-exec.
- *   Signals     Handlers and masks are the caller's. A system call that a handler
- *               interrupts is repeated, unless an entry says otherwise.
+ *               Closing a file drops the process's fcntl() record locks on it,
+ *               also where it is one of a path that the caller passes.
+ *   Signals     Handlers and masks are the caller's, and run in no child. A handler
+ *               that interrupts a call changes no answer, but for a call that
+ *               waits for a FIFO or a device at its caller's path: that may count
+ *               as one that cannot be opened or read.
  *               A message on standard error, a trace line or an event that cannot
  *               be written is lost. The SIGPIPE or SIGXFSZ of its write is
  *               discarded; one that was pending before, or that another sender
@@ -92,6 +106,8 @@
  * exported functions by these names, so a program that defines one of them, by
  * accident too, replaces the library's. -fvisibility=hidden keeps a program's own
  * names to itself; nm -D lists those that it exports.
+ *
+ * For C99 and later, and C++98 and later.
  */
 #ifndef ORVANE_H
 #define ORVANE_H
@@ -108,7 +124,7 @@
 #if defined(__GNUC__)
 #define ORVANE_API __attribute__((__visibility__("default")))
 #define ORVANE_PRINTF(text, first) __attribute__((__format__(__printf__, text, first)))
-/* The result is a verdict: to ignore it is a mistake. */
+/* The result is a verdict: to ignore it is a mistake, by a cast to void too. */
 #define ORVANE_VERDICT __attribute__((__warn_unused_result__))
 #else
 #define ORVANE_API
@@ -243,12 +259,12 @@ ORVANE_API char *command_line_get_root_device_name(const char *filename);
  * Errors:   "execve: " and the system's reason on standard error where dmsetup is
  *           there and cannot be run.
  * Threads:  safe. When dmsetup has ended, a child of the process that has ended is
- *           taken without waiting: dmsetup, or in its place one that the calling
- *           thread started and that ended before; one of another thread only where
- *           somebody else has taken dmsetup. Who waits for a child by its id may
- *           then find none (ECHILD), and finds dmsetup by waiting for any. Trace
- *           stamps may mix, as for time_string(). Which characters are graphic is
- *           the locale's choice.
+ *           taken without waiting: dmsetup, or in its place one that ended before
+ *           and is the calling thread's, those of ended threads that it inherited
+ *           included; one of another thread only where somebody else has taken
+ *           dmsetup. Who waits for a child by its id may then find none (ECHILD),
+ *           and finds dmsetup by waiting for any. Trace stamps may mix, as for
+ *           time_string(). Which characters are graphic is the locale's choice.
  */
 ORVANE_API char *harddisk_id(const char *dev_name);
 
@@ -504,7 +520,8 @@ ORVANE_API char *get_machine_info_from_sysfs(const char *path);
  *                     is run then), or the command cannot be started or prints
  *                     nothing
  * Waits:   for the command, without a time limit. What it prints behind the first
- *          line is not read: it may get SIGPIPE.
+ *          line is not read: it gets SIGPIPE or, where the caller ignores that,
+ *          EPIPE, and must end by itself.
  * Threads: safe.
  */
 ORVANE_API char *get_machine_info_from_dmidecode(const char *command);
@@ -812,15 +829,16 @@ ORVANE_API ORVANE_VERDICT bool compute_sha256(const char *text, unsigned char *d
  *          600 bytes of the caller's memory each: a file of 17 KB can hold
  *          20,000. Files from strangers are for a child process that the caller
  *          can end.
- * Inherited: GPGME's pipes to gpg, up to eight ends, are without close-on-exec
+ * Descriptors: GPGME's pipes to gpg, up to eight ends, are without close-on-exec
  *          until gpg has started. A program that another thread starts in that
  *          moment gets them, and the call lasts until it ends or closes them.
+ *          Where descriptors run out, GPGME leaves some of them open.
  * Changes: the locale of the whole process becomes the environment's and stays
  *          so. It changes later answers: which characters of a model or serial
  *          number are graphic is the locale's choice. A caller that stores
  *          identities puts its own locale back with setlocale(LC_ALL, ...).
  *          While a call lasts, SIGPIPE is ignored where its action is the
- *          default one.
+ *          default one, and for good in programs that are started meanwhile.
  * Threads: for one thread at a time, and none beside it that depends on the
  *          locale.
  *
@@ -1102,8 +1120,9 @@ ORVANE_API unsigned int _os_get_version(void);
  * to fit. The message is written as it was formatted: a NUL that "%c" stores, and
  * newlines and control characters of the caller's own, included. The log is
  * always on, made when missing (directory mode 0777, file mode 0644, both less
- * the umask), never truncated and never rotated. Everyone may read
- * it, serial numbers included.
+ * the umask), never truncated and never rotated. It is opened for each
+ * line: another program may rename it. Everyone may read it, serial numbers
+ * included.
  *
  * The log keeps no call waiting. A log that is a FIFO without a reader, or any
  * other file that cannot be opened at once, is not opened; a FIFO that is full
@@ -1176,7 +1195,8 @@ ORVANE_API const char *time_string(void);
  *          a FIFO or terminal that takes nothing at the moment loses the event.
  *          The SIGXFSZ or SIGPIPE of a failed write is discarded.
  * Threads: each event is one appending write(), but the stamp comes from
- *          localtime(), so concurrent callers may see each other's.
+ *          localtime(), whose result it overwrites, so concurrent callers may see
+ *          each other's.
  */
 ORVANE_API void log_write(const char *path, const char *message, const char *tag, int enabled);
 

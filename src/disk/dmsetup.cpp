@@ -9,6 +9,7 @@
 #include "support/text.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 
 #include <fcntl.h>
@@ -53,6 +54,19 @@ bool make_standard_output(int fd) noexcept
     return ::dup2(fd, STDOUT_FILENO) >= 0;
 }
 
+// The caller's handlers are for the caller: a signal to the process group must not run them in the
+// child, too.
+void reset_handlers() noexcept
+{
+    struct sigaction reset = {};
+    reset.sa_handler = SIG_DFL;
+    for (int signal = 1; signal < NSIG; ++signal) {
+        struct sigaction action = {};
+        if (::sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
+            ::sigaction(signal, &reset, nullptr);
+    }
+}
+
 // Executes the tool in the child. Other threads of the caller may have held locks at the time of
 // the fork, so only async-signal-safe functions are called.
 [[noreturn]] void run_dmsetup(int write_end, const char *mapped) noexcept
@@ -65,6 +79,19 @@ bool make_standard_output(int fd) noexcept
     ::execve(dmsetup, as_vector(arguments), as_vector(environment));
     print_execve_error();
     ::_exit(cannot_execute);
+}
+
+// Returns the child's process id, or -1.
+pid_t start_dmsetup(int write_end, const char *mapped) noexcept
+{
+    const all_signals_guard until_handlers_are_reset;
+    const pid_t child = ::fork();
+    if (child == 0) {
+        reset_handlers();
+        until_handlers_are_reset.restore();
+        run_dmsetup(write_end, mapped);
+    }
+    return child;
 }
 
 // One read is enough: the tool writes what it reports of one device in one piece.
@@ -121,13 +148,11 @@ heap_text dependency_name(const char *mapped) noexcept
     }
     unique_fd read_end(ends[0]);
     unique_fd write_end(ends[1]);
-    const pid_t child = ::fork();
+    const pid_t child = start_dmsetup(write_end.get(), mapped);
     if (child < 0) {
         ::orvane_trace("fork error.");
         return {};
     }
-    if (child == 0)
-        run_dmsetup(write_end.get(), mapped);
 
     write_end.reset();
     read_report(read_end, report);

@@ -19,7 +19,7 @@ namespace {
 
 constexpr int copied = 1;
 
-bool has_handler(const struct sigaction &action, void (*handler)(int)) noexcept
+bool has_handler(const struct sigaction &action, sighandler_t handler) noexcept
 {
     return (action.sa_flags & SA_SIGINFO) == 0 && action.sa_handler == handler;
 }
@@ -55,16 +55,21 @@ ignored_sigpipe::ignored_sigpipe() noexcept
     struct sigaction ignore = {};
     ignore.sa_handler = SIG_IGN;
     ::sigaction(SIGPIPE, nullptr, &before_);
-    if (has_handler(before_, SIG_DFL))
-        ::sigaction(SIGPIPE, &ignore, nullptr);
+    if (!has_handler(before_, SIG_DFL))
+        return;
+    ::sigpending(&pending_before_);
+    ::sigaction(SIGPIPE, &ignore, nullptr);
 }
 
 ignored_sigpipe::~ignored_sigpipe()
 {
     struct sigaction now = {};
     ::sigaction(SIGPIPE, nullptr, &now);
-    if (has_handler(before_, SIG_DFL) && has_handler(now, SIG_IGN))
-        ::sigaction(SIGPIPE, &before_, nullptr);
+    if (!has_handler(before_, SIG_DFL) || !has_handler(now, SIG_IGN))
+        return;
+    ::sigaction(SIGPIPE, &before_, nullptr);
+    if (::sigismember(&pending_before_, SIGPIPE) == 1)
+        ::raise(SIGPIPE);
 }
 
 standard_descriptors::standard_descriptors() noexcept

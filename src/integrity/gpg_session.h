@@ -19,7 +19,7 @@ namespace orvane {
 bool is_secure_execution() noexcept;
 
 // Ignores SIGPIPE where the caller leaves it at its default action, and restores that at the end of
-// its lifetime. GPGME ignores it at its first use in a process alone, and for good.
+// its lifetime, and a signal that was pending, which ignoring discards. GPGME ignores it at its first use in a process alone, and for good.
 class ignored_sigpipe {
 public:
     ignored_sigpipe() noexcept;
@@ -29,6 +29,7 @@ public:
 
 private:
     struct sigaction before_ = {};
+    sigset_t pending_before_ = {};
 };
 
 // Holds /dev/null on whichever of the descriptors 0, 1 and 2 are closed, and closes them again at

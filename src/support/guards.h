@@ -34,6 +34,25 @@ template <class Call> auto retry_on_eintr(Call call) noexcept
     return result;
 }
 
+// Blocks all signals for this thread during its lifetime, or until they are restored in a child.
+class all_signals_guard {
+public:
+    all_signals_guard() noexcept
+    {
+        sigset_t all = {};
+        ::sigfillset(&all);
+        ::pthread_sigmask(SIG_BLOCK, &all, &mask_before_);
+    }
+    all_signals_guard(const all_signals_guard &) = delete;
+    all_signals_guard &operator=(const all_signals_guard &) = delete;
+    ~all_signals_guard() { restore(); }
+
+    void restore() const noexcept { ::pthread_sigmask(SIG_SETMASK, &mask_before_, nullptr); }
+
+private:
+    sigset_t mask_before_ = {};
+};
+
 // A failing write may raise a signal whose default action ends the process: SIGPIPE where nobody
 // reads, SIGXFSZ beyond the process's file size limit. The guard blocks both for this thread during
 // its lifetime, so that only what was to be written is lost.

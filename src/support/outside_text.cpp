@@ -29,8 +29,8 @@ character first_character(std::string_view text) noexcept
         ::g_utf8_get_char_validated(text.data(), static_cast<gssize>(text.size()));
     constexpr gunichar greatest = 0x10ffff; // what is above stands for a failure
     if (value > greatest)
-        return {text.substr(0, 1), static_cast<unsigned char>(text.front())};
-    return {text.substr(0, static_cast<std::size_t>(::g_unichar_to_utf8(value, nullptr))), value};
+        return {{text.data(), 1}, static_cast<unsigned char>(text.front())};
+    return {{text.data(), static_cast<std::size_t>(::g_unichar_to_utf8(value, nullptr))}, value};
 }
 
 bool is_obeyed(gunichar value) noexcept

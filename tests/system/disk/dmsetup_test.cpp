@@ -56,6 +56,23 @@ TEST_F(dependency, is_reported_by_the_tool_in_an_empty_environment)
     EXPECT_EQ(runs[0].environment, texts{});
 }
 
+TEST_F(dependency, is_queried_without_the_callers_signal_handlers)
+{
+    depends_on("sda2");
+    static int runs_of_handler[2]; // a pipe, which a handler in the child would write to as well
+    ASSERT_EQ(::pipe2(runs_of_handler, O_CLOEXEC | O_NONBLOCK), 0);
+    std::signal(SIGWINCH, [](int) {
+        [[maybe_unused]] const auto written = ::write(runs_of_handler[1], "x", 1);
+    });
+    // As a signal to the process group would arrive in the child before it executes the tool.
+    ::pthread_atfork(nullptr, nullptr, [] { ::kill(::getpid(), SIGWINCH); });
+    EXPECT_EQ(mapped_identity(), "/dev/sda2");
+    char run = 0;
+    EXPECT_EQ(::read(runs_of_handler[0], &run, 1), -1);
+    for (const int end : runs_of_handler)
+        ::close(end);
+}
+
 TEST_F(dependency, is_queried_by_one_literal_word_without_a_shell)
 {
     constexpr char name[] = "/dev/mapper/a b;c$(d)'e\"*";

@@ -159,6 +159,20 @@ TEST_F(gpg_session, leaves_the_disposition_of_sigpipe)
     std::signal(SIGPIPE, before);
 }
 
+TEST_F(gpg_session, leaves_a_pending_sigpipe)
+{
+    sigset_t sigpipe;
+    ::sigemptyset(&sigpipe);
+    ::sigaddset(&sigpipe, SIGPIPE);
+    ::pthread_sigmask(SIG_BLOCK, &sigpipe, nullptr);
+    auto *const before = std::signal(SIGPIPE, SIG_DFL);
+    std::raise(SIGPIPE);
+    expect_to_work();
+    constexpr timespec no_time = {};
+    EXPECT_EQ(::sigtimedwait(&sigpipe, nullptr, &no_time), SIGPIPE);
+    std::signal(SIGPIPE, before);
+}
+
 // More than a pipe holds.
 constexpr std::size_t long_text_size = 1 << 20;
 
