@@ -77,12 +77,13 @@
  *               run, and may take a child of the caller's own.
  *   Descriptors are opened close-on-exec, and closed before the call returns.
  *               A program that another thread starts meanwhile inherits none but
- *               these, which others open: GPGME's pipes until gpg has started,
- *               GLib's temporary file while a key file is saved, and libcrypto's
- *               configuration at its first use in a process. Tools have those of
- *               the caller's descriptors that are not close-on-exec.
- *               Closing a file drops the process's fcntl() record locks on it,
- *               also where it is one of a path that the caller passes.
+ *               these: GPGME's pipes until gpg has started, GLib's temporary file
+ *               while a key file is saved, libcrypto's configuration at its first
+ *               use in a process, and /dev/null in the place of closed standard
+ *               descriptors during a GPG call. Tools have those of the caller's
+ *               descriptors that are not close-on-exec. Closing a file drops the
+ *               process's fcntl() record locks on it, also where its path is one
+ *               that the caller passes.
  *   Signals     Handlers and masks are the caller's, and run in no child. A handler
  *               that interrupts a call changes no answer, but for a call that
  *               waits for a FIFO or a device at its caller's path: that may count
@@ -1128,7 +1129,7 @@ ORVANE_API unsigned int _os_get_version(void);
  * other file that cannot be opened at once, is not opened; a FIFO that is full
  * loses the line. Where others than root and the caller (its effective user) may write
  * the directory, a log that is a symbolic link, no regular file, or a file with
- * several names is not opened either, and nothing is made or written behind it.
+ * several names counts as not opened, and nothing is made or written behind it.
  *
  * format:  as for printf(), with its arguments; "%m" is the caller's errno.
  * Returns: 1   the log could be opened, even if the write then failed

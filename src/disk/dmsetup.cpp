@@ -51,7 +51,9 @@ bool make_standard_output(int fd) noexcept
 {
     if (fd == STDOUT_FILENO)
         return ::fcntl(fd, F_SETFD, 0) == 0;
-    return ::dup2(fd, STDOUT_FILENO) >= 0;
+    const bool is_made = ::dup2(fd, STDOUT_FILENO) >= 0;
+    ::close(fd); // or it may be standard error, where a failing execve() is reported
+    return is_made;
 }
 
 // The caller's handlers are for the caller: a signal to the process group must not run them in the

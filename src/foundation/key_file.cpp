@@ -59,7 +59,7 @@ bool has_malformed_line(const GString &text) noexcept
 {
     const void *const last = ::memrchr(text.str, '\n', text.len);
     return last != nullptr &&
-           !parse(text, static_cast<std::size_t>(static_cast<const char *>(last) - text.str));
+           !parse(text, static_cast<std::size_t>(static_cast<const char *>(last) + 1 - text.str));
 }
 
 // The rest of a large file is not read where a line at its start is malformed.

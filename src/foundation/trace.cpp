@@ -24,11 +24,12 @@ constexpr char trace_file[] = "/var/log/orvane/liborvane.log";
 constexpr std::size_t line_bytes = 1024;
 
 // Not by fstat(): after one, the kernel gives the next write a time of its own, and stores it.
-bool is_regular_with_one_link(int log) noexcept
+// A log that is being rotated may have none left.
+bool is_regular_without_other_links(int log) noexcept
 {
     struct statx status = {};
     return ::statx(log, "", AT_EMPTY_PATH, STATX_TYPE | STATX_NLINK, &status) == 0 &&
-           S_ISREG(status.stx_mode) && status.stx_nlink == 1;
+           S_ISREG(status.stx_mode) && status.stx_nlink <= 1;
 }
 
 // Where anyone else may write the directory, what stands at the log's path may be another user's.
@@ -50,7 +51,7 @@ int open_log() noexcept
         if (is_trusted_directory())
             return ::open(trace_file, flags, mode);
         errno = ELOOP;
-    } else if (log >= 0 && !is_regular_with_one_link(log) && !is_trusted_directory()) {
+    } else if (log >= 0 && !is_regular_without_other_links(log) && !is_trusted_directory()) {
         ::close(log);
         errno = EPERM;
         return -1;

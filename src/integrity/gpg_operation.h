@@ -32,7 +32,7 @@ public:
 
 private:
     // Content, signed file or text, status, commands, messages: more than an operation has.
-    static constexpr int most_pipes = 16;
+    static constexpr int most_pipes = 8;
 
     struct handler {
         gpg_operation *owner;

@@ -59,10 +59,11 @@ void print_error_or_lose(const char *what) noexcept
     }
     bounded_text<1024> line;
     line.format("%s: %s\n", what, reason);
-    if (orientation < 0)
+    const int fd = ::fileno(stderr);
+    if (orientation < 0 || fd < 0)
         return print_guarded([&]() noexcept { return ::fputs(line.c_str(), stderr); });
     // The program's own first output decides whether the stream is of bytes or of wide characters.
-    write_or_lose(::fileno(stderr), line.view());
+    write_or_lose(fd, line.view());
 }
 
 } // namespace orvane

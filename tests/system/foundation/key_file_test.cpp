@@ -203,6 +203,9 @@ INSTANTIATE_TEST_SUITE_P(
                     file_content{"a_zero_byte_in_a_value", "[Group]\na=1"s + '\0' + "2\nb=3\n"},
                     file_content{"a_zero_byte_in_a_key", "[Group]\na"s + '\0' + "=1\nb=3\n"},
                     file_content{"a_zero_byte_in_a_line", "[Group]\n"s + '\0' + "\nb=3\n"},
+                    // The first 65536 bytes of it end behind the carriage return's line.
+                    file_content{"carriage_returns_in_a_large_file",
+                                 "#" + std::string(65528, 'x') + "\r\n[g]\r\na=b\r\n"},
                     file_content{"many_lines", large_text("")},
                     file_content{"many_groups", large_text("[Other]\n")},
                     file_content{"a_malformed_line_among_many", large_text("malformed\n")},
