@@ -7,6 +7,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include <fcntl.h>
+
 namespace {
 
 constexpr char input_name[] = "standard input";
@@ -24,7 +26,9 @@ constexpr std::size_t longest_line = std::size_t{1} << 20U;
 
 std::FILE *opened(const std::string &path)
 {
-    std::FILE *const file = std::fopen(path.c_str(), "re");
+    // No terminal at a stranger's path becomes the process's own.
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    std::FILE *const file = fd >= 0 ? ::fdopen(fd, "r") : nullptr;
     if (file == nullptr)
         fail(path);
     return file;

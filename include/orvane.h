@@ -84,6 +84,10 @@
  *               descriptors that are not close-on-exec. Closing a file drops the
  *               process's fcntl() record locks on it, also where its path is one
  *               that the caller passes.
+ *               A terminal becomes the controlling one of a session leader without
+ *               one where command_line_get_root_device_name(), load_public_key()
+ *               or get_machine_info_from_sysfs() opens it: no strangers' paths for
+ *               these.
  *   Signals     Handlers and masks are the caller's, and run in no child. A handler
  *               that interrupts a call changes no answer, but for a call that
  *               waits for a FIFO or a device at its caller's path: that may count
@@ -254,7 +258,8 @@ ORVANE_API char *command_line_get_root_device_name(const char *filename);
  *           /usr/bin/lsblk -Jp -o name,serial,model, whose answer counts where a
  *           file of that name is a whole disk or the name begins with "nvme"; and
  *           libblkid, which opens the device (root), for whether it is a whole
- *           disk.
+ *           disk. The answer of lsblk is opened as a path, too, as a rule one in
+ *           the working directory: let that be one that strangers cannot write.
  * Waits:    for dmsetup and lsblk, without a time limit.
  * Writes:   lines to the trace log.
  * Errors:   "execve: " and the system's reason on standard error where dmsetup is
@@ -275,7 +280,7 @@ ORVANE_API char *harddisk_id(const char *dev_name);
  * device:  a block device or a link to one; NULL is a name that cannot be
  *          resolved.
  * Returns: new text   "MODEL_SERIAL" without spaces and newlines, each part
- *                     truncated at 510 bytes
+ *                     truncated at 510 bytes, its spaces included
  *          NULL       /usr/sbin/smartctl is not readable and executable or cannot
  *                     be started, the name does not resolve to a block device, the
  *                     report cannot be read to the end, or it lacks one of the two
@@ -1137,8 +1142,9 @@ ORVANE_API unsigned int _os_get_version(void);
  * Errors:  "Open log file failed" or "Write to log file failed" with the
  *          system's reason on standard error, as perror() prints it. errno is
  *          left as it was. A line that does not fit into a full disk or the
- *          process's file size limit is truncated or lost. The SIGXFSZ or
- *          SIGPIPE of a failed write, of the message's too, is discarded.
+ *          process's file size limit is lost, or truncated, and the next one
+ *          joins it then. The SIGXFSZ or SIGPIPE of a failed write, of the
+ *          message's too, is discarded.
  * Threads: safe for the log: each line is one appending write(). Stamps may mix,
  *          as for time_string().
  */
@@ -1217,7 +1223,8 @@ ORVANE_API void log_write(const char *path, const char *message, const char *tag
  * path:    the file; NULL is a file that cannot be opened.
  * Returns: new key file   release it with g_key_file_free()
  *          NULL           the file is missing, unreadable, malformed or no regular
- *                         file: a FIFO is not waited for
+ *                         file: a FIFO is not waited for, but a process that has
+ *                         a lease on the file is
  */
 ORVANE_API struct _GKeyFile *key_file_load_from_file(const char *path);
 

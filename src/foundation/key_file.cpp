@@ -35,13 +35,13 @@ private:
 // The warnings are the program's own rather than GLib's.
 constexpr const char *no_log_domain = nullptr;
 
-// Nothing else is opened: a FIFO would be waited for.
 unique_file open_regular_file(const char *path) noexcept
 {
+    unique_file file = open_without_waiting(path);
     struct stat status = {};
-    const bool is_regular =
-        path != nullptr && ::stat(path, &status) == 0 && S_ISREG(status.st_mode);
-    return unique_file(is_regular ? ::fopen(path, "re") : nullptr);
+    if (file && (::fstat(::fileno(file.get()), &status) != 0 || !S_ISREG(status.st_mode)))
+        file.reset();
+    return file;
 }
 
 unique_key_file parse(const GString &text, std::size_t length) noexcept

@@ -47,7 +47,7 @@ void append_hex(hex_text &hex, unsigned char byte) noexcept
 template <std::size_t DigestBytes, class Context, auto Init, auto Update, auto Final>
 bool file_hex(const char *path, hex_text &hex) noexcept
 {
-    const unique_fd file(path == nullptr ? -1 : ::open(path, O_RDONLY | O_CLOEXEC));
+    const unique_fd file(path == nullptr ? -1 : ::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY));
     if (!file)
         return false;
     unsigned char block[read_bytes] = {};

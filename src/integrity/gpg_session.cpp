@@ -2,8 +2,8 @@
 #include "integrity/gpg_session.h"
 
 #include "integrity/builtin_key.h"
+#include "support/line_reader.h"
 
-#include <cerrno>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -22,25 +22,6 @@ constexpr int copied = 1;
 bool has_handler(const struct sigaction &action, sighandler_t handler) noexcept
 {
     return (action.sa_flags & SA_SIGINFO) == 0 && action.sa_handler == handler;
-}
-
-// A FIFO is not opened: GPGME cannot read one, and its writer would find a reader that reads
-// nothing.
-unique_file open_without_waiting(const char *path) noexcept
-{
-    constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY;
-    struct stat status = {};
-    if (path == nullptr || ::stat(path, &status) != 0 || S_ISFIFO(status.st_mode))
-        return nullptr;
-    int fd = ::open(path, flags | O_NONBLOCK);
-    // A process that has a lease on the file gives it up, or the kernel takes it.
-    if (fd < 0 && errno == EWOULDBLOCK)
-        fd = ::open(path, flags);
-    unique_fd opened(fd);
-    unique_file file(opened ? ::fdopen(opened.get(), "r") : nullptr);
-    if (file)
-        opened.release();
-    return file;
 }
 
 } // namespace

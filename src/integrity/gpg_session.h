@@ -19,7 +19,8 @@ namespace orvane {
 bool is_secure_execution() noexcept;
 
 // Ignores SIGPIPE where the caller leaves it at its default action, and restores that at the end of
-// its lifetime, and a signal that was pending, which ignoring discards. GPGME ignores it at its first use in a process alone, and for good.
+// its lifetime, and a signal that was pending, which ignoring discards. GPGME ignores it at its
+// first use in a process alone, and for good.
 class ignored_sigpipe {
 public:
     ignored_sigpipe() noexcept;

@@ -7,6 +7,9 @@
 #include <cerrno>
 #include <utility>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 namespace orvane {
 
 namespace {
@@ -87,6 +90,23 @@ std::size_t read_bytes(std::FILE *stream, char *buffer, std::size_t size) noexce
         count += ::fread(buffer + count, 1, size - count, stream);
     while (count != size && can_continue(stream));
     return count;
+}
+
+unique_file open_without_waiting(const char *path) noexcept
+{
+    constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY;
+    struct stat status = {};
+    if (path == nullptr || ::stat(path, &status) != 0 || S_ISFIFO(status.st_mode))
+        return nullptr;
+    int fd = ::open(path, flags | O_NONBLOCK);
+    // A process that has a lease on the file gives it up, or the kernel takes it.
+    if (fd < 0 && errno == EWOULDBLOCK)
+        fd = ::open(path, flags);
+    unique_fd opened(fd);
+    unique_file file(opened ? ::fdopen(opened.get(), "r") : nullptr);
+    if (file)
+        opened.release();
+    return file;
 }
 
 void read_text(std::FILE *stream, text_buffer &text) noexcept

@@ -30,6 +30,11 @@ heap_text whole_text(std::FILE *stream) noexcept;
 // Reads up to `size` bytes, fewer at the end of the stream or after an error.
 std::size_t read_bytes(std::FILE *stream, char *buffer, std::size_t size) noexcept;
 
+// Opens a file for reading, and waits for nobody but a process that has a lease on it. Holds
+// nullptr for a FIFO, whose writer would find a reader that reads nothing. No terminal becomes the
+// process's own.
+unique_file open_without_waiting(const char *path) noexcept;
+
 // Reads up to the end of the stream, a read error or the capacity of the buffer.
 void read_text(std::FILE *stream, text_buffer &text) noexcept;
 

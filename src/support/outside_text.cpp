@@ -33,9 +33,10 @@ character first_character(std::string_view text) noexcept
     return {{text.data(), static_cast<std::size_t>(::g_unichar_to_utf8(value, nullptr))}, value};
 }
 
+// No terminal has a meaning for 0x80 to 0x83.
 bool is_obeyed(gunichar value) noexcept
 {
-    const bool is_control = value < 0x20 || (value >= 0x7f && value < 0xa0);
+    const bool is_control = value < 0x20 || value == 0x7f || (value >= 0x84 && value < 0xa0);
     const bool ends_a_line = value == 0x2028 || value == 0x2029; // or a paragraph
     return (is_control && value != '\t') || ends_a_line;
 }

@@ -42,12 +42,12 @@ INSTANTIATE_TEST_SUITE_P(
                     outside_text{"newlines", "a\nb\r\n", "a\\x0ab\\x0d\\x0a"},
                     outside_text{"an_escape_sequence", "\x1b[2J\a\b\x7f\x01\x1f",
                                  "\\x1b[2J\\x07\\x08\\x7f\\x01\\x1f"},
-                    outside_text{"control_characters_of_utf_8", "\u0080\u009b2J\u009f\u00a0",
-                                 "\\xc2\\x80\\xc2\\x9b2J\\xc2\\x9f\u00a0"},
-                    outside_text{"control_characters_of_latin_1", "\x80\x9b\xc3\xc2\xe2\x80",
-                                 "\\x80\\x9b\xc3\xc2\xe2\\x80"},
+                    outside_text{"control_characters_of_utf_8", "\u0083\u0084\u009b2J\u009f\u00a0",
+                                 "\u0083\\xc2\\x84\\xc2\\x9b2J\\xc2\\x9f\u00a0"},
+                    outside_text{"control_characters_of_latin_1", "\x83\x84\x9b\xc3\xc2\xe2\x9f",
+                                 "\x83\\x84\\x9b\xc3\xc2\xe2\\x9f"},
                     outside_text{"an_overlong_control_character", "\xe0\x82\x9b\xc0\x9b",
-                                 "\xe0\\x82\\x9b\xc0\\x9b"},
+                                 "\xe0\x82\\x9b\xc0\\x9b"},
                     outside_text{"separators", "\u2028\u2029\u202a",
                                  "\\xe2\\x80\\xa8\\xe2\\x80\\xa9\u202a"}));
 

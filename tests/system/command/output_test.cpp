@@ -142,7 +142,7 @@ TEST_F(standard_streams, are_checked_by_every_subcommand)
         {"show vendor", "Acme\n"},
         {digest, "abc: OK\n"},
         {"signature text signature", "text: valid\n"},
-        {gpg_verify, "/srv/made: valid\n"},
+        {gpg_verify, "/srv/made: valid; only the signed content of 6 bytes is vouched for\n"},
     };
     for (const auto &[words, output] : closed)
         EXPECT_EQ(shell("orvane " + words + " <&- 2>&-"), printed(output)) << words;

@@ -9,6 +9,7 @@
 #include <cctype>
 #include <csignal>
 #include <cstddef>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -237,6 +238,26 @@ TEST_P(digest, is_of_a_file_with_any_name_of_a_link_and_of_a_device)
     machine.link(machine.scratch("link"), "file");
     EXPECT_EQ(check(machine.scratch("link"), of_abc), 1);
     EXPECT_EQ(check("/dev/null", of_nothing), 1);
+}
+
+// A session leader without a terminal would get a stranger's, and SIGHUP when that is closed.
+TEST_P(digest, of_a_terminal_does_not_make_it_the_controlling_one)
+{
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    ASSERT_EQ(::unlockpt(terminal), 0);
+    const std::string slave = ::ptsname(terminal);
+    const int other_end = ::open(slave.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    ASSERT_EQ(::write(terminal, "\x04", 1), 1); // the end of its input
+    const pid_t leader = ::fork();
+    if (leader == 0) {
+        const bool is_read = ::setsid() > 0 && check(slave, of_nothing) == 1;
+        ::_exit(is_read && ::open("/dev/tty", O_RDWR | O_CLOEXEC) < 0 ? 0 : 1);
+    }
+    int status = 0;
+    ::waitpid(leader, &status, 0);
+    EXPECT_EQ(status, 0);
+    ::close(other_end);
+    ::close(terminal);
 }
 
 namespace {
