@@ -15,8 +15,10 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 // Digests of contents: the examples that the algorithms were published with, and sizes around those
@@ -243,7 +245,9 @@ TEST_P(digest, is_of_a_file_with_any_name_of_a_link_and_of_a_device)
 // A session leader without a terminal would get a stranger's, and SIGHUP when that is closed.
 TEST_P(digest, of_a_terminal_does_not_make_it_the_controlling_one)
 {
-    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    machine.directory("/dev/pts");
+    ASSERT_EQ(::mount("devpts", "/dev/pts", "devpts", 0, "ptmxmode=600"), 0);
+    const int terminal = ::open("/dev/pts/ptmx", O_RDWR | O_NOCTTY | O_CLOEXEC);
     ASSERT_EQ(::unlockpt(terminal), 0);
     const std::string slave = ::ptsname(terminal);
     const int other_end = ::open(slave.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
@@ -251,13 +255,14 @@ TEST_P(digest, of_a_terminal_does_not_make_it_the_controlling_one)
     const pid_t leader = ::fork();
     if (leader == 0) {
         const bool is_read = ::setsid() > 0 && check(slave, of_nothing) == 1;
-        ::_exit(is_read && ::open("/dev/tty", O_RDWR | O_CLOEXEC) < 0 ? 0 : 1);
+        ::_exit(is_read && ::tcgetsid(other_end) < 0 ? 0 : 1);
     }
     int status = 0;
     ::waitpid(leader, &status, 0);
     EXPECT_EQ(status, 0);
     ::close(other_end);
     ::close(terminal);
+    ::umount("/dev/pts");
 }
 
 namespace {
