@@ -483,7 +483,6 @@ std::vector<fallible_function> stream_functions()
         FALLIBLE_BY("__getdelim", delimited, fails_in_stream<-1>, {EIO, ENOMEM, EINTR}),
         FALLIBLE(getline, fails_in_stream<-1>, {EIO, ENOMEM, EINTR}),
         FALLIBLE(fwrite, fails_in_stream<0>, {EIO}),
-        FALLIBLE(fputs, fails_in_stream<EOF>, {EIO}),
         FALLIBLE(fputc, fails_in_stream<EOF>, {EIO}),
         FALLIBLE(puts, fails<EOF>, {EIO}),
         FALLIBLE(fflush, fails_in_stream<EOF>, {EIO}),
@@ -670,6 +669,10 @@ const std::set<std::string> infallible_functions = {
     "ERR_pop_to_mark", "ERR_set_mark", "gpgme_set_armor", "gpgme_set_io_cbs",
     // Is called as often as gpg reads and writes, which is different each time.
     "poll",
+    // A signal that is blocked can always be raised.
+    "raise",
+    // Print to a standard error that the program has used, which no case has done.
+    "__swprintf_chk", "fputs", "fputws",
     // Release it.
     "free", "freeifaddrs", "posix_spawn_file_actions_destroy", "posix_spawnattr_destroy",
     "blkid_free_probe", "cJSON_Delete", "cJSON_free", "g_clear_error", "g_free", "g_key_file_free",

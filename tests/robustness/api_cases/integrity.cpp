@@ -349,7 +349,7 @@ void signed_empty_file(constructed_machine &machine)
 void signed_long_file(constructed_machine &machine)
 {
     user_with_key_store(machine);
-    built_in_key_signs(machine, std::string(4097, 'x'), {"--sign"});
+    built_in_key_signs(machine, std::string(4097, 'x'), {"--compress-algo", "none", "--sign"});
 }
 
 void altered_file(constructed_machine &machine)
@@ -614,6 +614,8 @@ api_case_list gpg_cases()
                 verify_case("no_file", user_with_key_store, ORVANE_GPG_FILE_UNREADABLE),
                 {f, "text", user_with_key_store, with_new_keyring<encrypt>, "0, a message", lost, 0,
                  whatever_gpg_uses},
+                {f, "long", user_with_key_store,
+                 [] { return encrypted(std::string(5000, 'x').c_str()); }, "0, a message", lost},
                 {f, "without_standard_descriptors", user_with_key_store,
                  without_descriptors<encrypt, 0, 1, 2>, "0, a message", lost},
                 encrypt_case(
