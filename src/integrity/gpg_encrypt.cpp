@@ -63,37 +63,41 @@ void store_message(gpgme_data_t output, char **message, unsigned int *length) no
         store_data(output, static_cast<std::size_t>(size), 1, message, length);
 }
 
+int encrypt_text(const char *text, char **message, unsigned int *length) noexcept
+{
+    const std::time_t now = ::time(nullptr);
+    gpg_session gpg;
+    gpg.context = new_gpg_context();
+    if (!gpg.context)
+        return ORVANE_GPG_NO_CONTEXT;
+    ::gpgme_set_armor(gpg.context.get(), 1);
+    gpg.input = data_of_text(text, gpg.input_bytes);
+    if (!gpg.input)
+        return ORVANE_GPG_TEXT_NOT_TAKEN;
+    gpg.output = new_message();
+    if (!gpg.output)
+        return ORVANE_GPG_NO_OUTPUT;
+
+    import_builtin_key(gpg.context.get());
+    gpgme_key_t recipients[] = {find_builtin_key(gpg.context.get()), nullptr};
+    if (recipients[0] == nullptr)
+        return code_of_missing_key(now);
+    if (encrypt(gpg, recipients) != 0)
+        return ORVANE_GPG_ENCRYPT_FAILED;
+    if (is_refused(gpg.context.get()))
+        return ORVANE_GPG_KEY_MISSING;
+
+    if (message != nullptr)
+        store_message(gpg.output.get(), message, length);
+    return ORVANE_OK;
+}
+
 } // namespace
 
 } // namespace orvane
 
 extern "C" int gpg_encrypt(const char *text, char **message, unsigned int *length)
 {
-    const std::time_t now = ::time(nullptr);
-    if (orvane::is_secure_execution())
-        return ORVANE_GPG_NO_CONTEXT;
-    orvane::gpg_session gpg;
-    gpg.context = orvane::new_gpg_context();
-    if (!gpg.context)
-        return ORVANE_GPG_NO_CONTEXT;
-    ::gpgme_set_armor(gpg.context.get(), 1);
-    gpg.input = orvane::data_of_text(text, gpg.input_bytes);
-    if (!gpg.input)
-        return ORVANE_GPG_TEXT_NOT_TAKEN;
-    gpg.output = orvane::new_message();
-    if (!gpg.output)
-        return ORVANE_GPG_NO_OUTPUT;
-
-    orvane::import_builtin_key(gpg.context.get());
-    gpgme_key_t recipients[] = {orvane::find_builtin_key(gpg.context.get()), nullptr};
-    if (recipients[0] == nullptr)
-        return orvane::code_of_missing_key(now);
-    if (orvane::encrypt(gpg, recipients) != 0)
-        return ORVANE_GPG_ENCRYPT_FAILED;
-    if (orvane::is_refused(gpg.context.get()))
-        return ORVANE_GPG_KEY_MISSING;
-
-    if (message != nullptr)
-        orvane::store_message(gpg.output.get(), message, length);
-    return ORVANE_OK;
+    return orvane::is_secure_execution() ? ORVANE_GPG_NO_CONTEXT
+                                         : orvane::encrypt_text(text, message, length);
 }

@@ -28,12 +28,10 @@ gpgme_error_t gpg_operation::wait(gpgme_error_t started) noexcept
 {
     if (started != 0)
         return started;
-    while (!is_done_) {
-        if (retry_on_eintr([this] { return ::poll(pipes_, most_pipes, no_time_limit); }) < 0)
-            return gpgme_error(GPG_ERR_GENERAL);
+    while (!is_done_ &&
+           retry_on_eintr([this] { return ::poll(pipes_, most_pipes, no_time_limit); }) >= 0)
         serve_pipes();
-    }
-    return error_;
+    return is_done_ ? error_ : gpgme_error(GPG_ERR_GENERAL);
 }
 
 // To serve one may remove others, or add some.
@@ -52,12 +50,12 @@ gpgme_error_t gpg_operation::add_pipe(void *self, int fd, int is_input, gpgme_io
     int at = 0;
     while (at < most_pipes && operation.pipes_[at].fd != no_pipe)
         ++at;
-    if (at == most_pipes)
-        return gpgme_error(GPG_ERR_ENOMEM);
-    operation.pipes_[at] = {fd, static_cast<short>(is_input != 0 ? POLLIN : POLLOUT), 0};
-    operation.handlers_[at] = {&operation, serve, data};
-    *tag = &operation.handlers_[at];
-    return 0;
+    if (at < most_pipes) {
+        operation.pipes_[at] = {fd, static_cast<short>(is_input != 0 ? POLLIN : POLLOUT), 0};
+        operation.handlers_[at] = {&operation, serve, data};
+        *tag = &operation.handlers_[at];
+    }
+    return at < most_pipes ? 0 : gpgme_error(GPG_ERR_ENOMEM);
 }
 
 void gpg_operation::remove_pipe(void *tag) noexcept

@@ -129,38 +129,42 @@ void store_content(gpgme_data_t output, char **content, unsigned int *length) no
     store_data(output, static_cast<std::size_t>(size), 0, content, length);
 }
 
+int verify_file(const char *path, char **content, unsigned int *length) noexcept
+{
+    gpg_session gpg;
+    gpg.context = new_gpg_context();
+    if (!gpg.context)
+        return ORVANE_GPG_NO_CONTEXT;
+    gpg.input = data_of_file(path, gpg.input_bytes);
+    if (!gpg.input)
+        return ORVANE_GPG_FILE_UNREADABLE;
+    gpg.output = new_content();
+    if (!gpg.output)
+        return ORVANE_GPG_NO_OUTPUT;
+
+    import_builtin_key(gpg.context.get());
+    if (verify(gpg) != 0)
+        return ORVANE_GPG_VERIFY_FAILED;
+    const auto *const signatures = signatures_of(gpg.context.get());
+    if (signatures == nullptr)
+        return ORVANE_GPG_NO_SIGNATURE;
+    // The first signature alone decides whether the file is intact.
+    if (const int code = code_of(*signatures); code != ORVANE_OK)
+        return code;
+    if (!are_by_builtin_key(signatures))
+        return ORVANE_GPG_OTHER_SIGNER;
+
+    if (content != nullptr)
+        store_content(gpg.output.get(), content, length);
+    return ORVANE_OK;
+}
+
 } // namespace
 
 } // namespace orvane
 
 extern "C" int gpg_verify(const char *path, char **content, unsigned int *length)
 {
-    if (orvane::is_secure_execution())
-        return ORVANE_GPG_NO_CONTEXT;
-    orvane::gpg_session gpg;
-    gpg.context = orvane::new_gpg_context();
-    if (!gpg.context)
-        return ORVANE_GPG_NO_CONTEXT;
-    gpg.input = orvane::data_of_file(path, gpg.input_bytes);
-    if (!gpg.input)
-        return ORVANE_GPG_FILE_UNREADABLE;
-    gpg.output = orvane::new_content();
-    if (!gpg.output)
-        return ORVANE_GPG_NO_OUTPUT;
-
-    orvane::import_builtin_key(gpg.context.get());
-    if (orvane::verify(gpg) != 0)
-        return ORVANE_GPG_VERIFY_FAILED;
-    const auto *const signatures = orvane::signatures_of(gpg.context.get());
-    if (signatures == nullptr)
-        return ORVANE_GPG_NO_SIGNATURE;
-    // The first signature alone decides whether the file is intact.
-    if (const int code = orvane::code_of(*signatures); code != ORVANE_OK)
-        return code;
-    if (!orvane::are_by_builtin_key(signatures))
-        return ORVANE_GPG_OTHER_SIGNER;
-
-    if (content != nullptr)
-        orvane::store_content(gpg.output.get(), content, length);
-    return ORVANE_OK;
+    return orvane::is_secure_execution() ? ORVANE_GPG_NO_CONTEXT
+                                         : orvane::verify_file(path, content, length);
 }
