@@ -721,7 +721,9 @@ ORVANE_API ORVANE_VERDICT int is_huawei_9x0(void);
  *               directory cannot, or libcrypto fails
  * Reads:    the file; the digest is OpenSSL libcrypto's. A read that a signal
  *           handler interrupts counts as failed.
- * Waits:    for a pipe or device, as long as that has more to come.
+ * Waits:    for a pipe or device, as long as that has more to come, and for a
+ *           process that has a lease on the file. A sparse file may be longer than
+ *           any disk.
  * Threads:  safe.
  *
  * MD5 and SHA-1 detect an accident, not an attack.
@@ -1132,9 +1134,11 @@ ORVANE_API unsigned int _os_get_version(void);
  *
  * The log keeps no call waiting. A log that is a FIFO without a reader, or any
  * other file that cannot be opened at once, is not opened; a FIFO that is full
- * loses the line. Where others than root and the caller (its effective user) may write
+ * loses the line. A message waits where standard error is a full pipe or a
+ * terminal that takes nothing. Where others than root and the caller (its effective user) may write
  * the directory, a log that is a symbolic link, no regular file, or a file with
- * several names counts as not opened, and nothing is made or written behind it.
+ * several names counts as not opened, and nothing is made or written behind it,
+ * as long as the kernel's fs.protected_hardlinks is 1.
  *
  * format:  as for printf(), with its arguments; "%m" is the caller's errno.
  * Returns: 1   the log could be opened, even if the write then failed

@@ -672,7 +672,7 @@ const std::set<std::string> infallible_functions = {
     // A signal that is blocked can always be raised.
     "raise",
     // Print to a standard error that the program has used, which no case has done.
-    "__swprintf_chk", "fputs", "fputws",
+    "__swprintf_chk", "swprintf", "fputs", "fputws",
     // Release it.
     "free", "freeifaddrs", "posix_spawn_file_actions_destroy", "posix_spawnattr_destroy",
     "blkid_free_probe", "cJSON_Delete", "cJSON_free", "g_clear_error", "g_free", "g_key_file_free",
