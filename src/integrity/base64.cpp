@@ -70,33 +70,12 @@ char *encode_piece(const unsigned char *data, std::size_t size, char *text) noex
     return text + written->length;
 }
 
-// Decodes `length` characters into at most `capacity` bytes. Returns what BIO_read() returned: 0 or
-// less when nothing can be decoded.
-int decode_one_line(const char *text, int length, void *buffer, int capacity) noexcept
+std::size_t pads_behind(std::string_view text) noexcept
 {
-    const bio_chain chain = one_line_base64(bio_chain(::BIO_new_mem_buf(text, length)));
-    return chain ? ::BIO_read(chain.get(), buffer, capacity) : -1;
-}
-
-// Decodes more characters than the text has, none of which is read: zero bytes stand for the
-// terminator and what is counted behind it. The decoder takes groups of four, so more than a group
-// of them makes no difference.
-int decode_past_terminator(std::string_view text, int length, void *buffer) noexcept
-{
-    const std::size_t counted =
-        text.size() + std::min<std::size_t>(static_cast<std::size_t>(length) - text.size(), 4);
-    const heap_text copy(static_cast<char *>(::calloc(counted, 1)));
-    if (!copy)
-        return -1;
-    std::copy(text.begin(), text.end(), copy.get());
-    return decode_one_line(copy.get(), static_cast<int>(counted), buffer, length);
-}
-
-std::string_view without_pads(std::string_view text) noexcept
-{
-    for (int pads = 0; pads < 2 && !text.empty() && text.back() == '='; ++pads)
-        text.remove_suffix(1);
-    return text;
+    std::size_t pads = 0;
+    while (pads < 2 && pads < text.size() && text[text.size() - 1 - pads] == '=')
+        ++pads;
+    return pads;
 }
 
 // Sixteen characters at a time, so that the test costs a small part of the decoding.
@@ -116,14 +95,84 @@ bool is_unpadded_base64(std::string_view text) noexcept
     return is_all;
 }
 
+// The pads behind it included.
+bool is_plain_base64(std::string_view text) noexcept
+{
+    return text.size() % 4 == 0 &&
+           is_unpadded_base64(text.substr(0, text.size() - pads_behind(text)));
+}
+
 int check_base64(std::string_view text) noexcept
 {
     if (text.size() % 4 != 0)
         return ORVANE_BASE64_LENGTH;
-    if (is_unpadded_base64(without_pads(text)))
+    if (is_plain_base64(text))
         return ORVANE_OK;
     return std::all_of(text.begin(), text.end(), is_base64) ? ORVANE_BASE64_PADDING
                                                             : ORVANE_BASE64_CHARACTER;
+}
+
+// Every release of libcrypto decodes plain base64 alike. What callers stored of all else is what
+// OpenSSL 3.0 gives: newer releases take blanks inside the text, and refuse pads that 3.0 takes. So
+// nothing but plain base64 is left to libcrypto.
+//
+// Returns what BIO_read() returned, -1 where there is no memory.
+int decode_plain(std::string_view text, void *data) noexcept
+{
+    const bio_chain chain =
+        one_line_base64(bio_chain(::BIO_new_mem_buf(text.data(), static_cast<int>(text.size()))));
+    return chain ? ::BIO_read(chain.get(), data, static_cast<int>(text.size() / 4 * 3)) : -1;
+}
+
+// OpenSSL 3.0 reads blocks of this many characters, and judges each on its own.
+constexpr std::size_t block_characters = 1024;
+
+// The characters of a text that a length counts, in whole groups. Zero bytes stand for what is
+// counted behind the text; a group of them spoils its block.
+std::string_view counted_groups(std::string_view text, int length) noexcept
+{
+    const auto counted = static_cast<std::size_t>(std::max(length, 0)) / 4 * 4;
+    const bool has_zeros = counted > text.size();
+    return text.substr(0, has_zeros ? text.size() / block_characters * block_characters : counted);
+}
+
+// Tabs may stand in front of a block, and tabs and hyphens behind it.
+std::string_view trimmed_block(std::string_view block) noexcept
+{
+    block.remove_prefix(std::min(block.find_first_not_of('\t'), block.size()));
+    while (block.size() > 3 && (block.back() == '\t' || block.back() == '-'))
+        block.remove_suffix(1);
+    return block;
+}
+
+// A pad stands for zero bits wherever it is; those behind the block leave out their bytes.
+int decode_block(std::string_view block, unsigned char *data) noexcept
+{
+    const std::string_view trimmed = trimmed_block(block);
+    if (trimmed.size() % 4 != 0 || !std::all_of(trimmed.begin(), trimmed.end(), is_base64))
+        return 0;
+    char groups[block_characters];
+    char *const end = std::replace_copy(trimmed.begin(), trimmed.end(), groups, '=', 'A');
+    const int count = decode_plain({groups, static_cast<std::size_t>(end - groups)}, data);
+    return count - static_cast<int>(pads_behind(block));
+}
+
+// Up to the first block that gives nothing. Less than 0 where there is no memory.
+int decode_blocks(std::string_view text, unsigned char *data) noexcept
+{
+    text.remove_suffix(text.size() % 4);
+    if (is_plain_base64(text))
+        return decode_plain(text, data);
+    int decoded = 0;
+    while (!text.empty()) {
+        const std::string_view block = text.substr(0, block_characters);
+        const int count = decode_block(block, data + decoded);
+        if (count <= 0)
+            return count < 0 ? count : decoded;
+        decoded += count;
+        text.remove_prefix(block.size());
+    }
+    return decoded;
 }
 
 bool is_layout(char c) noexcept
@@ -171,9 +220,7 @@ extern "C" int base64_decode(const char *text, int length, void *data, unsigned 
     const std::string_view whole(text);
     if (const int code = orvane::check_base64(whole); code != ORVANE_OK)
         return code;
-    const bool is_longer = length > 0 && static_cast<std::size_t>(length) > whole.size();
-    const int count = is_longer ? orvane::decode_past_terminator(whole, length, data)
-                                : orvane::decode_one_line(text, length, data, length);
+    const int count = orvane::decode_plain(orvane::counted_groups(whole, length), data);
     // A count of 0 or less is stored as it is, with ORVANE_OK: callers look at the count.
     *size = static_cast<unsigned int>(count);
     return ORVANE_OK;
@@ -194,7 +241,6 @@ extern "C" unsigned char *base64_decode_clean(const char *text, int *size)
     orvane::heap_bytes decoded(static_cast<unsigned char *>(::malloc(capacity)));
     if (!decoded)
         return nullptr;
-    *size = orvane::decode_one_line(cleaned.get(), static_cast<int>(length), decoded.get(),
-                                    static_cast<int>(capacity));
+    *size = orvane::decode_blocks({cleaned.get(), length}, decoded.get());
     return *size > 0 ? decoded.release() : nullptr;
 }
