@@ -22,6 +22,7 @@ void gpg_operation::attach_to(gpgme_ctx_t context) noexcept
 {
     gpgme_io_cbs callbacks = {add_pipe, this, remove_pipe, take_event, this};
     ::gpgme_set_io_cbs(context, &callbacks);
+    is_done_ = false;
 }
 
 gpgme_error_t gpg_operation::wait(gpgme_error_t started) noexcept

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 namespace orvane {
 
@@ -79,12 +80,86 @@ gpgme_error_t verify(gpg_session &gpg) noexcept
         ::gpgme_op_verify_start(gpg.context.get(), gpg.input.get(), nullptr, gpg.output.get()));
 }
 
+gpgme_error_t decrypt_and_verify(gpg_session &gpg) noexcept
+{
+    if (gpg.input_bytes <= least_pipe_bytes)
+        return ::gpgme_op_decrypt_verify(gpg.context.get(), gpg.input.get(), gpg.output.get());
+    gpg.operation.attach_to(gpg.context.get());
+    return gpg.operation.wait(
+        ::gpgme_op_decrypt_verify_start(gpg.context.get(), gpg.input.get(), gpg.output.get()));
+}
+
 using signature = _gpgme_signature;
 
 const signature *signatures_of(gpgme_ctx_t context) noexcept
 {
     const auto *const result = ::gpgme_op_verify_result(context);
     return result != nullptr ? result->signatures : nullptr;
+}
+
+bool are_without_error(const signature *made) noexcept
+{
+    while (made != nullptr && ::gpgme_err_code(made->status) == GPG_ERR_NO_ERROR)
+        made = made->next;
+    return made == nullptr;
+}
+
+// What gpg reports of the file, beside what GPGME makes of it.
+struct gpg_report {
+    bool is_unsigned = false;
+    bool is_of_another_form = false;
+    bool has_failed = false;
+};
+
+gpgme_error_t take_status(void *handle, const char *keyword, const char *arguments) noexcept
+{
+    auto &report = *static_cast<gpg_report *>(handle);
+    const std::string_view status(keyword);
+    const std::string_view reason(arguments);
+    if (status == "NODATA" && reason == "4")
+        report.is_unsigned = true;
+    else if (status == "UNEXPECTED" && reason == "0")
+        report.is_of_another_form = true;
+    else if (status == "FAILURE")
+        report.has_failed = true;
+    return 0;
+}
+
+void report_to(gpg_report &report, gpgme_ctx_t context) noexcept
+{
+    ::gpgme_set_ctx_flag(context, "full-status", "1");
+    ::gpgme_set_status_cb(context, take_status, &report);
+}
+
+// Both are run where gpg finds out what a file is, as in Debian 12.
+int find_signatures_inside(gpg_session &gpg) noexcept
+{
+    gpg_report report;
+    report_to(report, gpg.context.get());
+    gpg.output = new_content();
+    if (!gpg.output || ::gpgme_data_seek(gpg.input.get(), 0, SEEK_SET) != 0)
+        return ORVANE_GPG_VERIFY_FAILED;
+    const gpgme_error_t error = decrypt_and_verify(gpg);
+    const bool is_damaged =
+        ::gpgme_err_code(error) == GPG_ERR_BAD_DATA && !report.is_of_another_form;
+    return is_damaged ? ORVANE_GPG_VERIFY_FAILED : ORVANE_OK;
+}
+
+// GPGME 1.18 leaves gpg to find out what a file is. GPGME 1.24 has it run with --verify, which
+// takes an unsigned file for an error, opens no encrypted one, and passes over signatures without
+// content that the former reports.
+int find_signatures(gpg_session &gpg) noexcept
+{
+    gpg_report report;
+    report_to(report, gpg.context.get());
+    const gpgme_error_t error = verify(gpg);
+    const signature *const found = signatures_of(gpg.context.get());
+    const bool is_passed_over = report.is_of_another_form
+                                    ? found == nullptr
+                                    : error == 0 && report.has_failed && are_without_error(found);
+    if (is_passed_over)
+        return find_signatures_inside(gpg);
+    return error == 0 || report.is_unsigned ? ORVANE_OK : ORVANE_GPG_VERIFY_FAILED;
 }
 
 int code_of(const signature &first) noexcept
@@ -143,8 +218,8 @@ int verify_file(const char *path, char **content, unsigned int *length) noexcept
         return ORVANE_GPG_NO_OUTPUT;
 
     import_builtin_key(gpg.context.get());
-    if (verify(gpg) != 0)
-        return ORVANE_GPG_VERIFY_FAILED;
+    if (const int code = find_signatures(gpg); code != ORVANE_OK)
+        return code;
     const auto *const signatures = signatures_of(gpg.context.get());
     if (signatures == nullptr)
         return ORVANE_GPG_NO_SIGNATURE;
