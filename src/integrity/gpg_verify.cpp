@@ -104,8 +104,9 @@ bool are_without_error(const signature *made) noexcept
     return made == nullptr;
 }
 
-// What gpg reports of the file, beside what GPGME makes of it.
+// What gpg reports of the file in words of its own.
 struct gpg_report {
+    bool is_damaged = false;
     bool is_unsigned = false;
     bool is_of_another_form = false;
     bool has_failed = false;
@@ -115,9 +116,9 @@ gpgme_error_t take_status(void *handle, const char *keyword, const char *argumen
 {
     auto &report = *static_cast<gpg_report *>(handle);
     const std::string_view status(keyword);
-    const std::string_view reason(arguments);
-    if (status == "NODATA" && reason == "4")
-        report.is_unsigned = true;
+    const std::string_view reason(arguments != nullptr ? arguments : "");
+    if (status == "NODATA")
+        (reason == "4" ? report.is_unsigned : report.is_damaged) = true;
     else if (status == "UNEXPECTED" && reason == "0")
         report.is_of_another_form = true;
     else if (status == "FAILURE")
@@ -131,34 +132,36 @@ void report_to(gpg_report &report, gpgme_ctx_t context) noexcept
     ::gpgme_set_status_cb(context, take_status, &report);
 }
 
-// Both are run where gpg finds out what a file is, as in Debian 12.
-int find_signatures_inside(gpg_session &gpg) noexcept
+// Returns ORVANE_OK also where there is no signature.
+int find_signatures_in_any_form(gpg_session &gpg) noexcept
 {
     gpg_report report;
     report_to(report, gpg.context.get());
     gpg.output = new_content();
     if (!gpg.output || ::gpgme_data_seek(gpg.input.get(), 0, SEEK_SET) != 0)
         return ORVANE_GPG_VERIFY_FAILED;
+    // That a file is not encrypted, or not for the user, is an error to GPGME alone.
     const gpgme_error_t error = decrypt_and_verify(gpg);
-    const bool is_damaged =
+    const bool has_two_contents =
         ::gpgme_err_code(error) == GPG_ERR_BAD_DATA && !report.is_of_another_form;
-    return is_damaged ? ORVANE_GPG_VERIFY_FAILED : ORVANE_OK;
+    const bool is_damaged = report.is_damaged && signatures_of(gpg.context.get()) == nullptr;
+    return has_two_contents || is_damaged ? ORVANE_GPG_VERIFY_FAILED : ORVANE_OK;
 }
 
-// GPGME 1.18 leaves gpg to find out what a file is. GPGME 1.24 has it run with --verify, which
-// takes an unsigned file for an error, opens no encrypted one, and passes over signatures without
-// content that the former reports.
+// GPGME 1.18 lets gpg find out what a file is. GPGME 1.24 runs it with --verify, which takes an
+// unsigned file for an error, opens no encrypted one, and reports no signature without content but
+// that it fails. Callers' stored codes are those of the former, and gpg --decrypt still gives them.
+//
+// Returns ORVANE_OK also where there is no signature.
 int find_signatures(gpg_session &gpg) noexcept
 {
     gpg_report report;
     report_to(report, gpg.context.get());
     const gpgme_error_t error = verify(gpg);
-    const signature *const found = signatures_of(gpg.context.get());
-    const bool is_passed_over = report.is_of_another_form
-                                    ? found == nullptr
-                                    : error == 0 && report.has_failed && are_without_error(found);
-    if (is_passed_over)
-        return find_signatures_inside(gpg);
+    const bool has_silently_failed =
+        error == 0 && report.has_failed && are_without_error(signatures_of(gpg.context.get()));
+    if (report.is_of_another_form || has_silently_failed)
+        return find_signatures_in_any_form(gpg);
     return error == 0 || report.is_unsigned ? ORVANE_OK : ORVANE_GPG_VERIFY_FAILED;
 }
 

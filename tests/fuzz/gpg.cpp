@@ -126,6 +126,17 @@ extern "C" void gpgme_release(gpgme_ctx_t /*context*/) {}
 
 extern "C" void gpgme_set_armor(gpgme_ctx_t /*context*/, int /*yes*/) {}
 
+extern "C" gpgme_error_t gpgme_set_ctx_flag(gpgme_ctx_t /*context*/, const char * /*name*/,
+                                            const char * /*value*/)
+{
+    return 0;
+}
+
+extern "C" void gpgme_set_status_cb(gpgme_ctx_t /*context*/, gpgme_status_cb_t /*take*/,
+                                    void * /*handle*/)
+{
+}
+
 extern "C" gpgme_error_t gpgme_op_import(gpgme_ctx_t /*context*/, gpgme_data_t /*key*/)
 {
     return 0;

@@ -616,6 +616,8 @@ std::vector<fallible_function> gpg_functions()
         FALLIBLE(gpgme_op_import, gpg_fails, {GPG_ERR_GENERAL}),
         FALLIBLE(gpgme_op_verify, gpg_fails, {GPG_ERR_NO_DATA}),
         FALLIBLE(gpgme_op_verify_start, gpg_fails, {GPG_ERR_NO_DATA}),
+        FALLIBLE(gpgme_op_decrypt_verify, gpg_fails, {GPG_ERR_NO_DATA}),
+        FALLIBLE(gpgme_op_decrypt_verify_start, gpg_fails, {GPG_ERR_NO_DATA}),
         FALLIBLE(gpgme_op_verify_result, fails<nullptr>, {no_errno}),
         FALLIBLE(gpgme_get_key, gpg_fails, {GPG_ERR_EOF}),
         FALLIBLE(gpgme_op_encrypt, gpg_fails, {GPG_ERR_UNUSABLE_PUBKEY}),
@@ -666,7 +668,8 @@ const std::set<std::string> infallible_functions = {
     "strrchr", "strsep", "strspn", "strstr", "strtok_r", "strtol", "strtoul", "tolower", "toupper",
     "ungetc", "versionsort", "g_key_file_has_group", "g_key_file_has_key", "g_strrstr",
     "g_unichar_to_utf8", "g_utf8_get_char_validated", "BIO_f_base64", "BIO_s_mem", "BIO_set_flags",
-    "ERR_pop_to_mark", "ERR_set_mark", "gpgme_set_armor", "gpgme_set_io_cbs",
+    "ERR_pop_to_mark", "ERR_set_mark", "gpgme_set_armor", "gpgme_set_ctx_flag", "gpgme_set_io_cbs",
+    "gpgme_set_status_cb",
     // Is called as often as gpg reads and writes, which is different each time.
     "poll",
     // A signal that is blocked can always be raised.

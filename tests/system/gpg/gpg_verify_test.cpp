@@ -47,6 +47,18 @@ std::string by_unknown_other(gpg_machine &on, const texts &options)
     return on.written_by_gpg("hello\n", options);
 }
 
+// More than a pipe holds.
+std::string large_content()
+{
+    return std::string(100000, 'x');
+}
+
+// To which the signers alone have the private half.
+texts to_builtin_key(gpg_machine &on)
+{
+    return {"--trust-model", "always", "--compress-algo", "none", "-r", on.fingerprint()};
+}
+
 const refused_file refused_files[] = {
     {{"an_unknown_signer"},
      [](gpg_machine &on) {
@@ -107,6 +119,28 @@ const refused_file refused_files[] = {
     {{"a_detached_signature"},
      [](gpg_machine &on) { return on.signed_file("hello\n", {"--detach-sign"}); },
      ORVANE_GPG_SIGNATURE_RED},
+    {{"an_armoured_detached_signature"},
+     [](gpg_machine &on) {
+         return on.signed_file("hello\n", {"--armor", "--detach-sign"});
+     },
+     ORVANE_GPG_SIGNATURE_RED},
+    {{"a_detached_signature_of_another_signer"},
+     [](gpg_machine &on) {
+         return by_known_other(on, {"-u", "other", "--detach-sign"});
+     },
+     ORVANE_GPG_SIGNATURE_RED},
+    {{"a_detached_signature_of_an_unknown_signer"},
+     [](gpg_machine &on) {
+         return by_unknown_other(on, {"-u", "other", "--detach-sign"});
+     },
+     ORVANE_GPG_KEY_MISSING},
+    {{"a_detached_signature_of_another_signer_before_a_signed_file"},
+     [](gpg_machine &on) {
+         const std::string detached =
+             on.machine.content(by_known_other(on, {"-u", "other", "--detach-sign"}));
+         return file_with(on, detached + on.machine.content(on.signed_file()));
+     },
+     ORVANE_GPG_OTHER_SIGNER},
     {{"a_truncated_signature"},
      [](gpg_machine &on) {
          const std::string content = signed_uncompressed(on);
@@ -133,18 +167,42 @@ const refused_file refused_files[] = {
     {{"an_unsigned_file"},
      [](gpg_machine &on) { return on.written_by_gpg("hello\n", {"--store"}); },
      ORVANE_GPG_NO_SIGNATURE},
-    {{"an_encrypted_file"},
+    {{"a_large_unsigned_file"},
      [](gpg_machine &on) {
-         return on.written_by_gpg("hello\n",
-                                  {"--trust-model", "always", "-r", on.fingerprint(), "--encrypt"});
+         return on.written_by_gpg(large_content(), {"--compress-algo", "none", "--store"});
      },
      ORVANE_GPG_NO_SIGNATURE},
-    {{"an_encrypted_signed_file"},
+    {{"an_unsigned_empty_file"},
+     [](gpg_machine &on) { return on.written_by_gpg("", {"--store"}); },
+     ORVANE_GPG_NO_SIGNATURE},
+    {{"a_public_key"},
      [](gpg_machine &on) {
-         return on.signed_file(
-             "hello\n", {"--trust-model", "always", "-r", on.fingerprint(), "--sign", "--encrypt"});
+         on.signers().gpg({"--output", "/srv/key", "--export", on.fingerprint()});
+         return std::string("/srv/key");
      },
      ORVANE_GPG_NO_SIGNATURE},
+    {{"a_file_encrypted_to_another"},
+     [](gpg_machine &on) {
+         return on.written_by_gpg("hello\n", texts{"--encrypt"} + to_builtin_key(on));
+     },
+     ORVANE_GPG_NO_SIGNATURE},
+    {{"a_large_file_encrypted_to_another"},
+     [](gpg_machine &on) {
+         return on.written_by_gpg(large_content(), texts{"--encrypt"} + to_builtin_key(on));
+     },
+     ORVANE_GPG_NO_SIGNATURE},
+    {{"a_signed_file_encrypted_to_another"},
+     [](gpg_machine &on) {
+         return on.signed_file("hello\n", texts{"--sign", "--encrypt"} + to_builtin_key(on));
+     },
+     ORVANE_GPG_NO_SIGNATURE},
+    {{"a_truncated_encrypted_file"},
+     [](gpg_machine &on) {
+         const std::string content = on.machine.content(
+             on.written_by_gpg("hello\n", texts{"--encrypt"} + to_builtin_key(on)));
+         return file_with(on, content.substr(0, content.size() / 2));
+     },
+     ORVANE_GPG_VERIFY_FAILED},
     {{"plain_text"},
      [](gpg_machine &on) { return file_with(on, "hello\n"); },
      ORVANE_GPG_VERIFY_FAILED},
@@ -253,6 +311,30 @@ TEST_F(gpg_verification, accepts_two_signatures_of_the_built_in_key)
     const std::string not_the_last = once.substr(0, 14) + std::string(1, '\0');
     EXPECT_EQ(verify(file_with(*this, not_the_last + once + once.substr(content_end))),
               stored("hello\n"));
+}
+
+TEST_F(gpg_verification, accepts_a_detached_signature_of_nothing)
+{
+    EXPECT_EQ(verify(signed_file("", {"--detach-sign"})), stored(""));
+}
+
+TEST_F(gpg_verification, judges_what_is_in_a_file_that_is_encrypted_to_the_user)
+{
+    user.gpg({"--passphrase", "", "--quick-generate-key", "reader", "rsa2048", "sign,cert,encr"});
+    user.gpg({"--output", "/srv/reader", "--export", "reader"});
+    signers().gpg({"--import", "/srv/reader"});
+    make_other_key();
+    import_for_user("other");
+    const texts to_reader = {"--trust-model", "always",   "--compress-algo", "none", "-r",
+                             "reader",        "--encrypt"};
+    EXPECT_EQ(verify(signed_file("hello\n", to_reader + texts{"--sign"})), stored("hello\n"));
+    EXPECT_EQ(verify(signed_file(large_content(), to_reader + texts{"--sign"})), null_stored());
+    EXPECT_EQ(verify(written_by_gpg("hello\n", to_reader + texts{"-u", "other", "--sign"})),
+              nothing_stored(ORVANE_GPG_OTHER_SIGNER));
+    EXPECT_EQ(verify(written_by_gpg("hello\n", to_reader)),
+              nothing_stored(ORVANE_GPG_NO_SIGNATURE));
+    EXPECT_EQ(verify(written_by_gpg(large_content(), to_reader)),
+              nothing_stored(ORVANE_GPG_NO_SIGNATURE));
 }
 
 // The content.

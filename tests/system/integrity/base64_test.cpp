@@ -221,10 +221,16 @@ TEST(base64_decoding, reads_nothing_behind_the_terminator)
         {"", 4, ""},
         {"YWJjZGVm", 1000000000, ""},
         {"", INT_MAX, ""},
+        // A block of 1024 characters is decoded where the length counts none behind it.
+        {repeated("YWJj", 255), 1024, ""},
+        {repeated("YWJj", 256), 1027, repeated("abc", 256)},
+        {repeated("YWJj", 256), 1028, repeated("abc", 256)},
+        {repeated("YWJj", 257), 1032, repeated("abc", 256)},
+        {repeated("YWJj", 511) + "YWI=", INT_MAX, repeated("abc", 511) + "ab"},
     };
     for (const auto &[text, length, bytes] : decodings) {
         const guarded_text guarded(text);
-        decoding result(8);
+        decoding result(text.size() + 8);
         EXPECT_EQ(base64_decode(guarded.data(), length, result.buffer.data(), &result.length), 0);
         EXPECT_TRUE(result.stored(bytes)) << text << ", " << length;
     }
