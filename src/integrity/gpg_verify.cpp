@@ -109,7 +109,6 @@ struct gpg_report {
     bool is_damaged = false;
     bool is_of_another_form = false; // than content with signatures
     bool has_two_contents = false;
-    bool is_locked = false;
     bool has_failed = false;
 };
 
@@ -124,8 +123,6 @@ gpgme_error_t take_status(void *handle, const char *keyword, const char *argumen
         report.is_of_another_form = true;
     else if (status == "ERROR" && reason.starts_with("proc_pkt.plaintext "))
         report.has_two_contents = true;
-    else if (status == "DECRYPTION_FAILED")
-        report.is_locked = true;
     else if (status == "FAILURE")
         report.has_failed = true;
     return 0;
@@ -147,11 +144,8 @@ int find_signatures_in_any_form(gpg_session &gpg) noexcept
         return ORVANE_GPG_VERIFY_FAILED;
     // GPGME's error says no more than that the file is not encrypted, or not for the user.
     static_cast<void>(decrypt_and_verify(gpg));
-    const bool is_damaged = report.is_damaged || (report.has_failed && !report.is_locked);
-    const bool is_without_signature = signatures_of(gpg.context.get()) == nullptr;
-    return report.has_two_contents || (is_damaged && is_without_signature)
-               ? ORVANE_GPG_VERIFY_FAILED
-               : ORVANE_OK;
+    const bool is_damaged = report.is_damaged && signatures_of(gpg.context.get()) == nullptr;
+    return is_damaged || report.has_two_contents ? ORVANE_GPG_VERIFY_FAILED : ORVANE_OK;
 }
 
 // GPGME 1.18 lets gpg find out what a file is. GPGME 1.24 runs it with --verify, which takes an
