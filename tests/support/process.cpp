@@ -151,7 +151,7 @@ void leave_inherited_descriptors()
     while (empty <= STDERR_FILENO)
         empty = ::open("/dev/null", O_RDWR); // NOLINT(cppcoreguidelines-pro-type-vararg)
     ::dup2(empty, STDIN_FILENO);
-    ::syscall(SYS_close_range, STDERR_FILENO + 1, ~0U, 0U);
+    ::syscall(__NR_close_range, STDERR_FILENO + 1, ~0U, 0U);
 }
 
 constructed_machine::program_result run_program(const std::vector<std::string> &command,
