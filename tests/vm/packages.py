@@ -64,6 +64,12 @@ class Packages:
         found = self.with_exact_dependencies(*development_packages)
         return [name for name in found if re.fullmatch(r"lib.*\d(t64)?", name)]
 
+    @staticmethod
+    def reason(error):
+        """What apt prints first as an error."""
+        reasons = re.findall(r"^E: (.*)", str(error), re.M)
+        return reasons[0] if reasons else str(error)
+
     def fetch(self, packages, development_packages):
         try:
             self.apt("apt-get", "update")
@@ -73,7 +79,7 @@ class Packages:
             kernel = f"linux-image-{self.target.architecture}"
             self.apt("apt-get", "download", *self.with_exact_dependencies(kernel))
         except ToolError as error:
-            raise Missing(f"Debian's packages cannot be had: {error}") from error
+            raise Missing(f"no packages of {self.target}: {self.reason(error)}") from error
         return [
             *(self.folder / "cache/archives").glob("*.deb"),
             *(self.folder / "downloads").glob("*.deb"),

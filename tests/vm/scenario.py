@@ -200,7 +200,7 @@ def load_all(folder, wanted=(), architecture=None):
     names = sorted(path.name for path in folder.iterdir())
     for name in wanted:
         if name not in names:
-            raise ScenarioError(f"no scenario is named '{name}': they are {', '.join(names)}")
+            raise ScenarioError(f"no scenario is named '{name}' in {folder}")
     found = [load(folder / name) for name in dict.fromkeys(wanted) or names]
     if not wanted:
         return [scenario for scenario in found if scenario.is_for(architecture)]
