@@ -47,6 +47,7 @@ ANSWERS_AND_TRACE = "answers and trace"
 SECTIONS = ("hardware", "layout", "picture", "answers", ANSWERS_AND_TRACE)
 KEYWORDS = ("disk", "modules", "cmdline", "systemd", "architecture", "device-tree")
 TRACE = "    trace: "
+STDERR = "    stderr: "
 ALL_DONE = "All queries are done."  # the last line of the probe
 
 
@@ -210,11 +211,38 @@ def load_all(folder, wanted=(), architecture=None):
     return found
 
 
-def expected_answers(scenario):
+def other_words(target):
+    """What the target's tools print on standard error, by Debian 12's words for it."""
+    found = {}
+    is_for_target = False
+    for line in (FOLDER / "words").read_text(encoding="utf-8").splitlines():
+        if line.startswith("["):
+            titles = line.strip("[]").split()
+            is_for_target = target.release in titles or target.architecture in titles
+        elif is_for_target and line.startswith("    "):
+            found[next(reversed(found))].append(line[4:])
+        elif is_for_target and line and not line.startswith("#"):
+            found[line] = []
+    return found
+
+
+def in_other_words(answer, words):
+    """The answer as the target's tools make it; a line that repeats is printed once."""
+    lines = []
+    for line in answer.lines:
+        text = line.removeprefix(STDERR)
+        others = words.get(text) if line.startswith(STDERR) else None
+        found = [line] if others is None else [STDERR + other for other in others]
+        lines += [new for new in found if not (new.startswith(STDERR) and new in lines[-1:])]
+    return Answer(answer.query, lines)
+
+
+def expected_answers(scenario, target):
     """The usual answers that the scenario does not give, and then its own behind its picture."""
     own = scenario.answers()
     answered = {answer.query for answer in own}
     others = [answer for answer in usual().answers() if answer.query not in answered]
     picture = scenario.picture()
     checks = [Answer(check, [check]) for check in picture.checks()] if picture else []
-    return others + checks + own
+    words = other_words(target)
+    return [in_other_words(answer, words) for answer in others + checks + own]
