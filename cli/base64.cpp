@@ -31,7 +31,7 @@ struct converted {
 
     char *allocate(std::size_t capacity)
     {
-        bytes = std::make_unique_for_overwrite<char[]>(capacity);
+        bytes.reset(new char[capacity]);
         return bytes.get();
     }
     void end_line(std::size_t length)

@@ -4,6 +4,7 @@
 // declares subcommands and options; no other includes CLI11, which takes seconds to compile.
 #include "commands.h"
 #include "facts.h"
+#include "help.h"
 #include "output.h"
 
 #include "orvane.h"
@@ -13,12 +14,14 @@
 #include <clocale>
 #include <cstdio>
 #include <cstring>
+#include <deque>
 #include <exception>
 #include <functional>
 #include <memory>
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 #include <fcntl.h>
@@ -26,113 +29,182 @@
 
 namespace {
 
-// Runs the subcommand once the whole command line is parsed.
-using action = std::function<int()>;
+// A subcommand, or the command without one. CLI11 splits the words. What they are examined for and
+// in which order is decided here, because releases of CLI11 differ in that and in their messages.
+struct subcommand {
+    const char *name;
+    CLI::App *parser;
+    const CLI::Option *help_flag;
+    std::function<void()> check_values = [] {};   // before help is printed
+    std::function<void()> check_presence = [] {}; // after it
+    std::function<int()> run = {};
+};
+using subcommands = std::deque<subcommand>;
 
-template <class Options>
-action bound(int (*run)(const Options &), const std::shared_ptr<Options> &options)
+subcommand &declare(const char *name, CLI::App *parser, subcommands &all)
 {
-    return [run, options] { return run(*options); };
+    parser->require_subcommand(0, 1);
+    return all.emplace_back(subcommand{name, parser, parser->add_flag("-h,--help")});
 }
 
-std::string list_of_facts()
+// Given more than once it is refused by check_given_once().
+CLI::Option *add_value(const subcommand &command, const char *name, std::string &value)
 {
-    std::string list = "Facts:\n";
-    for (const fact &known : all_facts()) {
-        std::string line = std::string("  ") + known.name;
-        line.resize(std::max<std::size_t>(line.size() + 1, 30), ' ');
-        list += line + known.description + "\n";
-    }
-    return list;
+    return command.parser->add_option(name, value)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
 }
 
-// Without a subcommand the command shows all facts.
-void add_show(CLI::App &app, action &chosen)
+bool is_set(const CLI::Option *flag)
 {
+    return flag->count() > 0 && flag->as<bool>();
+}
+
+void check_given_once(const CLI::Option *option)
+{
+    if (option->count() > 1)
+        throw usage_error(option->get_name() + ": At Most 1 required but received " +
+                          std::to_string(option->count()));
+}
+
+void check_given(const CLI::Option *option)
+{
+    if (option->count() == 0)
+        throw usage_error(option->get_name() + " is required");
+}
+
+void check_excludes(const CLI::Option *one, const CLI::Option *other)
+{
+    if (one->count() > 0 && other->count() > 0)
+        throw usage_error(one->get_name() + " excludes " + other->get_name());
+}
+
+void miss_subcommand()
+{
+    throw usage_error("A subcommand is required");
+}
+
+void add_show(CLI::App &app, subcommands &all)
+{
+    subcommand &command = declare("show", app.add_subcommand("show"), all);
     const auto options = std::make_shared<show_options>();
-    CLI::App *const command = app.add_subcommand("show", "Show what is known (the default)");
-    CLI::Option *const name =
-        command->add_option("NAME", options->name, "One fact, to print its value alone");
-    command->add_flag("--json", options->json, "Print one JSON object")->excludes(name);
-    name->check(
-        [](const std::string &given) {
-            return find_fact(given) != nullptr ? "" : "unknown fact '" + given + "'";
-        },
-        "");
-    command->footer(list_of_facts());
-    chosen = bound(show, options);
+    const CLI::Option *const name = command.parser->add_option("NAME", options->name);
+    const CLI::Option *const json = command.parser->add_flag("--json");
+    command.check_values = [name, json, options] {
+        if (name->count() > 0 && find_fact(options->name) == nullptr)
+            throw usage_error("NAME: unknown fact '" + options->name + "'");
+        options->json = is_set(json);
+    };
+    command.check_presence = [name, json] { check_excludes(name, json); };
+    command.run = [options] { return show(*options); };
 }
 
-void add_root_disk(CLI::App &app, action &chosen)
+void add_root_disk(CLI::App &app, subcommands &all)
 {
-    app.add_subcommand("root-disk", "Print the name of the disk with the root file system on one of"
-                                    " its partitions, as lsblk -J lists it")
-        ->callback([&chosen] { chosen = print_root_disk; });
+    declare("root-disk", app.add_subcommand("root-disk"), all).run = print_root_disk;
 }
 
-void add_digest(CLI::App &app, action &chosen)
+void add_digest(CLI::App &app, subcommands &all)
 {
+    subcommand &command = declare("digest", app.add_subcommand("digest"), all);
     const auto options = std::make_shared<digest_options>();
     const auto list_path = std::make_shared<std::string>();
-    CLI::App *const command = app.add_subcommand("digest", "Check the digests of files");
-    CLI::Option *const list = command->add_option(
-        "--check", *list_path, "A list of digests and files, as sha256sum writes it");
-    command->add_option("ALGORITHM", options->algorithm, "sha256, sha1 or md5")->excludes(list);
-    command->add_option("FILE", options->file, "The file");
-    command->add_option("HEX", options->digest, "Its digest in hexadecimal digits");
-    command->callback([options, list_path, list, &chosen] {
-        chosen =
-            list->count() == 0 ? bound(check_digest, options) : bound(check_digest_list, list_path);
-    });
+    const CLI::Option *const list = add_value(command, "--check", *list_path);
+    const CLI::Option *const algorithm =
+        command.parser->add_option("ALGORITHM", options->algorithm);
+    command.parser->add_option("FILE", options->file);
+    command.parser->add_option("HEX", options->digest);
+    command.check_values = [list] { check_given_once(list); };
+    command.check_presence = [list, algorithm] { check_excludes(list, algorithm); };
+    command.run = [list, list_path, options] {
+        return list->count() == 0 ? check_digest(*options) : check_digest_list(*list_path);
+    };
 }
 
-void add_signature(CLI::App &app, action &chosen)
+void add_signature(CLI::App &app, subcommands &all)
 {
+    subcommand &command = declare("signature", app.add_subcommand("signature"), all);
     const auto options = std::make_shared<signature_options>();
-    CLI::App *const command = app.add_subcommand(
-        "signature", "Check an RSA signature under the key in /etc/orvane/public.pem");
-    command->add_option("TEXTFILE", options->text_file, "The text that was signed")->required();
-    command->add_option("SIGNATUREFILE", options->signature_file, "Its signature, in base64")
-        ->required();
-    command->callback([options, &chosen] { chosen = bound(check_signature, options); });
+    const CLI::Option *const text = command.parser->add_option("TEXTFILE", options->text_file);
+    const CLI::Option *const signature =
+        command.parser->add_option("SIGNATUREFILE", options->signature_file);
+    command.check_presence = [text, signature] {
+        check_given(text);
+        check_given(signature);
+    };
+    command.run = [options] { return check_signature(*options); };
 }
 
-void add_gpg(CLI::App &app, action &chosen)
+void add_output(subcommand &command, gpg_options &options)
 {
+    const CLI::Option *const output = add_value(command, "--output", options.output);
+    command.check_values = [output] {
+        for (const std::string &path : output->results()) {
+            if (path.empty())
+                throw usage_error("--output: a file needs a name");
+        }
+        check_given_once(output);
+    };
+}
+
+void add_gpg(CLI::App &app, subcommands &all)
+{
+    subcommand &gpg = declare("gpg", app.add_subcommand("gpg"), all);
+    gpg.check_presence = miss_subcommand;
+
     const auto options = std::make_shared<gpg_options>();
-    const auto is_named = [](const std::string &path) {
-        return path.empty() ? "a file needs a name" : "";
-    };
-    CLI::App *const gpg = app.add_subcommand("gpg", "Verify or encrypt with the built-in GPG key");
-    gpg->require_subcommand(1);
+    subcommand &verify = declare("gpg verify", gpg.parser->add_subcommand("verify"), all);
+    const CLI::Option *const file = verify.parser->add_option("FILE", options->file);
+    add_output(verify, *options);
+    verify.check_presence = [file] { check_given(file); };
+    verify.run = [options] { return verify_gpg_file(*options); };
 
-    CLI::App *const verify =
-        gpg->add_subcommand("verify", "Verify a file that carries its content and signatures");
-    verify->add_option("FILE", options->file, "The signed file")->required();
-    verify
-        ->add_option("--output", options->output,
-                     "Where to write its content (- is standard output)")
-        ->check(is_named, "");
-    verify->callback([options, &chosen] { chosen = bound(verify_gpg_file, options); });
-
-    CLI::App *const encrypt = gpg->add_subcommand("encrypt", "Encrypt the text on standard input");
-    encrypt->add_option("--output", options->output, "Where to write the message (standard output)")
-        ->check(is_named, "");
-    encrypt->callback([options, &chosen] { chosen = bound(encrypt_with_gpg, options); });
+    subcommand &encrypt = declare("gpg encrypt", gpg.parser->add_subcommand("encrypt"), all);
+    add_output(encrypt, *options);
+    encrypt.run = [options] { return encrypt_with_gpg(*options); };
 }
 
-void add_base64(CLI::App &app, action &chosen)
+void add_base64(CLI::App &app, subcommands &all)
 {
-    CLI::App *const base64 =
-        app.add_subcommand("base64", "Convert standard input to or from base64");
-    base64->require_subcommand(1);
-    const auto add = [&](const char *name, const char *description, int (*run)()) {
-        base64->add_subcommand(name, description)->callback([run, &chosen] { chosen = run; });
-    };
-    add("encode", "Bytes to base64 on one line", encode_base64);
-    add("decode", "Base64 on one line to bytes", decode_base64);
-    add("to-url", "Base64 to the form for the query of a URL", convert_base64_to_url);
-    add("from-url", "The form for the query of a URL to base64", convert_base64_from_url);
+    CLI::App *const base64 = app.add_subcommand("base64");
+    declare("base64", base64, all).check_presence = miss_subcommand;
+    declare("base64 encode", base64->add_subcommand("encode"), all).run = encode_base64;
+    declare("base64 decode", base64->add_subcommand("decode"), all).run = decode_base64;
+    declare("base64 to-url", base64->add_subcommand("to-url"), all).run = convert_base64_to_url;
+    declare("base64 from-url", base64->add_subcommand("from-url"), all).run =
+        convert_base64_from_url;
+}
+
+// Words that nothing takes are examined last.
+void split(int argc, char **argv, CLI::App &app)
+{
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ExtrasError &) { // check_remaining() reports them
+    }
+}
+
+// The subcommands that were chosen, the command itself first.
+std::vector<const subcommand *> chosen_from(const subcommands &all)
+{
+    std::vector<const subcommand *> chosen;
+    for (const subcommand &command : all) {
+        if (command.parser->parsed())
+            chosen.push_back(&command);
+    }
+    return chosen;
+}
+
+// The last of them is printed first, as it was by the CLI11 of Debian 12.
+void check_remaining(const CLI::App &parser)
+{
+    if (parser.remaining_size() == 0) // "--" does not count
+        return;
+    const std::vector<std::string> words = parser.remaining();
+    std::string message = words.size() == 1 ? "The following argument was not expected:"
+                                            : "The following arguments were not expected:";
+    std::for_each(words.rbegin(), words.rend(),
+                  [&message](const std::string &word) { message += " " + word; });
+    throw usage_error(message);
 }
 
 int refused(const std::string &reason)
@@ -141,25 +213,40 @@ int refused(const std::string &reason)
     return misuse;
 }
 
+int print(const std::string &text)
+{
+    std::fputs(text.c_str(), stdout);
+    return success;
+}
+
 // Returns the exit status.
 int run(int argc, char **argv)
 {
-    CLI::App app("Tells the identity of the machine it runs on, and checks and encodes data files.",
-                 "orvane");
-    app.set_version_flag("--version", "orvane " ORVANE_VERSION);
-    app.require_subcommand(0, 1);
-    action chosen;
-    add_show(app, chosen);
-    add_root_disk(app, chosen);
-    add_digest(app, chosen);
-    add_signature(app, chosen);
-    add_gpg(app, chosen);
-    add_base64(app, chosen);
+    CLI::App app;
+    app.set_help_flag(); // none of CLI11's
+    subcommands all;
+    declare("", &app, all).run = [] { return show({}); };
+    const CLI::Option *const version = app.add_flag("--version");
+    add_show(app, all);
+    add_root_disk(app, all);
+    add_digest(app, all);
+    add_signature(app, all);
+    add_gpg(app, all);
+    add_base64(app, all);
     try {
-        app.parse(argc, argv);
-        return chosen();
-    } catch (const CLI::Success &answered) { // --help and --version
-        return app.exit(answered);
+        split(argc, argv, app);
+        const std::vector<const subcommand *> chosen = chosen_from(all);
+        if (is_set(version))
+            return print("orvane " ORVANE_VERSION "\n");
+        chosen.back()->check_values();
+        for (const subcommand *const command : chosen) {
+            if (command->help_flag->count() > 0)
+                return print(help_of(chosen.back()->name));
+        }
+        chosen.back()->check_presence();
+        for (const subcommand *const command : chosen)
+            check_remaining(*command->parser);
+        return chosen.back()->run();
     } catch (const CLI::ParseError &error) {
         return refused(error.what());
     } catch (const usage_error &error) {

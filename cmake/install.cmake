@@ -39,6 +39,8 @@ install(CODE "
     set(log_directory \"\$ENV{DESTDIR}/var/log/orvane\")
     message(STATUS \"Installing: \${log_directory}\")
     file(MAKE_DIRECTORY \"\${log_directory}\")
-    file(CHMOD \"\${log_directory}\" DIRECTORY_PERMISSIONS
-        OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)"
+    execute_process(COMMAND chmod 755 \"\${log_directory}\" RESULT_VARIABLE status)
+    if(NOT status EQUAL 0)
+        message(FATAL_ERROR \"The mode of \${log_directory} cannot be set\")
+    endif()"
     COMPONENT log-directory EXCLUDE_FROM_ALL)

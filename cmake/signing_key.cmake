@@ -22,7 +22,7 @@ function(ask_gpg file answer)
     set(home "${PROJECT_BINARY_DIR}/CMakeFiles/signing_key")
     file(REMOVE_RECURSE "${home}")
     file(MAKE_DIRECTORY "${home}")
-    file(CHMOD "${home}" PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+    execute_process(COMMAND chmod 700 "${home}")
     execute_process(
         COMMAND "${GPG_PROGRAM}" --batch --no-options --no-autostart --homedir "${home}"
             ${ARGN} "${file}"
@@ -124,14 +124,17 @@ if(ORVANE_SIGNING_KEY STREQUAL "")
         execute_process(
             COMMAND "${PROJECT_SOURCE_DIR}/cmake/make_signing_key.sh"
                 "${GPG_PROGRAM}" "${own_signing_key}"
-            COMMAND_ERROR_IS_FATAL ANY)
+            RESULT_VARIABLE status)
+        if(NOT status EQUAL 0)
+            message(FATAL_ERROR "The signing key of this build cannot be made: ${status}")
+        endif()
     endif()
     message(STATUS "Signing key: made for this build alone, in ${own_signing_key}; "
         "-DORVANE_SIGNING_KEY=FILE builds in another")
 else()
     # Already absolute, but for a path that came with its type.
-    cmake_path(ABSOLUTE_PATH ORVANE_SIGNING_KEY BASE_DIRECTORY "${PROJECT_SOURCE_DIR}"
-        OUTPUT_VARIABLE signing_key)
+    get_filename_component(signing_key "${ORVANE_SIGNING_KEY}" ABSOLUTE
+        BASE_DIR "${PROJECT_SOURCE_DIR}")
 endif()
 set(signing_key_source "${PROJECT_BINARY_DIR}/builtin_key.cpp")
 write_signing_key_source("${signing_key}" "${signing_key_source}")

@@ -28,9 +28,18 @@ bool reports_none(const char *field) noexcept
     return has_prefix(field, "0 dependencies");
 }
 
+const char *description_of(int error) noexcept
+{
+#if defined(__GLIBC__) && (__GLIBC__ > 2 || __GLIBC_MINOR__ >= 32)
+    return ::strerrordesc_np(error); // takes no lock for a translation
+#else
+    return ::strerror(error);
+#endif
+}
+
 void print_execve_error() noexcept
 {
-    const char *const reason = ::strerrordesc_np(errno);
+    const char *const reason = description_of(errno);
     bounded_text<256> message;
     message.append("execve: ");
     message.append(reason != nullptr ? reason : "Unknown error");

@@ -237,7 +237,7 @@ extern "C" unsigned char *base64_decode_clean(const char *text, int *size)
     // Printed for every text, valid or not, so that a program's output shows which one was decoded.
     ::printf("Cleaned Base64 (%d chars): %s\n", static_cast<int>(length), cleaned.get());
 
-    const std::size_t capacity = std::uint64_t{3} * length / 4 + 4;
+    const auto capacity = static_cast<std::size_t>(std::uint64_t{3} * length / 4 + 4);
     orvane::heap_bytes decoded(static_cast<unsigned char *>(::malloc(capacity)));
     if (!decoded)
         return nullptr;

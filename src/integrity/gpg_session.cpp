@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/auxv.h>
@@ -90,7 +91,8 @@ gpg_data data_of_file(const char *path, std::size_t &bytes) noexcept
 {
     const unique_file file = open_without_waiting(path);
     struct stat status = {};
-    if (!file || ::fstat(::fileno(file.get()), &status) != 0)
+    if (!file || ::fstat(::fileno(file.get()), &status) != 0 ||
+        !std::in_range<std::size_t>(status.st_size))
         return nullptr;
     bytes = static_cast<std::size_t>(status.st_size);
     gpgme_data_t data = nullptr;

@@ -55,9 +55,9 @@ const char *device_name(const char *link, line_buffer &path) noexcept
 {
     if (!has_device_link(link) || !resolve(link, path))
         return nullptr;
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): the one of <cstring> does not change the path.
-    const char *const name = ::basename(path.c_str());
-    if (name == nullptr || *name == '\0') {
+    const char *const slash = std::strrchr(path.c_str(), '/');
+    const char *const name = slash != nullptr ? slash + 1 : path.c_str();
+    if (*name == '\0') {
         ::orvane_trace("get basename error");
         return nullptr;
     }

@@ -284,6 +284,15 @@ int open_as(const char *name, const char *path, int flags, mode_t mode)
     return fd;
 }
 
+int ioctl_as(const char *name, int fd, unsigned long request, void *buffer)
+{
+    if (current != nullptr) {
+        if (const std::optional<int> answer = current->answer(fd, request, buffer))
+            return *answer;
+    }
+    return real<int(int, unsigned long, void *)>(name)(fd, request, buffer);
+}
+
 } // namespace
 
 void replay_kernel(const std::string &folder)
@@ -312,11 +321,13 @@ IN_PLACE_OF(int, open64, (const char *path, int flags, mode_t mode))
 
 IN_PLACE_OF(int, ioctl, (int fd, unsigned long request, void *buffer))
 {
-    if (current != nullptr) {
-        if (const std::optional<int> answer = current->answer(fd, request, buffer))
-            return *answer;
-    }
-    return real<int(int, unsigned long, void *)>("ioctl")(fd, request, buffer);
+    return ioctl_as("ioctl", fd, request, buffer);
+}
+
+// What a 32-bit program that knows times after 2038 calls.
+IN_PLACE_OF(int, __ioctl_time64, (int fd, unsigned long request, void *buffer))
+{
+    return ioctl_as("__ioctl_time64", fd, request, buffer);
 }
 
 IN_PLACE_OF(int, getifaddrs, (ifaddrs * *entries))

@@ -13,8 +13,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-
 // A text that the library handed over: released when the test is done with it.
 struct free_text {
     void operator()(char *text) const noexcept { std::free(text); }
@@ -38,11 +36,8 @@ protected:
     {
         if (const std::string reason = constructed_machine::unavailable(); !reason.empty())
             GTEST_SKIP() << reason;
+        become_usual_process();
         machine.start();
-        ::umask(022);
-        ::setenv("LC_ALL", "C", 1);
-        ::setenv("TZ", "UTC", 1);
-        ::tzset();
         furnish();
         descriptors_before_ = open_descriptors();
     }

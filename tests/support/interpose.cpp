@@ -25,19 +25,19 @@ void *next_definition(const char *name)
     return found;
 }
 
-#define INTERPOSED(result, name, parameters, arguments)                                            \
-    constinit hook<result parameters> name(#name);
+#define INTERPOSED_AS(symbol, result, name, parameters, arguments)                                 \
+    constinit hook<result parameters> name(symbol);
 INTERPOSED_FUNCTIONS
-#undef INTERPOSED
+#undef INTERPOSED_AS
 
 namespace {
 
 class take_back : public testing::EmptyTestEventListener {
     void OnTestEnd(const testing::TestInfo &) override
     {
-#define INTERPOSED(result, name, parameters, arguments) name.reset();
+#define INTERPOSED_AS(symbol, result, name, parameters, arguments) name.reset();
         INTERPOSED_FUNCTIONS
-#undef INTERPOSED
+#undef INTERPOSED_AS
     }
 };
 
@@ -52,8 +52,8 @@ const bool listening = [] {
 
 // The definitions that the library's calls find first. Their C++ names differ from the system's,
 // whose declarations say more (noexcept, attributes) than needs repeating here.
-#define INTERPOSED(result, name, parameters, arguments)                                            \
-    extern "C" result interposed_##name parameters __asm__(#name);                                 \
+#define INTERPOSED_AS(symbol, result, name, parameters, arguments)                                 \
+    extern "C" result interposed_##name parameters __asm__(symbol);                                \
     extern "C" __attribute__((visibility("default"))) result interposed_##name parameters          \
     {                                                                                              \
         return interpose::name.call(__builtin_return_address(0) INTERPOSED_ARGUMENTS arguments);   \

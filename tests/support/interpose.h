@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 
+#include "symbols.h"
+
 #include <atomic>
 #include <cstdio>
 #include <ctime>
@@ -73,15 +75,18 @@ private:
     std::atomic<Result (*)(Parameters...)> real_ = nullptr; // found by any thread
 };
 
-// INTERPOSED(result, name, parameters) for every function that can be replaced.
+// INTERPOSED_AS(symbol, result, name, parameters, arguments) for every function that can be
+// replaced.
 #define INTERPOSED_FUNCTIONS                                                                       \
-    INTERPOSED(int, open, (const char *path, int flags, mode_t mode), (path, flags, mode))         \
-    INTERPOSED(int, ioctl, (int fd, unsigned long request, void *argument),                        \
-               (fd, request, argument))                                                            \
+    INTERPOSED_AS(SYMBOL_OF_OPEN, int, open, (const char *path, int flags, mode_t mode),           \
+                  (path, flags, mode))                                                             \
+    INTERPOSED_AS(SYMBOL_OF_IOCTL, int, ioctl, (int fd, unsigned long request, void *argument),    \
+                  (fd, request, argument))                                                         \
     INTERPOSED(int, getifaddrs, (struct ifaddrs * *entries), (entries))                            \
     INTERPOSED(void, freeifaddrs, (struct ifaddrs * entries), (entries))                           \
-    INTERPOSED(time_t, time, (time_t * now), (now))                                                \
-    INTERPOSED(int, clock_gettime, (clockid_t clock, struct timespec * now), (clock, now))         \
+    INTERPOSED_AS(SYMBOL_OF_TIME, time_t, time, (time_t * now), (now))                             \
+    INTERPOSED_AS(SYMBOL_OF_CLOCK_GETTIME, int, clock_gettime,                                     \
+                  (clockid_t clock, struct timespec * now), (clock, now))                          \
     INTERPOSED(size_t, strftime,                                                                   \
                (char *text, size_t size, const char *format, const struct tm *parts),              \
                (text, size, format, parts))                                                        \
@@ -149,8 +154,12 @@ private:
     INTERPOSED(void, removeSpaces, (char *text), (text))                                           \
     INTERPOSED(void, removeSpacesTabs, (char *text), (text))
 
-#define INTERPOSED(result, name, parameters, arguments) extern hook<result parameters> name;
+#define INTERPOSED(result, name, parameters, arguments)                                            \
+    INTERPOSED_AS(#name, result, name, parameters, arguments)
+
+#define INTERPOSED_AS(symbol, result, name, parameters, arguments)                                 \
+    extern hook<result parameters> name;
 INTERPOSED_FUNCTIONS
-#undef INTERPOSED
+#undef INTERPOSED_AS
 
 } // namespace interpose

@@ -52,7 +52,8 @@ public:
         return ended.output;
     }
 
-    // The time of every later run of gpg with this store, such as "20990101T000000".
+    // The time of every later run of gpg with this store, such as "20370101T000000".
+    // gpg knows no later year on some 32-bit machines.
     void set_clock(const std::string &time) const
     {
         std::ofstream(path_ + "/gpg.conf") << "faked-system-time " << time << "\n";

@@ -84,6 +84,11 @@ fs::path deepest_existing_directory(fs::path path)
     return fs::canonical(path);
 }
 
+bool is_below(const std::string &directory, const std::string &path)
+{
+    return path.starts_with(directory + "/");
+}
+
 // Whether this process has entered namespaces that no machine has been started in yet.
 bool has_fresh_namespaces = false;
 
@@ -128,9 +133,15 @@ void constructed_machine::start()
         cover(bare);
     fill_proc();
     fill_dev();
-    // The public key of the machine that the tests run on.
-    if (fs::exists("/etc/orvane"))
-        remove("/etc/orvane");
+    // Where tests put their files. A project that stands there stays visible.
+    for (const char *const bare : {"/opt", "/srv"}) {
+        if (!is_below(bare, PROJECT) && !is_below(bare, build_folder()))
+            cover(bare);
+    }
+    for (const char *const of_the_host : {"/etc/orvane", "/etc/gnupg"}) {
+        if (fs::exists(of_the_host))
+            remove(of_the_host);
+    }
 }
 
 void constructed_machine::stop() noexcept

@@ -8,9 +8,9 @@
 #include <sys/types.h>
 
 // A machine made for one test. It lives in mount and network namespaces of its own, so nothing that
-// a test does reaches the host, and it starts bare: /sys, /proc, /dev, /var/log and /usr/sbin hold
-// only what a running process needs. Whatever else is set is laid over the host's directories,
-// which stay visible around it.
+// a test does reaches the host, and it starts bare: /sys, /proc, /dev, /var/log, /usr/sbin, /opt
+// and /srv hold only what a running process needs. Whatever else is set is laid over the host's
+// directories, which stay visible around it.
 class constructed_machine {
 public:
     // How a tool was run: argv with argv[0] as the kernel passed it, and the environment.

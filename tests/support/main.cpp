@@ -8,6 +8,7 @@
 //                     child expensive, else 1
 //     --timeout=N     seconds that a case may take; 180 by default
 //     --in-process    run them one after the other without forking, for a debugger or valgrind
+#include "process.h"
 #include "sanitizers.h"
 
 #include <algorithm>
@@ -18,6 +19,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <random>
 #include <set>
 #include <sstream>
 #include <string>
@@ -333,6 +335,15 @@ private:
     std::vector<std::string> failed_;
 };
 
+void shuffle(std::vector<std::string> &cases)
+{
+    auto seed = static_cast<unsigned>(testing::GTEST_FLAG(random_seed));
+    if (seed == 0)
+        seed = std::random_device()() % 99999 + 1;
+    std::printf("The same order again: --gtest_random_seed=%u\n", seed);
+    std::shuffle(cases.begin(), cases.end(), std::mt19937(seed));
+}
+
 // The number behind an option such as "--jobs=", or 0 where the text is another option.
 unsigned number_of(std::string_view text, std::string_view option)
 {
@@ -349,6 +360,9 @@ int main(int argc, char **argv)
     bool in_process = std::any_of(argv, argv + argc, [](std::string_view option) {
         return option.starts_with("--gtest_internal_run_death_test");
     });
+    if (!in_process)
+        leave_inherited_descriptors();
+    become_usual_process();
     testing::InitGoogleTest(&argc, argv);
     in_process = in_process || testing::GTEST_FLAG(list_tests);
     unsigned jobs = std::max(1U, std::thread::hardware_concurrency());
@@ -370,10 +384,12 @@ int main(int argc, char **argv)
     }
     if (in_process)
         return RUN_ALL_TESTS();
-    const std::vector<std::string> chosen = chosen_cases();
+    std::vector<std::string> chosen = chosen_cases();
     if (chosen.empty()) {
         std::fprintf(stderr, "%s: no case has such a name\n", argv[0]);
         return 2;
     }
+    if (testing::GTEST_FLAG(shuffle))
+        shuffle(chosen);
     return runner(shard_of(chosen), jobs, together, timeout).run();
 }

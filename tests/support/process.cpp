@@ -3,16 +3,22 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <iterator>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -72,7 +78,81 @@ private:
     int kept_;
 };
 
+// Of the runner and of what examines the process.
+bool is_kept(std::string_view variable)
+{
+    constexpr std::string_view kept[] = {
+        "GTEST_",        "GCOV_",          "LLVM_PROFILE_FILE=", "ASAN_OPTIONS=", "LSAN_OPTIONS=",
+        "TSAN_OPTIONS=", "UBSAN_OPTIONS=", "G_SLICE=",           "QEMU_"};
+    return std::any_of(std::begin(kept), std::end(kept),
+                       [variable](std::string_view one) { return variable.starts_with(one); });
+}
+
+void set_usual_environment()
+{
+    std::vector<std::string> names;
+    for (char **variable = environ; *variable != nullptr; ++variable) {
+        const std::string_view text = *variable;
+        if (!is_kept(text))
+            names.emplace_back(text.substr(0, text.find('=')));
+    }
+    for (const std::string &name : names)
+        ::unsetenv(name.c_str());
+    ::setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1);
+    ::setenv("HOME", "/nonexistent", 1);
+    ::setenv("LC_ALL", "C", 1);
+    ::setenv("TZ", "UTC", 1);
+    ::tzset();
+    std::setlocale(LC_ALL, "C");
+}
+
+// A sanitizer's handlers stay.
+void set_usual_signals()
+{
+    for (int number = 1; number < NSIG; ++number) {
+        struct sigaction action = {};
+        if (::sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN)
+            ::signal(number, SIG_DFL);
+    }
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+void set_usual_limits()
+{
+    const std::pair<decltype(RLIMIT_AS), rlim_t> limits[] = {
+        {RLIMIT_AS, RLIM_INFINITY},    {RLIMIT_CORE, 0},
+        {RLIMIT_CPU, RLIM_INFINITY},   {RLIMIT_DATA, RLIM_INFINITY},
+        {RLIMIT_FSIZE, RLIM_INFINITY}, {RLIMIT_NOFILE, 1024},
+        {RLIMIT_NPROC, RLIM_INFINITY}, {RLIMIT_STACK, 8UL << 20U}};
+    for (const auto &[resource, usual] : limits) {
+        rlimit limit = {};
+        ::getrlimit(resource, &limit);
+        limit = {usual, std::max(usual, limit.rlim_max)};
+        ::setrlimit(resource, &limit);
+    }
+}
+
 } // namespace
+
+void become_usual_process()
+{
+    set_usual_environment();
+    ::umask(022);
+    std::filesystem::current_path("/");
+    set_usual_signals();
+    set_usual_limits();
+}
+
+void leave_inherited_descriptors()
+{
+    int empty = STDIN_FILENO;
+    while (empty <= STDERR_FILENO)
+        empty = ::open("/dev/null", O_RDWR); // NOLINT(cppcoreguidelines-pro-type-vararg)
+    ::dup2(empty, STDIN_FILENO);
+    ::syscall(__NR_close_range, STDERR_FILENO + 1, ~0U, 0U);
+}
 
 constructed_machine::program_result run_program(const std::vector<std::string> &command,
                                                 const std::function<bool()> &prepare)

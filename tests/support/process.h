@@ -9,6 +9,13 @@
 #include <utility>
 #include <vector>
 
+// Environment, locale, umask, working directory, signals and limits are then the same whoever
+// started the program, and whatever the test before has changed.
+void become_usual_process();
+
+// Standard input is empty then, and only standard output and error are inherited.
+void leave_inherited_descriptors();
+
 // Runs a program to its end with empty standard input. `prepare` runs in the child before it; where
 // it returns false the status is 127.
 constructed_machine::program_result run_program(const std::vector<std::string> &command,

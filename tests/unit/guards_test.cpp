@@ -3,6 +3,7 @@
 #include "support/guards.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -11,7 +12,7 @@ namespace {
 
 // The result of one system call and the errno that it leaves.
 struct result {
-    long value;
+    std::int64_t value;
     int error;
 };
 
@@ -27,7 +28,7 @@ class retried_call : public testing::TestWithParam<calls_case> {};
 TEST_P(retried_call, is_made_until_it_is_not_interrupted)
 {
     std::size_t made = 0;
-    const long value = orvane::retry_on_eintr([&made] {
+    const std::int64_t value = orvane::retry_on_eintr([&made] {
         const result &now = GetParam().results.at(made++);
         errno = now.error;
         return now.value;
@@ -40,7 +41,7 @@ TEST_P(retried_call, is_made_until_it_is_not_interrupted)
 INSTANTIATE_TEST_SUITE_P(
     that, retried_call,
     testing::Values(
-        calls_case{"succeeds", {{1L << 40, 0}, {8, 0}}, 1},
+        calls_case{"succeeds", {{std::int64_t{1} << 40, 0}, {8, 0}}, 1},
         calls_case{"returns_nothing", {{0, 0}, {8, 0}}, 1},
         calls_case{"is_interrupted", {{-1, EINTR}, {7, 0}, {8, 0}}, 2},
         calls_case{

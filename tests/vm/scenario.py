@@ -10,6 +10,8 @@ A scenario is a text of sections:
     modules e1000 dummy       drivers to load first, in this order
     cmdline root=/dev/sda2    words for the kernel's command line
     systemd                   systemd is the first process when the queries begin, on root_on's root
+    architecture arm64        for this architecture alone
+    device-tree               booted without firmware, which arm64 alone can be
     -device ide-hd,drive=a    options of QEMU
 
     [layout]
@@ -43,8 +45,9 @@ from pathlib import Path
 FOLDER = Path(__file__).parent
 ANSWERS_AND_TRACE = "answers and trace"
 SECTIONS = ("hardware", "layout", "picture", "answers", ANSWERS_AND_TRACE)
-KEYWORDS = ("disk", "modules", "cmdline", "systemd")
+KEYWORDS = ("disk", "modules", "cmdline", "systemd", "architecture", "device-tree")
 TRACE = "    trace: "
+STDERR = "    stderr: "
 ALL_DONE = "All queries are done."  # the last line of the probe
 
 
@@ -109,6 +112,9 @@ class Scenario:
     def words(self, keyword):
         """The words behind each occurrence of a keyword in the hardware section."""
         return [line.split()[1:] for line in self.lines("hardware") if line.split()[0] == keyword]
+
+    def is_for(self, architecture):
+        return architecture is None or self.words("architecture") in ([], [[architecture]])
 
     def has_trace(self):
         return ANSWERS_AND_TRACE in self.sections
@@ -190,20 +196,53 @@ def usual():
     return load(FOLDER / "usual")
 
 
-def load_all(folder, wanted=()):
-    """The scenarios that are wanted by name, or all."""
+def load_all(folder, wanted=(), architecture=None):
+    """The scenarios that are wanted by name, or all; those of an architecture, or of each."""
     names = sorted(path.name for path in folder.iterdir())
     for name in wanted:
         if name not in names:
-            raise ScenarioError(f"no scenario is named '{name}': they are {', '.join(names)}")
-    return [load(folder / name) for name in dict.fromkeys(wanted) or names]
+            raise ScenarioError(f"no scenario is named '{name}' in {folder}")
+    found = [load(folder / name) for name in dict.fromkeys(wanted) or names]
+    if not wanted:
+        return [scenario for scenario in found if scenario.is_for(architecture)]
+    for scenario in found:
+        if not scenario.is_for(architecture):
+            raise scenario.error(f"this is no scenario for {architecture}")
+    return found
 
 
-def expected_answers(scenario):
+def other_words(target):
+    """What the target's tools print on standard error, by Debian 12's words for it."""
+    found = {}
+    is_for_target = False
+    for line in (FOLDER / "words").read_text(encoding="utf-8").splitlines():
+        if line.startswith("["):
+            titles = line.strip("[]").split()
+            is_for_target = target.release in titles or target.architecture in titles
+        elif is_for_target and line.startswith("    "):
+            found[next(reversed(found))].append(line[4:])
+        elif is_for_target and line and not line.startswith("#"):
+            found[line] = []
+    return found
+
+
+def in_other_words(answer, words):
+    """The answer as the target's tools make it; a line that repeats is printed once."""
+    lines = []
+    for line in answer.lines:
+        text = line.removeprefix(STDERR)
+        others = words.get(text) if line.startswith(STDERR) else None
+        found = [line] if others is None else [STDERR + other for other in others]
+        lines += [new for new in found if not (new.startswith(STDERR) and new in lines[-1:])]
+    return Answer(answer.query, lines)
+
+
+def expected_answers(scenario, target):
     """The usual answers that the scenario does not give, and then its own behind its picture."""
     own = scenario.answers()
     answered = {answer.query for answer in own}
     others = [answer for answer in usual().answers() if answer.query not in answered]
     picture = scenario.picture()
     checks = [Answer(check, [check]) for check in picture.checks()] if picture else []
-    return others + checks + own
+    words = other_words(target)
+    return [in_other_words(answer, words) for answer in others + checks + own]

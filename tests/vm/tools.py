@@ -16,10 +16,10 @@ class Missing(ToolError):
     """What the scenarios need is not there, and they are skipped."""
 
 
-def run(command, **options):
+def run(command, text=True, **options):
     """What a program prints. The message of a failure has its standard error."""
     try:
-        return subprocess.run(command, check=True, text=True, capture_output=True, **options).stdout
+        return subprocess.run(command, check=True, text=text, capture_output=True, **options).stdout
     except FileNotFoundError as error:
         raise Missing(f"'{command[0]}' is missing: scripts/setup vm installs it") from error
     except subprocess.CalledProcessError as error:

@@ -115,13 +115,15 @@ TEST_F(base64_command, reads_a_pipe_to_its_end)
     EXPECT_EQ(shell("{ printf a; printf b; printf c; } | orvane base64 encode"), printed("YWJj\n"));
 }
 
-// The command may have four gigabytes, twice what it reads of an input without an end.
+// The command may have four gigabytes, twice what it reads of an input without an end. On a 32-bit
+// machine that does not fit beside anything else.
 TEST_F(base64_command, refuses_more_than_the_library_counts_as_it_reads_it)
 {
     if (has_address_sanitizer() || has_thread_sanitizer())
         GTEST_SKIP() << "a sanitizer needs memory of its own for each byte";
     EXPECT_EQ(shell("ulimit -v 4194304; orvane base64 encode </dev/zero"),
-              refused("it is longer than 2147483647 bytes"));
+              sizeof(std::size_t) > 4 ? refused("it is longer than 2147483647 bytes")
+                                      : failed("out of memory"));
     EXPECT_EQ(shell("ulimit -v 262144; orvane base64 encode </dev/zero"), failed("out of memory"));
 }
 

@@ -294,7 +294,8 @@ INSTANTIATE_TEST_SUITE_P(disk, long_command, testing::ValuesIn(named_commands));
 TEST_P(long_command, is_truncated_at_its_bound)
 {
     const std::size_t fitting = GetParam().bound - GetParam().head.size() - GetParam().tail.size();
-    for (const std::size_t length : {fitting - 1, fitting, fitting + 1, fitting + 13, 1500UL}) {
+    for (const std::size_t length :
+         {fitting - 1, fitting, fitting + 1, fitting + 13, std::size_t{1500}}) {
         const std::string whole = GetParam().head + path_of(length) + GetParam().tail;
         EXPECT_EQ(command_line_of(GetParam(), path_of(length)), whole.substr(0, GetParam().bound));
     }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 // The bits of a mode.
@@ -31,6 +32,9 @@ TEST_P(mode_bits, are_those_of_the_mask)
     machine.file("/sys/none", "", 0);
     machine.file("/sys/large", "", 0604);
     std::filesystem::resize_file("/sys/large", 5000000000);
+    machine.file("/sys/late", "", 0604);
+    const std::array<timespec, 2> in_2128 = {{{5000000000, 0}, {5000000000, 0}}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, "/sys/late", in_2128.data(), 0), 0);
     machine.directory("/sys/directory", 01700);
     machine.block_device("/sys/block");
     machine.link("/sys/to_file", "file");
@@ -57,6 +61,7 @@ INSTANTIATE_TEST_SUITE_P(
                     mask_case{"directory_behind_a_link", "/sys/to_directory", S_IFMT, S_IFDIR},
                     mask_case{"directory_with_a_slash", "/sys/directory/", S_IFMT, S_IFDIR},
                     mask_case{"file_above_four_gibibytes", "/sys/large", -1, S_IFREG | 0604},
+                    mask_case{"file_of_a_late_year", "/sys/late", -1, S_IFREG | 0604},
                     mask_case{"unreadable_file", "/sys/none", -1, S_IFREG}));
 
 INSTANTIATE_TEST_SUITE_P(not_in, mode_bits,

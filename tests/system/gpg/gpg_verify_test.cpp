@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "gpg_machine.h"
+#include "sanitizers.h"
 
 #include <algorithm>
 #include <cctype>
@@ -9,6 +10,7 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -151,7 +153,7 @@ const refused_file refused_files[] = {
      [](gpg_machine &on) {
          const std::string path =
              on.signed_file("hello\n", {"--default-sig-expire", "1d", "--sign"});
-         on.user.set_clock("20990101T000000");
+         on.user.set_clock("20370101T000000");
          return path;
      },
      ORVANE_GPG_SIGNATURE_INVALID},
@@ -160,7 +162,7 @@ const refused_file refused_files[] = {
          const std::string path = on.signed_file();
          on.signers().gpg({"--quick-set-expire", on.fingerprint(), "1d"});
          on.import_for_user(on.fingerprint());
-         on.user.set_clock("20990101T000000");
+         on.user.set_clock("20370101T000000");
          return path;
      },
      ORVANE_GPG_SIGNATURE_INVALID},
@@ -299,7 +301,7 @@ TEST_F(gpg_verification, accepts_an_expired_signature_of_a_trusted_key)
     user.gpg({"--import-ownertrust", "/srv/trust"});
     EXPECT_EQ(verify(signed_file()), stored("hello\n"));
     const std::string path = signed_file("hello\n", {"--default-sig-expire", "1d", "--sign"});
-    user.set_clock("20990101T000000");
+    user.set_clock("20370101T000000");
     EXPECT_EQ(verify(path), stored("hello\n"));
 }
 
@@ -368,6 +370,17 @@ TEST_F(gpg_verification, keeps_no_more_of_the_content_than_it_stores)
     const long before = most_kilobytes();
     EXPECT_EQ(verify("/srv/zeros.gpg"), null_stored());
     EXPECT_LT(most_kilobytes() - before, 32 * 1024);
+}
+
+// A 32-bit size would be that of the signed file alone, which stands at the start.
+TEST_F(gpg_verification, takes_no_part_of_a_file_for_the_whole)
+{
+    if (has_address_sanitizer() || has_thread_sanitizer())
+        GTEST_SKIP() << "a sanitizer ends the process where so much memory is requested";
+    const std::string path = signed_file();
+    const auto size = static_cast<off_t>(std::filesystem::file_size(path));
+    ASSERT_EQ(::truncate(path.c_str(), (off_t{1} << 46U) + size), 0);
+    EXPECT_EQ(verify(path), nothing_stored(ORVANE_GPG_FILE_UNREADABLE));
 }
 
 TEST_F(gpg_verification, waits_for_a_lease_on_the_file)

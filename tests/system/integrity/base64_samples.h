@@ -105,6 +105,8 @@ public:
             throw std::runtime_error("no memory for a block");
         start_ = static_cast<char *>(::mmap(nullptr, size_ + block_bytes, PROT_READ,
                                             MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
+        if (start_ == MAP_FAILED)
+            throw std::runtime_error("no addresses for a block");
         for (std::size_t at = 0; at < size_; at += block_bytes)
             ::mmap(start_ + at, block_bytes, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, block,
                    0);

@@ -96,8 +96,8 @@ class digest_of_content : public on_machine, public testing::WithParamInterface<
 TEST_P(digest_of_content, is_its_sha256_sha1_and_md5)
 {
     const std::string path = machine.scratch("content");
-    std::string bytes =
-        repeated(GetParam().piece, GetParam().size / std::max(GetParam().piece.size(), 1UL) + 1);
+    std::string bytes = repeated(
+        GetParam().piece, GetParam().size / std::max<std::size_t>(GetParam().piece.size(), 1) + 1);
     bytes.resize(GetParam().size);
     machine.file(path, bytes);
     if (GetParam().sha256 != nullptr) {

@@ -101,7 +101,7 @@ void print_errors(int errors)
 void change(const std::string &command)
 {
     std::cout << "$ " << command << std::endl;
-    const std::string inner = "PATH=$PATH:/usr/applets; { " + command + "; } >/dev/ttyS0 2>&1";
+    const std::string inner = "PATH=$PATH:/usr/applets; { " + command + "; } >/dev/console 2>&1";
     if (std::system(inner.c_str()) != 0)
         give_up("that failed");
 }
