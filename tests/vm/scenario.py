@@ -11,6 +11,7 @@ A scenario is a text of sections:
     cmdline root=/dev/sda2    words for the kernel's command line
     systemd                   systemd is the first process when the queries begin, on root_on's root
     architecture arm64        for this architecture alone
+    release trixie sid        for these releases of Debian alone
     device-tree               booted without firmware, which arm64 alone can be
     -device ide-hd,drive=a    options of QEMU
 
@@ -45,7 +46,7 @@ from pathlib import Path
 FOLDER = Path(__file__).parent
 ANSWERS_AND_TRACE = "answers and trace"
 SECTIONS = ("hardware", "layout", "picture", "answers", ANSWERS_AND_TRACE)
-KEYWORDS = ("disk", "modules", "cmdline", "systemd", "architecture", "device-tree")
+KEYWORDS = "disk modules cmdline systemd architecture release device-tree".split()
 TRACE = "    trace: "
 STDERR = "    stderr: "
 ALL_DONE = "All queries are done."  # the last line of the probe
@@ -113,8 +114,9 @@ class Scenario:
         """The words behind each occurrence of a keyword in the hardware section."""
         return [line.split()[1:] for line in self.lines("hardware") if line.split()[0] == keyword]
 
-    def is_for(self, architecture):
-        return architecture is None or self.words("architecture") in ([], [[architecture]])
+    def is_for(self, target):
+        allowed = (("architecture", target.architecture), ("release", target.release))
+        return all(word in words for keyword, word in allowed for words in self.words(keyword))
 
     def has_trace(self):
         return ANSWERS_AND_TRACE in self.sections
@@ -196,19 +198,17 @@ def usual():
     return load(FOLDER / "usual")
 
 
-def load_all(folder, wanted=(), architecture=None):
-    """The scenarios that are wanted by name, or all; those of an architecture, or of each."""
+def load_all(folder, wanted=(), target=None):
+    """The scenarios that are wanted by name, or all; those of a target, or of each."""
     names = sorted(path.name for path in folder.iterdir())
     for name in wanted:
         if name not in names:
             raise ScenarioError(f"no scenario is named '{name}' in {folder}")
     found = [load(folder / name) for name in dict.fromkeys(wanted) or names]
-    if not wanted:
-        return [scenario for scenario in found if scenario.is_for(architecture)]
-    for scenario in found:
-        if not scenario.is_for(architecture):
-            raise scenario.error(f"this is no scenario for {architecture}")
-    return found
+    others = [scenario for scenario in found if target and not scenario.is_for(target)]
+    if wanted and others:
+        raise others[0].error(f"this is no scenario for {target}")
+    return [scenario for scenario in found if scenario not in others]
 
 
 def other_words(target):
