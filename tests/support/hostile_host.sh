@@ -89,12 +89,13 @@ make() {
 
 # Lays what was made over this computer's directories.
 lay() {
-    local top
-    mount -t tmpfs tmpfs /mnt
+    local top written=$made/written
+    mkdir -p "$written"
+    mount -t tmpfs tmpfs "$written"
     for top in "${covered[@]}"; do
-        mkdir -p "/mnt/$top/upper" "/mnt/$top/work"
+        mkdir -p "$written/$top/upper" "$written/$top/work"
         mount -t overlay overlay "/$top" -o \
-            "lowerdir=$made/$top:/$top,upperdir=/mnt/$top/upper,workdir=/mnt/$top/work"
+            "lowerdir=$made/$top:/$top,upperdir=$written/$top/upper,workdir=$written/$top/work"
     done
     mount -t tmpfs tmpfs /var/log
     cp -a "$made/log/." /var/log
