@@ -118,6 +118,13 @@ be_unusual() {
     exec 0<&- 3</ 4</etc/passwd 7>>/dev/null
 }
 
+nothing_is_left() {
+    local left
+    left=$(ls -A /tmp)
+    [ -z "$left" ] || echo "left in /tmp: $left"
+    [ -z "$left" ]
+}
+
 [ $# -ge 3 ] || {
     echo "usage: hostile_host.sh make DIRECTORY LOCALES | run|run-as-root DIRECTORY COMMAND..." >&2
     exit 2
@@ -141,6 +148,9 @@ unusual)
     lay
     env=$(command -v env)
     be_unusual
-    exec "$env" --ignore-signal=CHLD,HUP,PIPE,USR1,XFSZ --block-signal=ALRM,TERM,USR2 "$@"
+    status=0
+    "$env" --ignore-signal=CHLD,HUP,PIPE,USR1,XFSZ --block-signal=ALRM,TERM,USR2 "$@" || status=$?
+    [[ $project == /tmp/* ]] || nothing_is_left || exit 1
+    exit $status
     ;;
 esac
