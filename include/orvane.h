@@ -773,8 +773,8 @@ ORVANE_API ORVANE_VERDICT bool verify_signature(const char *message, const char 
  *          NULL        with `*size` as it was: there was no memory for the text or
  *                      the bytes, or the text has more characters than an int
  *                      counts
- * Reads:   the text alone; the decoder is the base64 filter of OpenSSL
- *          libcrypto.
+ * Reads:   the text alone; plain base64 is decoded by the base64 filter of
+ *          OpenSSL libcrypto.
  * Writes:  "Cleaned Base64 (N chars): TEXT" with the text that is left to
  *          standard output, unless `text` or `size` is NULL or there is no
  *          memory for the text. A standard output that is a pipe without a
@@ -897,7 +897,9 @@ ORVANE_API ORVANE_VERDICT bool compute_sha256(const char *text, unsigned char *d
  * Only the content that is returned is vouched for, and not the file: text
  * before, after and between signed parts passes with ORVANE_OK, and of several
  * parts gpg reads the first, its content and its signatures, alone. Of content
- * of more than 4096 bytes nothing is returned.
+ * of more than 4096 bytes nothing is returned. With GPGME before 1.24 gpg lists
+ * a public key that stands beside the signed part within the content, and who
+ * made the key chose its user IDs (docs/limits.md).
  *
  * path:    the file, a regular one, which is read into memory; of its content at
  *          most 4096 bytes are, compressed or not. A FIFO is not opened. NULL is

@@ -155,7 +155,7 @@ int decode_block(std::string_view block, unsigned char *data) noexcept
     char groups[block_characters];
     char *const end = std::replace_copy(trimmed.begin(), trimmed.end(), groups, '=', 'A');
     const int count = decode_plain({groups, static_cast<std::size_t>(end - groups)}, data);
-    return count - static_cast<int>(pads_behind(block));
+    return count > 0 ? count - static_cast<int>(pads_behind(block)) : count;
 }
 
 // Up to the first block that gives nothing. Less than 0 where there is no memory.

@@ -104,8 +104,14 @@ bool are_without_error(const signature *made) noexcept
     return made == nullptr;
 }
 
-// What gpg reports of the file in words of its own.
+// What gpg reports of the file in words of its own, for as long as this lives.
 struct gpg_report {
+    explicit gpg_report(gpgme_ctx_t reporting) noexcept;
+    gpg_report(const gpg_report &) = delete;
+    gpg_report &operator=(const gpg_report &) = delete;
+    ~gpg_report() { ::gpgme_set_status_cb(context, nullptr, nullptr); }
+
+    gpgme_ctx_t context;
     bool is_damaged = false;
     bool is_of_another_form = false; // than content with signatures
     bool has_two_contents = false;
@@ -128,17 +134,16 @@ gpgme_error_t take_status(void *handle, const char *keyword, const char *argumen
     return 0;
 }
 
-void report_to(gpg_report &report, gpgme_ctx_t context) noexcept
+gpg_report::gpg_report(gpgme_ctx_t reporting) noexcept : context(reporting)
 {
     ::gpgme_set_ctx_flag(context, "full-status", "1");
-    ::gpgme_set_status_cb(context, take_status, &report);
+    ::gpgme_set_status_cb(context, take_status, this);
 }
 
 // Returns ORVANE_OK also where there is no signature.
 int find_signatures_in_any_form(gpg_session &gpg) noexcept
 {
-    gpg_report report;
-    report_to(report, gpg.context.get());
+    gpg_report report(gpg.context.get());
     gpg.output = new_content();
     if (!gpg.output || ::gpgme_data_seek(gpg.input.get(), 0, SEEK_SET) != 0)
         return ORVANE_GPG_VERIFY_FAILED;
@@ -155,8 +160,7 @@ int find_signatures_in_any_form(gpg_session &gpg) noexcept
 // Returns ORVANE_OK also where there is no signature.
 int find_signatures(gpg_session &gpg) noexcept
 {
-    gpg_report report;
-    report_to(report, gpg.context.get());
+    gpg_report report(gpg.context.get());
     const gpgme_error_t error = verify(gpg);
     const bool has_silently_failed =
         error == 0 && report.has_failed && are_without_error(signatures_of(gpg.context.get()));
