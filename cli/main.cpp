@@ -194,7 +194,7 @@ std::vector<const subcommand *> chosen_from(const subcommands &all)
     return chosen;
 }
 
-// The last of them is printed first, as it was by the CLI11 of Debian 12.
+// In the order in which CLI11 2.1 prints them.
 void check_remaining(const CLI::App &parser)
 {
     if (parser.remaining_size() == 0) // "--" does not count
@@ -219,6 +219,20 @@ int print(const std::string &text)
     return success;
 }
 
+// A wrong value comes before help, and help before words that are missing or left over.
+int examine_and_run(const std::vector<const subcommand *> &chosen)
+{
+    const subcommand &command = *chosen.back();
+    command.check_values();
+    const auto asks_for_help = [](const subcommand *one) { return one->help_flag->count() > 0; };
+    if (std::any_of(chosen.begin(), chosen.end(), asks_for_help))
+        return print(help_of(command.name));
+    command.check_presence();
+    for (const subcommand *const one : chosen)
+        check_remaining(*one->parser);
+    return command.run();
+}
+
 // Returns the exit status.
 int run(int argc, char **argv)
 {
@@ -235,18 +249,8 @@ int run(int argc, char **argv)
     add_base64(app, all);
     try {
         split(argc, argv, app);
-        const std::vector<const subcommand *> chosen = chosen_from(all);
-        if (is_set(version))
-            return print("orvane " ORVANE_VERSION "\n");
-        chosen.back()->check_values();
-        for (const subcommand *const command : chosen) {
-            if (command->help_flag->count() > 0)
-                return print(help_of(chosen.back()->name));
-        }
-        chosen.back()->check_presence();
-        for (const subcommand *const command : chosen)
-            check_remaining(*command->parser);
-        return chosen.back()->run();
+        return is_set(version) ? print("orvane " ORVANE_VERSION "\n")
+                               : examine_and_run(chosen_from(all));
     } catch (const CLI::ParseError &error) {
         return refused(error.what());
     } catch (const usage_error &error) {

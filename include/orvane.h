@@ -761,14 +761,15 @@ ORVANE_API ORVANE_VERDICT bool verify_signature(const char *message, const char 
 /*
  * Decodes base64 that may be broken into lines: line feeds, carriage returns
  * and spaces are left out, and nothing else is, tabs not either. What is then
- * no base64 on one line decodes to whatever libcrypto makes of it: nothing as a
- * rule, but stray characters at the ends may do no harm.
+ * no base64 on one line decodes as OpenSSL 3.0 decodes it, with every release of
+ * libcrypto: to nothing as a rule, but stray characters at the ends may do no
+ * harm (docs/limits.md).
  *
  * text:    the base64 text; NULL gives NULL.
  * size:    where to store the number of bytes; NULL gives NULL.
  * Returns: new block   of `*size` bytes, more than 0; release it with free()
- *          NULL        with 0 or less in `*size`: the text decodes to nothing, or
- *                      there was no memory for the decoder
+ *          NULL        with 0 in `*size`: the text decodes to nothing; with less
+ *                      than 0: there was no memory for the decoder
  *          NULL        with `*size` as it was: there was no memory for the text or
  *                      the bytes, or the text has more characters than an int
  *                      counts
@@ -828,7 +829,9 @@ ORVANE_API ORVANE_VERDICT bool compute_sha256(const char *text, unsigned char *d
  *          ORVANE_GPG_NO_CONTEXT, nothing run or changed. /dev/null stands in
  *          for standard descriptors that are closed. gpg may start its agent,
  *          which stays. Children of gpg's are left to the system's first
- *          process, or to a caller that took its place.
+ *          process, or to a caller that took its place. With GPGME 1.24 and later
+ *          gpg_verify() runs gpg a second time for a file that gpg does not take
+ *          for a signed one.
  * Waiting: there is no time limit, but a gpg that ends ends the call. gpg waits
  *          for the locks of the key store, and prompts the user, on the caller's
  *          terminal if there is one, for the passphrase of a file that is
@@ -933,7 +936,9 @@ ORVANE_API ORVANE_VERDICT bool compute_sha256(const char *text, unsigned char *d
  * Errors:  ORVANE_OK and NULL in `*content` where the content is not returned,
  *          so look at it. `*length` is then untouched for content of more than
  *          4096 bytes, or of a size that GPGME does not report; the size where
- *          there is no memory or reading fails; 0 where the content ends early.
+ *          there is no memory or reading fails; 0 where the content ends early,
+ *          or where GPGME 1.24 and later withhold it because gpg decrypted the
+ *          file and does not vouch for it.
  * Reads:   the file, with the caller's rights; the key store, by gpg.
  */
 ORVANE_API ORVANE_VERDICT int gpg_verify(const char *path, char **content, unsigned int *length);
@@ -1033,10 +1038,10 @@ ORVANE_API ORVANE_VERDICT int base64_encode(const void *data, int size, char *te
  *
  * text:    the NUL-terminated text, all of which must be base64: no line breaks
  *          or blanks.
- * length:  how many of its characters to decode, as a rule all. With more than
- *          it has, zero bytes follow the text, which are none of base64, so
- *          that less is decoded, or nothing. Nothing behind the terminator is
- *          read.
+ * length:  how many of its characters to decode, as a rule all, of which whole
+ *          groups of four are decoded. With four or more than it has, so many
+ *          whole blocks of 1024 characters are decoded as the text has, or
+ *          nothing. Nothing behind the terminator is read.
  * data:    where to store the bytes; `length` bytes suffice.
  * size:    where to store the number of bytes, as the decoder reports it.
  * Returns: in this order of precedence
@@ -1045,10 +1050,9 @@ ORVANE_API ORVANE_VERDICT int base64_encode(const void *data, int size, char *te
  *          ORVANE_BASE64_CHARACTER           a character that is not of base64
  *          ORVANE_BASE64_PADDING             a "=" out of place
  *          ORVANE_OK                         `*size` is stored: the number of
- *                                            bytes; 0 or, as an unsigned number,
- *                                            -1 for a text that cannot be decoded
- *                                            and for want of memory; 0 for a
- *                                            negative length
+ *                                            bytes; 0 where none is decoded and
+ *                                            for a negative length; as an unsigned
+ *                                            number, -1 for want of memory
  *          Only ORVANE_OK stores anything.
  */
 ORVANE_API ORVANE_VERDICT int base64_decode(const char *text, int length, void *data,

@@ -5,6 +5,7 @@
 
 #include "orvane.h"
 #include "support/owned.h"
+#include "support/text.h"
 
 #include <algorithm>
 #include <climits>
@@ -99,7 +100,7 @@ bool is_unpadded_base64(std::string_view text) noexcept
 bool is_plain_base64(std::string_view text) noexcept
 {
     return text.size() % 4 == 0 &&
-           is_unpadded_base64(text.substr(0, text.size() - pads_behind(text)));
+           is_unpadded_base64(leading(text, text.size() - pads_behind(text)));
 }
 
 int check_base64(std::string_view text) noexcept
@@ -133,7 +134,7 @@ std::string_view counted_groups(std::string_view text, int length) noexcept
 {
     const auto counted = static_cast<std::size_t>(std::max(length, 0)) / 4 * 4;
     const bool has_zeros = counted > text.size();
-    return text.substr(0, has_zeros ? text.size() / block_characters * block_characters : counted);
+    return leading(text, has_zeros ? text.size() / block_characters * block_characters : counted);
 }
 
 // Tabs may stand in front of a block, and tabs and hyphens behind it.
@@ -165,7 +166,7 @@ int decode_blocks(std::string_view text, unsigned char *data) noexcept
         return decode_plain(text, data);
     int decoded = 0;
     while (!text.empty()) {
-        const std::string_view block = text.substr(0, block_characters);
+        const std::string_view block = leading(text, block_characters);
         const int count = decode_block(block, data + decoded);
         if (count <= 0)
             return count < 0 ? count : decoded;

@@ -107,8 +107,8 @@ bool are_without_error(const signature *made) noexcept
 // What gpg reports of the file in words of its own.
 struct gpg_report {
     bool is_damaged = false;
-    bool is_unsigned = false;
-    bool is_of_another_form = false;
+    bool is_of_another_form = false; // than content with signatures
+    bool has_two_contents = false;
     bool has_failed = false;
 };
 
@@ -118,9 +118,11 @@ gpgme_error_t take_status(void *handle, const char *keyword, const char *argumen
     const std::string_view status(keyword);
     const std::string_view reason(arguments != nullptr ? arguments : "");
     if (status == "NODATA")
-        (reason == "4" ? report.is_unsigned : report.is_damaged) = true;
+        (reason == "4" ? report.is_of_another_form : report.is_damaged) = true;
     else if (status == "UNEXPECTED" && reason == "0")
         report.is_of_another_form = true;
+    else if (status == "ERROR" && reason.starts_with("proc_pkt.plaintext "))
+        report.has_two_contents = true;
     else if (status == "FAILURE")
         report.has_failed = true;
     return 0;
@@ -140,12 +142,10 @@ int find_signatures_in_any_form(gpg_session &gpg) noexcept
     gpg.output = new_content();
     if (!gpg.output || ::gpgme_data_seek(gpg.input.get(), 0, SEEK_SET) != 0)
         return ORVANE_GPG_VERIFY_FAILED;
-    // That a file is not encrypted, or not for the user, is an error to GPGME alone.
-    const gpgme_error_t error = decrypt_and_verify(gpg);
-    const bool has_two_contents =
-        ::gpgme_err_code(error) == GPG_ERR_BAD_DATA && !report.is_of_another_form;
+    // GPGME's error says no more than that the file is not encrypted, or not for the user.
+    static_cast<void>(decrypt_and_verify(gpg));
     const bool is_damaged = report.is_damaged && signatures_of(gpg.context.get()) == nullptr;
-    return has_two_contents || is_damaged ? ORVANE_GPG_VERIFY_FAILED : ORVANE_OK;
+    return is_damaged || report.has_two_contents ? ORVANE_GPG_VERIFY_FAILED : ORVANE_OK;
 }
 
 // GPGME 1.18 lets gpg find out what a file is. GPGME 1.24 runs it with --verify, which takes an
@@ -162,7 +162,7 @@ int find_signatures(gpg_session &gpg) noexcept
         error == 0 && report.has_failed && are_without_error(signatures_of(gpg.context.get()));
     if (report.is_of_another_form || has_silently_failed)
         return find_signatures_in_any_form(gpg);
-    return error == 0 || report.is_unsigned ? ORVANE_OK : ORVANE_GPG_VERIFY_FAILED;
+    return error == 0 ? ORVANE_OK : ORVANE_GPG_VERIFY_FAILED;
 }
 
 int code_of(const signature &first) noexcept

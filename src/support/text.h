@@ -3,6 +3,7 @@
 // Operations on text that do not allocate memory.
 #pragma once
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 #include <utility>
@@ -13,6 +14,12 @@ namespace orvane {
 inline bool has_prefix(std::string_view text, std::string_view prefix) noexcept
 {
     return text.size() >= prefix.size() && ::memcmp(text.data(), prefix.data(), prefix.size()) == 0;
+}
+
+// In place of substr(), which needs the C++ runtime where the compiler checks that 0 is in range.
+inline std::string_view leading(std::string_view text, std::size_t count) noexcept
+{
+    return {text.data(), std::min(count, text.size())};
 }
 
 // For printing text that may be absent.

@@ -1,10 +1,11 @@
 #!/bin/sh
 # Shows that a program's own compute_sha256() takes the place of the library's, unless it is hidden.
-# Usage: replaced_name.sh LIBRARY
+# Usage: replaced_name.sh LIBRARY WORK-DIR
 set -eu
 
-work=$(mktemp -d)
-trap 'rm -r "$work"' EXIT
+# Not in /tmp, where nothing may be executed on some hosts.
+work=$2/replaced_name
+mkdir -p "$work"
 cat >"$work/program.c" <<'END'
 #include <stdbool.h>
 #include <stdio.h>

@@ -1,45 +1,14 @@
 #!/bin/bash
-# Runs a command on a host that has, installed and configured, whatever a test might depend on: another
-# liborvane, a public key, a trace log, a key store, other tools, and an environment, limits and
-# descriptors that are unusual. The host itself stays as it is.
+# Runs a command on a host that has, installed and configured, what a test might depend on: another
+# liborvane, a public key, a trace log, a key store, tools, files where tests put theirs, and an
+# unusual environment, limits, signals and descriptors. The computer itself stays as it is.
 # Usage: hostile_host.sh make DIRECTORY LOCALES
 #        hostile_host.sh run DIRECTORY COMMAND...
+#        hostile_host.sh run-as-root DIRECTORY COMMAND... in the environment that sudo gives
 set -euo pipefail
 
 project=$(realpath "$(dirname "$0")/../..")
 covered=(etc opt root srv usr)
-
-# Lays what was made over this host's directories.
-lay() {
-    local made=$1 layer
-    mount -t tmpfs tmpfs /mnt
-    for layer in "${covered[@]}"; do
-        mkdir -p "/mnt/$layer/upper" "/mnt/$layer/work"
-        mount -t overlay overlay "/$layer" -o \
-            "lowerdir=$made/$layer:/$layer,upperdir=/mnt/$layer/upper,workdir=/mnt/$layer/work"
-    done
-    mount -t tmpfs tmpfs /var/log
-    cp -a "$made/log/." /var/log
-    # As hardened hosts have it. The project may stand below it.
-    case $project in
-    /tmp/*) ;;
-    *) mount -t tmpfs -o noexec,nosuid,nodev,mode=1777 tmpfs /tmp ;;
-    esac
-}
-
-# A library whose functions end the process, with its header, its package files and its command.
-make_library() {
-    local prefix=$1/$2 libdir=$1/$3
-    mkdir -p "$prefix/bin" "$prefix/include" "$libdir/pkgconfig" "$libdir/cmake/orvane"
-    gcc -shared -fPIC -fno-builtin -Wl,-soname,liborvane.so.1 \
-        -Wl,--version-script="$project/src/liborvane.map" -o "$libdir/liborvane.so.1" "$made/library.c"
-    ln -s liborvane.so.1 "$libdir/liborvane.so"
-    echo '#error "the header of the host"' >"$prefix/include/orvane.h"
-    printf 'Name: liborvane\nDescription: of the host\nVersion: 0.1\nCflags: -DOF_THE_HOST=\nLibs: -lorvane\n' \
-        >"$libdir/pkgconfig/liborvane.pc"
-    echo 'message(FATAL_ERROR "the package of the host")' >"$libdir/cmake/orvane/orvaneConfig.cmake"
-    make_tool "$prefix/bin/orvane"
-}
 
 make_tool() {
     mkdir -p "${1%/*}"
@@ -47,102 +16,141 @@ make_tool() {
     chmod 755 "$1"
 }
 
-make_library_source() {
-    echo '#include <stdlib.h>'
-    echo '#include <unistd.h>'
-    echo 'static void used(void) { if (write(2, "the library of the host is used\n", 32)) abort(); }'
+# The source of a library that exports the same names.
+print_library() {
+    printf '#include <stdlib.h>\n#include <unistd.h>\n'
     sed -n '/^global:/,/^local:/s/^ *\([A-Za-z_0-9]*\);$/\1/p' "$project/src/liborvane.map" |
         while read -r name; do
             case $name in
-            manufacturerType) echo "struct { const char *name; int type; } $name[24];" ;;
-            *) echo "void $name(void) { used(); }" ;;
+            manufacturerType) echo "const void *${name}[48];" ;;
+            *) echo "void $name(void) { if (write(2, \"the host\", 8)) abort(); }" ;;
             esac
         done
 }
 
+# make_library PREFIX LIBDIR
+make_library() {
+    mkdir -p "$1/include" "$2/pkgconfig" "$2/cmake/orvane"
+    print_library | gcc -shared -fPIC -x c -o "$2/liborvane.so.1" - \
+        -Wl,-soname,liborvane.so.1 -Wl,--version-script="$project/src/liborvane.map"
+    ln -s liborvane.so.1 "$2/liborvane.so"
+    echo "#error \"the host's header\"" >"$1/include/orvane.h"
+    printf '%s\n' 'Name: liborvane' "Description: the host's" 'Version: 0.1' \
+        'Libs: -lof_the_host' >"$2/pkgconfig/liborvane.pc"
+    echo "message(FATAL_ERROR \"the host's package\")" >"$2/cmake/orvane/orvaneConfig.cmake"
+    make_tool "$1/bin/orvane"
+}
+
 make_key_store() {
-    mkdir -m 700 -p "$1"
-    printf 'armor\nno-such-option\ndefault-key nobody\n' >"$1/gpg.conf"
-    printf 'no-such-option\n' >"$1/gpg-agent.conf"
-    echo 'no keyring' >"$1/pubring.kbx"
+    mkdir "$1"
+    chmod 700 "$1"
+    printf 'armor\nno-such-option\n' >"$1/gpg.conf"
+    echo no-such-option >"$1/gpg-agent.conf"
+    echo 'not a keyring' >"$1/pubring.kbx"
 }
 
 make() {
-    local locales=$1 multiarch tool
+    local tool name
     rm -rf "$made"
     mkdir -p "${covered[@]/#/$made/}" "$made/log/orvane"
-    multiarch=$(gcc -print-multiarch)
-    make_library_source >"$made/library.c"
-    make_library "$made/usr" . "lib/$multiarch"
-    make_library "$made/usr" local local/lib
-    for tool in bin/gpg bin/gpgconf bin/ip bin/lsblk sbin/dmidecode sbin/dmsetup sbin/lvdisplay sbin/pvdisplay sbin/smartctl; do
+
+    make_library "$made/usr" "$made/usr/lib/$(gcc -print-multiarch)"
+    make_library "$made/usr/local" "$made/usr/local/lib"
+    for tool in bin/lsblk sbin/dmidecode sbin/dmsetup sbin/lvdisplay sbin/pvdisplay sbin/smartctl; do
         make_tool "$made/usr/local/$tool"
     done
-    mkdir -p "$made/usr/lib/locale"
-    cp -a "$locales/." "$made/usr/lib/locale"
-
-    mkdir -p "$made/etc/orvane" "$made/etc/keys"
-    openssl genrsa 2048 2>/dev/null | openssl rsa -pubout -out "$made/etc/orvane/public.pem" 2>/dev/null
-    echo 'not a key' >"$made/etc/keys/one.pem"
-    printf 'NAME="Of the host"\nVARIANT="EDU"\nVARIANT_ID=edu\n' >"$made/etc/os-release"
-    printf 'VARIANT=EDU\n' >"$made/usr/lib/os-release"
-    printf 'Zone Odd 13:45 - ODD\n' >"$made/zone"
-    zic -d "$made/zones" "$made/zone"
-    cp "$made/zones/Odd" "$made/etc/localtime"
-    mkdir -p "$made/etc/gnupg"
-    printf 'no-such-option\n' | tee "$made/etc/gnupg/gpg.conf" >"$made/etc/gnupg/gpg-agent.conf"
-    make_key_store "$made/root/.gnupg"
-    printf '2020-01-01 00:00:00.000 [1]: of the host\n' >"$made/log/orvane/liborvane.log"
-    # Where tests put their files.
-    mkdir -p "$made/opt/orvane" "$made/opt/tools"
-    for name in file output settings content made log missing; do
-        mkdir -p "$made/srv/$name"
-        echo "of the host" >"$made/srv/$name/name"
+    for tool in gpg gpgconf gpg-agent ip cat sh readlink; do
+        make_tool "$made/opt/tools/$tool"
     done
-    (
-        export -f lay
-        export project
-        unshare --mount bash -euc "covered=(${covered[*]})"'; lay "$1"; ldconfig -C "$1/ld.so.cache"' \
-            bash "$made"
-    )
+    mkdir -p "$made/usr/lib/locale"
+    cp -a "$1/." "$made/usr/lib/locale"
+
+    mkdir "$made/etc/orvane" "$made/etc/gnupg" "$made/etc/keys"
+    openssl genrsa 2048 2>/dev/null |
+        openssl rsa -pubout -out "$made/etc/orvane/public.pem" 2>/dev/null
+    echo 'not a key' >"$made/etc/keys/one.pem"
+    echo 'VARIANT=EDU' | tee "$made/etc/os-release" >"$made/usr/lib/os-release"
+    echo no-such-option | tee "$made/etc/gnupg/gpg.conf" >"$made/etc/gnupg/gpg-agent.conf"
+    make_key_store "$made/root/.gnupg"
+    echo 'Zone Odd 13:45 - ODD' | zic -d "$made/zones" -
+    mv "$made/zones/Odd" "$made/etc/localtime"
+    echo 'the log of the host' >"$made/log/orvane/liborvane.log"
+    # The names that tests use most.
+    for name in calls directory file link log missing output settings text; do
+        mkdir "$made/srv/$name"
+        echo 'of the host' >"$made/srv/$name/file"
+    done
+    mkdir "$made/opt/orvane"
+
+    # The dynamic linker finds the library.
+    unshare --mount "$0" lay "$made" ldconfig -C "$made/ld.so.cache"
     mv "$made/ld.so.cache" "$made/etc"
 }
 
-run_here() {
-    export HOME=/root GNUPGHOME=/root/.gnupg TMPDIR=/var/log XDG_RUNTIME_DIR=/nonexistent \
-        XDG_CONFIG_HOME=/nonexistent XDG_CACHE_HOME=/nonexistent
-    export LC_ALL=tr_TR.ISO-8859-9 LANG=de_DE.ISO-8859-1 LANGUAGE=de LC_NUMERIC=de_DE.ISO-8859-1
-    export TZ='<+1345>-13:45'
-    export PATH=/usr/local/sbin:/usr/local/bin:$PATH LD_LIBRARY_PATH=/usr/local/lib
-    export POSIXLY_CORRECT=1 COLUMNS=20 TERM=dumb IFS=x ENV=/nonexistent NO_COLOR=1
-    export G_MESSAGES_DEBUG=all G_SLICE=debug-blocks LIBBLKID_DEBUG=all LIBSMARTCOLS_DEBUG=all \
-        LSBLK_DEBUG=all GPGME_DEBUG=9 OPENSSL_CONF=/nonexistent MALLOC_PERTURB_=165
-    export GTEST_SHUFFLE=1
-    umask "${HOSTILE_UMASK-077}"
-    ulimit -S -n 64
-    ulimit -S -c unlimited
-    ulimit -S -f 1000000
-    ulimit -S -s 2048
-    ulimit -S -u 20
-    cd /srv
-    exec 3</etc/passwd 4</ 7>>/dev/null <&-
-    exec env --ignore-signal=PIPE,CHLD,XFSZ,HUP,USR1 --block-signal=TERM,USR2,ALRM "$@"
+# Lays what was made over this computer's directories.
+lay() {
+    local top written=$made/written
+    mkdir -p "$written"
+    mount -t tmpfs tmpfs "$written"
+    for top in "${covered[@]}"; do
+        mkdir -p "$written/$top/upper" "$written/$top/work"
+        mount -t overlay overlay "/$top" -o \
+            "lowerdir=$made/$top:/$top,upperdir=$written/$top/upper,workdir=$written/$top/work"
+    done
+    mount -t tmpfs tmpfs /var/log
+    cp -a "$made/log/." /var/log
+    # As on a hardened host. The project may stand below it.
+    [[ $project == /tmp/* ]] ||
+        mount -t tmpfs -o noexec,nosuid,nodev,mode=1777 tmpfs /tmp
 }
 
-case ${1-} in
-make)
-    made=$2
-    make "$3"
+be_unusual() {
+    export HOME=/root GNUPGHOME=/root/.gnupg TMPDIR=/var/log
+    export XDG_RUNTIME_DIR=/nonexistent XDG_CONFIG_HOME=/nonexistent XDG_CACHE_HOME=/nonexistent
+    export LC_ALL=tr_TR.ISO-8859-9 LANG=de_DE.ISO-8859-1 LANGUAGE=de TZ='<+1345>-13:45'
+    export PATH=/opt/tools:/usr/local/sbin:/usr/local/bin:$PATH LD_LIBRARY_PATH=/usr/local/lib
+    export POSIXLY_CORRECT=1 COLUMNS=20 NO_COLOR=1 G_MESSAGES_DEBUG=all G_SLICE=debug-blocks \
+        GPGME_DEBUG=9 LIBBLKID_DEBUG=all LIBSMARTCOLS_DEBUG=all OPENSSL_CONF=/nonexistent
+    export GTEST_SHUFFLE=1
+    umask 077
+    ulimit -S -n 64 -f 1000000 -s 2048 -u 20
+    cd /srv
+    exec 0<&- 3</ 4</etc/passwd 7>>/dev/null
+}
+
+nothing_is_left() {
+    local left
+    left=$(ls -A /tmp)
+    [ -z "$left" ] || echo "left in /tmp: $left"
+    [ -z "$left" ]
+}
+
+[ $# -ge 3 ] || {
+    echo "usage: hostile_host.sh make DIRECTORY LOCALES | run|run-as-root DIRECTORY COMMAND..." >&2
+    exit 2
+}
+mode=$1 made=$2
+shift 2
+case $mode in
+make) make "$1" ;;
+run) exec unshare --mount "$0" unusual "$made" "$@" ;;
+run-as-root)
+    umask 077
+    exec unshare --mount "$0" lay "$made" env -i HOME=/root LANG=C.UTF-8 \
+        PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin "$@"
     ;;
-run)
-    made=$2
-    shift 2
-    exec unshare --mount "$0" run-here "$made" "$@"
+# In mounts of its own.
+lay)
+    lay
+    exec "$@"
     ;;
-run-here)
-    made=$2
-    shift 2
-    lay "$made"
-    run_here "$@"
+unusual)
+    lay
+    env=$(command -v env)
+    be_unusual
+    status=0
+    "$env" --ignore-signal=CHLD,HUP,PIPE,USR1,XFSZ --block-signal=ALRM,TERM,USR2 "$@" || status=$?
+    [[ $project == /tmp/* ]] || nothing_is_left || exit 1
+    exit $status
     ;;
 esac

@@ -138,7 +138,7 @@ void constructed_machine::start()
         if (!is_below(bare, PROJECT) && !is_below(bare, build_folder()))
             cover(bare);
     }
-    for (const char *const of_the_host : {"/etc/orvane", "/etc/gnupg"}) {
+    for (const char *const of_the_host : {"/etc/gnupg", "/etc/orvane"}) {
         if (fs::exists(of_the_host))
             remove(of_the_host);
     }

@@ -134,6 +134,12 @@ void set_usual_limits()
     }
 }
 
+// QEMU reports there that a signal ends what it runs.
+std::string without_report_of_qemu(const std::string &error)
+{
+    return error.substr(0, error.find("qemu: uncaught target signal "));
+}
+
 } // namespace
 
 void become_usual_process()
@@ -179,7 +185,7 @@ constructed_machine::program_result run_program(const std::vector<std::string> &
     if (child < 0 || ::waitpid(child, &status, 0) != child)
         throw std::system_error(errno, std::generic_category(), "run " + command.front());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), output.text(),
-            error.text()};
+            without_report_of_qemu(error.text())};
 }
 
 std::string standard_error_of(const std::function<void()> &action)

@@ -19,7 +19,9 @@
 #include <string_view>
 #include <system_error>
 
+#include <gtest/gtest.h>
 #include <openssl/rsa.h>
+
 #include <unistd.h>
 
 namespace {
@@ -254,14 +256,22 @@ struct end_by_maker {
     }
 };
 
-// The user's store lasts until the next one is made, or the process ends.
+// The user's store lasts until the next one is made, or the tests of the process end.
+std::unique_ptr<const key_store, end_by_maker> users_store;
+
+// The process of a case ends without destructors.
+class end_of_tests : public testing::Environment {
+    void TearDown() override { users_store.reset(); }
+};
+[[maybe_unused]] testing::Environment *const at_end_of_tests =
+    testing::AddGlobalTestEnvironment(new end_of_tests);
+
 const key_store &new_key_store()
 {
-    static std::unique_ptr<const key_store, end_by_maker> store;
-    store = {new key_store, end_by_maker()};
+    users_store = {new key_store, end_by_maker()};
     // NOLINTNEXTLINE(concurrency-mt-unsafe): a machine is furnished before there are threads.
-    ::setenv("GNUPGHOME", store->path().c_str(), 1);
-    return *store;
+    ::setenv("GNUPGHOME", users_store->path().c_str(), 1);
+    return *users_store;
 }
 
 // A store of the user's that has not seen any key.

@@ -11,6 +11,13 @@ constexpr uid_t ordinary_user = 65534;
 
 class show_command : public command_machine {
 protected:
+    void furnish() override
+    {
+        command_machine::furnish();
+        for (const char *const variant : {"/etc/os-release", "/usr/lib/os-release"})
+            machine.remove(variant);
+    }
+
     void describe_machine()
     {
         machine.file("/proc/mounts", "/dev/nvme0n1p2 / ext4 rw 0 0\n");
