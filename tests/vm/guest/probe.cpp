@@ -29,7 +29,7 @@
 namespace {
 
 constexpr const char *trace_log = "/var/log/orvane/liborvane.log";
-constexpr unsigned int patience_seconds = 60;
+constexpr unsigned int patience_seconds = 180; // of less than 5 on an idle computer
 constexpr uid_t nobody = 65534;
 
 [[noreturn]] void give_up(const std::string &why)
