@@ -6,10 +6,12 @@
 
 namespace {
 
-constexpr struct {
+struct help_text {
     std::string_view subcommand;
     const char *text;
-} texts[] = {
+};
+
+constexpr help_text texts[] = {
     {"", R"(Tells the identity of the machine it runs on, and checks and encodes data files.
 Usage: orvane [OPTIONS] [SUBCOMMAND]
 
@@ -160,8 +162,8 @@ std::string list_of_facts()
 
 std::string help_of(std::string_view subcommand)
 {
-    const auto *const found =
+    const help_text *const found =
         std::find_if(std::begin(texts), std::end(texts),
-                     [&](const auto &one) { return one.subcommand == subcommand; });
+                     [&](const help_text &one) { return one.subcommand == subcommand; });
     return found->text + (subcommand == "show" ? list_of_facts() : "");
 }

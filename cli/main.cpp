@@ -44,7 +44,8 @@ using subcommands = std::deque<subcommand>;
 subcommand &declare(const char *name, CLI::App *parser, subcommands &all)
 {
     parser->require_subcommand(0, 1);
-    return all.emplace_back(subcommand{name, parser, parser->add_flag("-h,--help")});
+    all.push_back({name, parser, parser->add_flag("-h,--help")});
+    return all.back();
 }
 
 // Given more than once it is refused by check_given_once().
