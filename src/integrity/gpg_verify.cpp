@@ -4,6 +4,7 @@
 #include "integrity/builtin_key.h"
 #include "integrity/gpg_session.h"
 #include "orvane.h"
+#include "support/text.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -127,7 +128,7 @@ gpgme_error_t take_status(void *handle, const char *keyword, const char *argumen
         (reason == "4" ? report.is_of_another_form : report.is_damaged) = true;
     else if (status == "UNEXPECTED" && reason == "0")
         report.is_of_another_form = true;
-    else if (status == "ERROR" && reason.starts_with("proc_pkt.plaintext "))
+    else if (status == "ERROR" && has_prefix(reason, "proc_pkt.plaintext "))
         report.has_two_contents = true;
     else if (status == "FAILURE")
         report.has_failed = true;
