@@ -319,6 +319,17 @@ IN_PLACE_OF(int, open64, (const char *path, int flags, mode_t mode))
     return open_as("open64", path, flags, mode);
 }
 
+// Those that a fortified program calls.
+IN_PLACE_OF(int, __open_2, (const char *path, int flags))
+{
+    return open_as("open", path, flags, 0);
+}
+
+IN_PLACE_OF(int, __open64_2, (const char *path, int flags))
+{
+    return open_as("open64", path, flags, 0);
+}
+
 IN_PLACE_OF(int, ioctl, (int fd, unsigned long request, void *buffer))
 {
     return ioctl_as("ioctl", fd, request, buffer);

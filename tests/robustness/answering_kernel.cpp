@@ -167,6 +167,7 @@ ifaddrs *list_of(const dirent *const *names, std::size_t count)
 #define ANSWERED __attribute__((visibility("default")))
 extern "C" ANSWERED int answered_open(const char *path, int flags, mode_t mode) __asm__("open");
 extern "C" ANSWERED int answered_open64(const char *path, int flags, mode_t mode) __asm__("open64");
+extern "C" ANSWERED int answered_checked_open(const char *path, int flags) __asm__("__open_2");
 extern "C" ANSWERED int answered_openat(int directory, const char *path, int flags,
                                         mode_t mode) __asm__("openat");
 extern "C" ANSWERED int answered_ioctl(int fd, unsigned long request,
@@ -186,6 +187,12 @@ extern "C" int answered_open(const char *path, int flags, mode_t mode)
 extern "C" int answered_open64(const char *path, int flags, mode_t mode)
 {
     return answered_open(path, flags | O_LARGEFILE, mode);
+}
+
+// What a library that clang++ 19 or later has fortified calls.
+extern "C" int answered_checked_open(const char *path, int flags)
+{
+    return answered_open(path, flags, 0);
 }
 
 extern "C" int answered_openat(int directory, const char *path, int flags, mode_t mode)

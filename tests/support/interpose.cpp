@@ -60,3 +60,10 @@ const bool listening = [] {
     }
 #define INTERPOSED_ARGUMENTS(...) __VA_OPT__(, ) __VA_ARGS__
 INTERPOSED_FUNCTIONS
+
+extern "C" int interposed_checked_open(const char *path, int flags) __asm__(SYMBOL_OF_CHECKED_OPEN);
+extern "C" __attribute__((visibility("default"))) int interposed_checked_open(const char *path,
+                                                                              int flags)
+{
+    return interpose::open.call(__builtin_return_address(0), path, flags, mode_t{0});
+}
