@@ -85,9 +85,11 @@ gpgme_error_t decrypt_and_verify(gpg_session &gpg) noexcept
 {
     if (gpg.input_bytes <= least_pipe_bytes)
         return ::gpgme_op_decrypt_verify(gpg.context.get(), gpg.input.get(), gpg.output.get());
+    // GCOVR_EXCL_START: Debian 12's gpg leads nowhere here; the tests on Debian 13 do.
     gpg.operation.attach_to(gpg.context.get());
     return gpg.operation.wait(
         ::gpgme_op_decrypt_verify_start(gpg.context.get(), gpg.input.get(), gpg.output.get()));
+    // GCOVR_EXCL_STOP
 }
 
 using signature = _gpgme_signature;
@@ -127,9 +129,9 @@ gpgme_error_t take_status(void *handle, const char *keyword, const char *argumen
     if (status == "NODATA")
         (reason == "4" ? report.is_of_another_form : report.is_damaged) = true;
     else if (status == "UNEXPECTED" && reason == "0")
-        report.is_of_another_form = true;
+        report.is_of_another_form = true; // GCOVR_EXCL_LINE: as above
     else if (status == "ERROR" && has_prefix(reason, "proc_pkt.plaintext "))
-        report.has_two_contents = true;
+        report.has_two_contents = true; // GCOVR_EXCL_LINE: as above
     else if (status == "FAILURE")
         report.has_failed = true;
     return 0;
