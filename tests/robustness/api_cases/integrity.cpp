@@ -406,6 +406,19 @@ void file_without_signature(constructed_machine &machine)
     sign(machine, key_store(), "hello\n", {"--store"});
 }
 
+void file_to_be_read_twice(constructed_machine &machine)
+{
+    file_without_signature(machine);
+    make_gpg_verify(machine);
+}
+
+void long_file_to_be_read_twice(constructed_machine &machine)
+{
+    user_with_key_store(machine);
+    sign(machine, key_store(), std::string(100000, 'x'), {"--compress-algo", "none", "--store"});
+    make_gpg_verify(machine);
+}
+
 void file_of_another_kind(constructed_machine &machine)
 {
     user_with_key_store(machine);
@@ -616,6 +629,8 @@ api_case_list gpg_cases()
             {
                 verify_case("unknown_signer", file_of_unknown_signer, ORVANE_GPG_KEY_MISSING),
                 verify_case("no_signature", file_without_signature, ORVANE_GPG_NO_SIGNATURE),
+                verify_case("read_twice", file_to_be_read_twice, ORVANE_GPG_NO_SIGNATURE),
+                verify_case("long_read_twice", long_file_to_be_read_twice, ORVANE_GPG_NO_SIGNATURE),
                 // Where gpg is ended before it reports anything, GPGME reports neither failure nor
                 // signature.
                 {"gpg_verify", "no_openpgp", file_of_another_kind, verified,

@@ -320,7 +320,7 @@ TEST_F(gpg_verification, accepts_a_detached_signature_of_nothing)
     EXPECT_EQ(verify(signed_file("", {"--detach-sign"})), stored(""));
 }
 
-TEST_F(gpg_verification, judges_what_is_in_a_file_that_is_encrypted_to_the_user)
+TEST_F(gpg_verification, judges_what_is_in_a_file_however_gpg_is_run)
 {
     user.gpg({"--passphrase", "", "--quick-generate-key", "reader", "rsa2048", "sign,cert,encr"});
     user.gpg({"--output", "/srv/reader", "--export", "reader"});
@@ -329,14 +329,20 @@ TEST_F(gpg_verification, judges_what_is_in_a_file_that_is_encrypted_to_the_user)
     import_for_user("other");
     const texts to_reader = {"--trust-model", "always",   "--compress-algo", "none", "-r",
                              "reader",        "--encrypt"};
-    EXPECT_EQ(verify(signed_file("hello\n", to_reader + texts{"--sign"})), stored("hello\n"));
-    EXPECT_EQ(verify(signed_file(large_content(), to_reader + texts{"--sign"})), null_stored());
-    EXPECT_EQ(verify(written_by_gpg("hello\n", to_reader + texts{"-u", "other", "--sign"})),
-              nothing_stored(ORVANE_GPG_OTHER_SIGNER));
-    EXPECT_EQ(verify(written_by_gpg("hello\n", to_reader)),
-              nothing_stored(ORVANE_GPG_NO_SIGNATURE));
-    EXPECT_EQ(verify(written_by_gpg(large_content(), to_reader)),
-              nothing_stored(ORVANE_GPG_NO_SIGNATURE));
+    for (const bool verifies : {false, true}) {
+        if (verifies)
+            make_gpg_verify(machine);
+        EXPECT_EQ(verify(signed_file("hello\n", to_reader + texts{"--sign"})), stored("hello\n"));
+        EXPECT_EQ(verify(signed_file(large_content(), to_reader + texts{"--sign"})), null_stored());
+        EXPECT_EQ(verify(written_by_gpg("hello\n", to_reader + texts{"-u", "other", "--sign"})),
+                  nothing_stored(ORVANE_GPG_OTHER_SIGNER));
+        EXPECT_EQ(verify(written_by_gpg("hello\n", to_reader)),
+                  nothing_stored(ORVANE_GPG_NO_SIGNATURE));
+        EXPECT_EQ(verify(written_by_gpg(large_content(), to_reader)),
+                  nothing_stored(ORVANE_GPG_NO_SIGNATURE));
+        EXPECT_EQ(verify(written_by_gpg("hello\n", {"--store"})),
+                  nothing_stored(ORVANE_GPG_NO_SIGNATURE));
+    }
 }
 
 // The content.
