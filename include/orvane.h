@@ -913,8 +913,8 @@ ORVANE_API ORVANE_VERDICT bool compute_sha256(const char *text, unsigned char *d
  *          FILE_UNREADABLE    missing, not permitted, larger than memory; a
  *                             directory, a FIFO, a socket, a terminal
  *          NO_OUTPUT          no memory
- *          VERIFY_FAILED      gpg is missing; the file is not OpenPGP, empty,
- *                             damaged or truncated
+ *          VERIFY_FAILED      gpg is missing; memory or descriptors ran out; the
+ *                             file is not OpenPGP, empty, damaged or truncated
  *          NO_SIGNATURE       not signed, or encrypted so that the user cannot
  *                             open it; truncated early; gpg ended before it read
  *                             the file, as where there is no key store and none

@@ -133,7 +133,7 @@ gpgme_error_t take_status(void *handle, const char *keyword, const char *argumen
     else if (status == "UNEXPECTED" && reason == "0")
         report.is_of_another_form = true;
     else if (status == "ERROR" && has_prefix(reason, "proc_pkt.plaintext "))
-        report.has_two_contents = true; // GCOVR_EXCL_LINE: gpg 2.4 alone reports it
+        report.has_two_contents = true;
     else if (status == "FAILURE")
         report.has_failed = true;
     return 0;
@@ -145,15 +145,24 @@ gpg_report::gpg_report(gpgme_ctx_t reporting) noexcept : context(reporting)
     ::gpgme_set_status_cb(context, take_status, this);
 }
 
+// Whether GPGME lacked what it needs, such as memory or a process. Its other errors say no more
+// than that the file is not encrypted, or that the user cannot open it.
+bool was_cut_short(gpgme_error_t error) noexcept
+{
+    const gpg_err_code_t code = ::gpgme_err_code(error);
+    return (code & GPG_ERR_SYSTEM_ERROR) != 0 || code == GPG_ERR_GENERAL;
+}
+
 // Returns ORVANE_OK also where there is no signature.
 int find_signatures_in_any_form(gpg_session &gpg) noexcept
 {
     gpg_report report(gpg.context.get());
     gpg.output = new_content();
-    if (!gpg.output || ::gpgme_data_seek(gpg.input.get(), 0, SEEK_SET) != 0)
+    if (!gpg.output)
+        return ORVANE_GPG_NO_OUTPUT;
+    if (::gpgme_data_seek(gpg.input.get(), 0, SEEK_SET) != 0 ||
+        was_cut_short(decrypt_and_verify(gpg)))
         return ORVANE_GPG_VERIFY_FAILED;
-    // GPGME's error says no more than that the file is not encrypted, or not for the user.
-    static_cast<void>(decrypt_and_verify(gpg));
     const bool is_damaged = report.is_damaged && signatures_of(gpg.context.get()) == nullptr;
     return is_damaged || report.has_two_contents ? ORVANE_GPG_VERIFY_FAILED : ORVANE_OK;
 }

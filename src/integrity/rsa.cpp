@@ -24,7 +24,8 @@ constexpr char public_key_path[] = "/etc/orvane/public.pem";
 
 // Removes at the end of its life what was added to the thread's queue of libcrypto errors since its
 // start: a caller that uses TLS would take that for a failure of its own connection. What was
-// pushed out of a full queue meanwhile is lost.
+// pushed out of a full queue meanwhile is lost. libcrypto 1.1 does not count marks, so no guard
+// lives inside another.
 class crypto_errors_guard {
 public:
     crypto_errors_guard() noexcept { ::ERR_set_mark(); }
@@ -48,6 +49,21 @@ bool fail(const char *reason) noexcept
     return false;
 }
 
+// Without its digest and its bytes nothing of a signature can be checked.
+bool read_signature(const char *message, const char *signature, unsigned char *digest,
+                    heap_bytes &bytes, int &size) noexcept
+{
+    const crypto_errors_guard guard;
+    initialise_crypto();
+    if (message == nullptr || signature == nullptr)
+        return fail("Invalid parameters: message or signature is NULL\n");
+    bytes.reset(::base64_decode_clean(signature, &size));
+    // Deliberate: "si11gnature" is how the line has always read, and logs are searched for it.
+    if (!bytes || size <= 0)
+        return fail("Failed to decode base64 si11gnature\n");
+    return ::compute_sha256(message, digest) || fail("Failed to compute SHA256 hash of message\n");
+}
+
 } // namespace
 
 } // namespace orvane
@@ -69,23 +85,16 @@ extern "C" RSA *load_public_key(const char *path)
 
 extern "C" bool verify_signature(const char *message, const char *signature)
 {
-    const orvane::crypto_errors_guard guard;
-    orvane::initialise_crypto();
-    if (message == nullptr || signature == nullptr)
-        return orvane::fail("Invalid parameters: message or signature is NULL\n");
-
-    int size = 0;
-    const orvane::heap_bytes decoded(::base64_decode_clean(signature, &size));
-    // Deliberate: "si11gnature" is how the line has always read, and logs are searched for it.
-    if (!decoded || size <= 0)
-        return orvane::fail("Failed to decode base64 si11gnature\n");
     unsigned char digest[SHA256_DIGEST_LENGTH];
-    if (!::compute_sha256(message, digest))
-        return orvane::fail("Failed to compute SHA256 hash of message\n");
+    orvane::heap_bytes bytes;
+    int size = 0;
+    if (!orvane::read_signature(message, signature, digest, bytes, size))
+        return false;
     const orvane::unique_rsa key(::load_public_key(orvane::public_key_path));
     if (!key)
         return orvane::fail("Failed to load public key\n");
-    return ::RSA_verify(NID_sha256, digest, sizeof digest, decoded.get(),
+    const orvane::crypto_errors_guard guard;
+    return ::RSA_verify(NID_sha256, digest, sizeof digest, bytes.get(),
                         static_cast<unsigned int>(size), key.get()) == 1;
 }
 

@@ -124,6 +124,9 @@ private:
                (data, offset, whence))                                                             \
     INTERPOSED(ssize_t, gpgme_data_read, (gpgme_data_t data, void *buffer, size_t size),           \
                (data, buffer, size))                                                               \
+    INTERPOSED(gpgme_error_t, gpgme_op_decrypt_verify,                                             \
+               (gpgme_ctx_t context, gpgme_data_t input, gpgme_data_t output),                     \
+               (context, input, output))                                                           \
     INTERPOSED(gpgme_verify_result_t, gpgme_op_verify_result, (gpgme_ctx_t context), (context))    \
     INTERPOSED(gpgme_error_t, gpgme_get_key,                                                       \
                (gpgme_ctx_t context, const char *fingerprint, gpgme_key_t *key, int secret),       \

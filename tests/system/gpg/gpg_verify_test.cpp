@@ -149,6 +149,13 @@ const refused_file refused_files[] = {
          return file_with(on, content.substr(0, content.size() - 1));
      },
      ORVANE_GPG_VERIFY_FAILED},
+    {{"another_content_behind_the_signed_one"},
+     [](gpg_machine &on) {
+         const std::string first = signed_uncompressed(on);
+         const texts uncompressed = {"--compress-algo", "none", "--store"};
+         return file_with(on, first + on.machine.content(on.written_by_gpg("more", uncompressed)));
+     },
+     ORVANE_GPG_VERIFY_FAILED},
     {{"an_expired_signature"},
      [](gpg_machine &on) {
          const std::string path =
@@ -519,4 +526,27 @@ TEST_F(gpg_verification, finds_no_signature_without_a_result)
 {
     interpose::gpgme_op_verify_result = [](gpgme_ctx_t) { return nullptr; };
     EXPECT_EQ(verify(signed_file()), nothing_stored(ORVANE_GPG_NO_SIGNATURE));
+}
+
+// Where gpg has refused the file as it is.
+TEST_F(gpg_verification, fails_without_the_memory_for_a_second_run)
+{
+    const std::string path = written_by_gpg("hello\n", {"--store"});
+    make_gpg_verify(machine);
+    for (const gpgme_error_t error :
+         {gpgme_error_from_errno(ENOMEM), gpgme_error(GPG_ERR_GENERAL)}) {
+        interpose::gpgme_op_decrypt_verify = [error](gpgme_ctx_t, gpgme_data_t, gpgme_data_t) {
+            return error;
+        };
+        EXPECT_EQ(verify(path), nothing_stored(ORVANE_GPG_VERIFY_FAILED)) << gpgme_strerror(error);
+    }
+    interpose::gpgme_op_decrypt_verify.reset();
+    int outputs = 0;
+    interpose::gpgme_data_new_from_cbs = [&outputs](gpgme_data_t *data, gpgme_data_cbs_t callbacks,
+                                                    void *handle) {
+        return ++outputs == 2 ? gpgme_error_from_errno(ENOMEM)
+                              : interpose::gpgme_data_new_from_cbs.real(data, callbacks, handle);
+    };
+    EXPECT_EQ(verify(path), nothing_stored(ORVANE_GPG_NO_OUTPUT));
+    EXPECT_EQ(outputs, 2);
 }
