@@ -18,10 +18,11 @@ FOLDER = Path(__file__).parent
 GUEST = FOLDER / "guest"
 SOURCES = [FOLDER / f"{name}.py" for name in "image kernel packages root".split()]
 
-# The programs that the library runs are the packages' own; busybox is for guest/init.
+# The programs that the library runs are the packages' own; busybox is for guest/init. systemd 262
+# only recommends libseccomp2, and grants every system call and address family without it.
 PACKAGES = (
-    "busybox-static coreutils cryptsetup-bin dash dmidecode dmsetup e2fsprogs grep kmod lvm2 mawk "
-    "mdadm smartmontools systemd udev util-linux"
+    "busybox-static coreutils cryptsetup-bin dash dmidecode dmsetup e2fsprogs grep kmod "
+    "libseccomp2 lvm2 mawk mdadm smartmontools systemd udev util-linux"
 ).split()
 # Each release has its own names for the packages of the libraries themselves.
 DEVELOPMENT_PACKAGES = (
