@@ -98,6 +98,7 @@ const signature *signatures_of(gpgme_ctx_t context) noexcept
     return result != nullptr ? result->signatures : nullptr;
 }
 
+// Returns false without a result: GPGME itself has failed then, and a second run could hide it.
 bool reports_no_error(gpgme_ctx_t context) noexcept
 {
     const auto *const result = ::gpgme_op_verify_result(context);

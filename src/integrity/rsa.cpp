@@ -49,7 +49,8 @@ bool fail(const char *reason) noexcept
     return false;
 }
 
-// Without its digest and its bytes nothing of a signature can be checked.
+// Stores the digest of the message, and the bytes of the signature with their number. Prints the
+// reason where it returns false.
 bool read_signature(const char *message, const char *signature, unsigned char *digest,
                     heap_bytes &bytes, int &size) noexcept
 {
