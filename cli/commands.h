@@ -1,19 +1,27 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// The subcommands. Each returns the exit status, and throws what it has to report in one line.
+// The subcommands. Each returns the exit status, and throws what it has to report in one line. An
+// exception that is not one of those below ends the command as undetermined.
 #pragma once
 
 #include <stdexcept>
 #include <string>
 
+// The same in every subcommand.
 enum exit_status {
-    success = 0,
-    failure = 1, // no answer, not valid, or output that cannot be written
-    misuse = 2,
+    success = 0,      // valid, or known
+    negative = 1,     // not valid, or there is no answer
+    misuse = 2,       // wrong use
+    undetermined = 3, // it cannot be told: no key, no permission, an unreadable file, a full disk
 };
 
 // Arguments that the subcommand does not take.
 struct usage_error : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Data that is not valid, or has no answer.
+struct negative_result : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 

@@ -74,7 +74,7 @@ int check_digest(const digest_options &options)
                 (reason.empty() ? std::string("the ") + algorithm.name +
                                       " digest differs, or the file cannot be read to its end"
                                 : reason));
-    return failure;
+    return negative;
 }
 
 int check_digest_list(const std::string &path)
@@ -99,5 +99,5 @@ int check_digest_list(const std::string &path)
         return success;
     print_error("files checked: " + std::to_string(checked) + ", different: " +
                 std::to_string(different) + ", unreadable: " + std::to_string(unreadable));
-    return failure;
+    return negative;
 }

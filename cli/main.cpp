@@ -256,16 +256,19 @@ int run(int argc, char **argv)
         return refused(error.what());
     } catch (const usage_error &error) {
         return refused(error.what());
+    } catch (const negative_result &error) {
+        print_error(error.what());
+        return negative;
     }
 }
 
-// Output that does not reach its destination is a failure.
+// Output that does not reach its destination leaves the result untold.
 int flushed(int status)
 {
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
         return status;
     print_error(std::string("standard output: ") + std::strerror(errno));
-    return failure;
+    return undetermined;
 }
 
 } // namespace
@@ -284,5 +287,5 @@ int main(int argc, char **argv)
     } catch (const std::exception &error) {
         print_error(error.what());
     }
-    return failure;
+    return undetermined;
 }

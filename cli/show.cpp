@@ -151,7 +151,7 @@ int show(const show_options &options)
     else if (is_answered(found.front().value))
         print_line(to_text(found.front().value));
     else
-        status = failure;
+        status = negative;
 
     if (::geteuid() == 0) {
         if (trace_log_refused())

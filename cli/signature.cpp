@@ -57,7 +57,7 @@ int check_signature(const signature_options &options)
         return success;
     }
     print_error(options.signature_file + ": no valid signature: " + reason_in(messages));
-    return failure;
+    return negative;
 }
 
 int verify_gpg_file(const gpg_options &options)
