@@ -6,6 +6,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 // The same in every subcommand.
 enum exit_status {
@@ -25,11 +26,29 @@ struct negative_result : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-struct show_options {
-    std::string name; // empty for all facts
+enum class show_format { table, json, shell };
+
+// What the subcommands that query the machine have in common.
+struct query_options {
+    std::vector<std::string> names; // of facts; none for all
     bool json = false;
+    bool redact = false; // hashes in the place of what identifies the machine
+    bool trace = false;  // the library's trace lines go to its log, too
+};
+
+struct show_options : query_options {
+    show_format format = show_format::table;
+    std::vector<std::string> required;
 };
 int show(const show_options &options);
+int explain(const query_options &options);
+int print_schema(); // of the JSON that show, explain, save and doctor print
+int print_facts_page();
+int doctor(const query_options &options);
+
+int save_facts(const std::string &file, const query_options &options);
+int compare_facts(const std::string &file, const query_options &options);
+
 int print_root_disk();
 
 struct digest_options {

@@ -88,11 +88,13 @@ void add_show(CLI::App &app, subcommands &all)
 {
     subcommand &command = declare("show", app.add_subcommand("show"), all);
     const auto options = std::make_shared<show_options>();
-    const CLI::Option *const name = command.parser->add_option("NAME", options->name);
+    const CLI::Option *const name = command.parser->add_option("NAME", options->names);
     const CLI::Option *const json = command.parser->add_flag("--json");
     command.check_values = [name, json, options] {
-        if (name->count() > 0 && find_fact(options->name) == nullptr)
-            throw usage_error("NAME: unknown fact '" + options->name + "'");
+        for (const std::string &one : options->names) {
+            if (find_fact(one) == nullptr)
+                throw usage_error("NAME: unknown fact '" + one + "'");
+        }
         options->json = is_set(json);
     };
     command.check_presence = [name, json] { check_excludes(name, json); };
