@@ -19,27 +19,6 @@
 
 namespace {
 
-// Names and firmware texts may hold escape sequences of terminals. A character is one of the
-// user's encoding.
-std::string without_controls(const std::string &text)
-{
-    std::string plain;
-    std::mbstate_t state = {};
-    for (std::size_t at = 0; at < text.size();) {
-        wchar_t wide = 0;
-        const std::size_t size = std::mbrtowc(&wide, &text[at], text.size() - at, &state);
-        const bool is_character = size <= text.size() - at && size > 0;
-        if (is_character && std::iswcntrl(static_cast<std::wint_t>(wide)) == 0)
-            plain.append(text, at, size);
-        else
-            plain.push_back(is_character ? ' ' : '?');
-        if (!is_character)
-            state = {};
-        at += is_character ? size : 1;
-    }
-    return plain;
-}
-
 // Set-user-ID and set-group-ID are not passed on to new content.
 constexpr mode_t permission_bits = 0777;
 constexpr mode_t default_mode = 0666; // before the umask
@@ -212,6 +191,40 @@ bool is_standard_output(const struct stat &file)
 }
 
 } // namespace
+
+// Names and firmware texts may hold escape sequences of terminals. A character is one of the user's
+// encoding.
+std::string without_controls(const std::string &text)
+{
+    std::string plain;
+    std::mbstate_t state = {};
+    for (std::size_t at = 0; at < text.size();) {
+        wchar_t wide = 0;
+        const std::size_t size = std::mbrtowc(&wide, &text[at], text.size() - at, &state);
+        const bool is_character = size <= text.size() - at && size > 0;
+        if (is_character && std::iswcntrl(static_cast<std::wint_t>(wide)) == 0)
+            plain.append(text, at, size);
+        else
+            plain.push_back(is_character ? ' ' : '?');
+        if (!is_character)
+            state = {};
+        at += is_character ? size : 1;
+    }
+    return plain;
+}
+
+void print_text(const std::string &text)
+{
+    if (::isatty(STDOUT_FILENO) == 0) {
+        std::fputs(text.c_str(), stdout);
+        return;
+    }
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t end = std::min(text.find('\n', at), text.size());
+        std::puts(without_controls(text.substr(at, end - at)).c_str());
+        at = end + 1;
+    }
+}
 
 void print_error(const std::string &message)
 {

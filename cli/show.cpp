@@ -2,39 +2,25 @@
 //
 // orvane show and orvane root-disk: the identity of the machine.
 #include "commands.h"
-#include "facts.h"
 #include "output.h"
+#include "query.h"
+#include "report.h"
 #include "stderr_capture.h"
 
 #include "orvane.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
-#include <span>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include <libsmartcols.h>
-#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 namespace {
-
-struct finding {
-    const fact *what;
-    answer value;
-};
-using findings = std::vector<finding>;
-
-findings query(std::span<const fact> facts)
-{
-    const stderr_capture capture;
-    findings found;
-    for (const fact &queried : facts)
-        found.push_back({&queried, queried.ask()});
-    return found;
-}
 
 struct unref_table {
     void operator()(libscols_table *table) const noexcept { scols_unref_table(table); }
@@ -46,93 +32,148 @@ void require(bool done)
         throw std::runtime_error("cannot lay out the table");
 }
 
+std::string note_on(const finding &one)
+{
+    if (!is_known(one))
+        return std::string(words_for(status_of(one))) + " (" + one.why->code + ")";
+    return one.what->is_identity && !is_usable_as_identity(one) ? "identifies no machine" : "";
+}
+
+// The last column ends where its text does.
+std::string without_trailing_blanks(const std::string &lines)
+{
+    std::string plain;
+    for (const char c : lines) {
+        if (c == '\n')
+            plain.erase(plain.find_last_not_of(' ') + 1);
+        plain.push_back(c);
+    }
+    return plain;
+}
+
 // One row for each fact.
 void print_table(const findings &found)
 {
     const std::unique_ptr<libscols_table, unref_table> table(scols_new_table());
     require(table && scols_table_new_column(table.get(), "FACT", 0, 0) != nullptr &&
             scols_table_new_column(table.get(), "VALUE", 0, 0) != nullptr &&
+            scols_table_new_column(table.get(), "NOTE", 0, 0) != nullptr &&
             scols_table_enable_noheadings(table.get(), 1) == 0);
     for (const finding &one : found) {
         libscols_line *const line = scols_table_new_line(table.get(), nullptr);
         require(line != nullptr && scols_line_set_data(line, 0, one.what->name) == 0 &&
-                scols_line_set_data(line, 1, to_text(one.value).c_str()) == 0);
+                scols_line_set_data(line, 1, to_text(one.value).c_str()) == 0 &&
+                scols_line_set_data(line, 2, note_on(one).c_str()) == 0);
     }
-    require(scols_print_table(table.get()) == 0);
+    char *text = nullptr;
+    require(scols_print_table_to_string(table.get(), &text) == 0);
+    const std::unique_ptr<char, decltype(&std::free)> owner(text, &std::free);
+    std::fputs(without_trailing_blanks(std::string(text) + "\n").c_str(), stdout);
 }
 
-nlohmann::ordered_json to_json(const answer &value)
+std::string variable_for(const finding &one)
 {
-    if (const auto *const text = std::get_if<std::string>(&value))
-        return *text;
-    if (const auto *const number = std::get_if<unsigned int>(&value))
-        return *number;
-    return nullptr;
+    std::string name = std::string("ORVANE_") + one.what->name;
+    std::transform(name.begin(), name.end(), name.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    return name;
 }
 
-// JSON leaves DEL and the controls from U+0080 on, which terminals obey, as they are. They can
-// stand in its strings alone, where an escape has the same value.
-std::string without_raw_controls(const std::string &json)
+// Within single quotes a shell takes everything but these as it is.
+std::string quoted(const std::string &text)
 {
-    std::string plain;
-    for (std::size_t at = 0; at < json.size(); ++at) {
-        auto byte = static_cast<unsigned char>(json[at]);
-        const bool has_c1 = byte == 0xc2 && static_cast<unsigned char>(json[at + 1]) <= 0x9f;
-        if (has_c1)
-            byte = static_cast<unsigned char>(json[++at]);
-        if (has_c1 || byte == 0x7f) {
-            char escape[sizeof "\\u0000"];
-            std::snprintf(escape, sizeof escape, "\\u%04x", byte);
-            plain.append(escape);
-        } else {
-            plain.push_back(json[at]);
-        }
+    std::string word = "'";
+    for (const char c : text)
+        word += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return word + "'";
+}
+
+// Assignments for the shell, of which each value is one word.
+void print_assignments(const findings &found)
+{
+    for (const finding &one : found) {
+        const std::string value = is_answered(one.value) ? to_text(one.value) : "";
+        print_text(variable_for(one) + "=" + quoted(value) + "\n" + variable_for(one) +
+                   "_STATUS=" + name_of(status_of(one)) + "\n");
     }
-    return plain;
 }
 
-// One object, in which a fact without an answer is null.
-void print_json(const findings &found)
+// One fact alone: its value, or the reason why it has none.
+void print_value(const finding &one)
 {
-    nlohmann::ordered_json object = nlohmann::ordered_json::object();
-    for (const finding &one : found)
-        object[one.what->name] = to_json(one.value);
-
-    // Firmware texts are not always UTF-8; JSON is.
-    constexpr auto replace = nlohmann::ordered_json::error_handler_t::replace;
-    std::puts(without_raw_controls(object.dump(2, ' ', false, replace)).c_str());
+    if (is_known(one))
+        print_line(to_text(one.value));
+    else
+        print_error(missing_line(one));
 }
 
-bool may_need_root(const finding &one)
-{
-    if (one.what->without_root == nullptr)
-        return false;
-    return !is_answered(one.value) || to_text(one.value) == one.what->without_root;
-}
-
-std::string names_that_may_need_root(const findings &found)
+void report_what_needs_root(const findings &found)
 {
     std::string names;
     for (const finding &one : found) {
-        if (may_need_root(one))
+        if (status_of(one) == fact_status::needs_root)
             names.append(names.empty() ? "" : ", ").append(one.what->name);
     }
+    if (!names.empty())
+        print_error("root is needed for: " + names);
+}
+
+// Those that are to be printed; what is only required follows them.
+std::vector<std::string> names_to_query(const show_options &options)
+{
+    std::vector<std::string> names = options.names;
+    for (const std::string &name : options.required) {
+        if (!names.empty() && std::find(names.begin(), names.end(), name) == names.end())
+            names.push_back(name);
+    }
     return names;
+}
+
+bool are_known(const std::vector<std::string> &required, const findings &found)
+{
+    bool are = true;
+    for (const finding &one : found) {
+        const bool is_required =
+            std::find(required.begin(), required.end(), one.what->name) != required.end();
+        if (is_required && !is_known(one)) {
+            are = false;
+            print_error(missing_line(one));
+        }
+    }
+    return are;
+}
+
+struct close_tool {
+    void operator()(std::FILE *tool) const noexcept { ::pclose(tool); }
+};
+
+// Later releases of lsblk list "mountpoints", unless this column is wanted.
+constexpr char listing_command[] = "lsblk -J -o NAME,MOUNTPOINT";
+
+std::string listing()
+{
+    const std::unique_ptr<std::FILE, close_tool> tool(::popen(listing_command, "re"));
+    if (!tool)
+        throw std::runtime_error("lsblk cannot be run");
+    std::string text;
+    char block[4096];
+    for (std::size_t size = std::fread(block, 1, sizeof block, tool.get()); size > 0;
+         size = std::fread(block, 1, sizeof block, tool.get()))
+        text.append(block, size);
+    return text;
 }
 
 // What lsblk and the library report, or the reason why there is no root disk.
 std::string root_disk()
 {
-    const stderr_capture capture;
-    const answer listing = taken(get_lsblk_output());
-    if (!is_answered(listing))
-        throw std::runtime_error("lsblk cannot be run");
-    const std::string text = to_text(listing);
+    const stream_capture capture(stderr);
+    const std::string text = listing();
     if (text.empty())
         throw std::runtime_error("lsblk is missing or lists nothing");
     const answer disk = taken(find_root_disk(text.c_str()));
     if (!is_answered(disk))
-        throw std::runtime_error("lsblk -J lists no partition mounted at / by \"mountpoint\"");
+        throw negative_result(std::string(listing_command) +
+                              " lists no disk with a partition mounted at /");
     return to_text(disk);
 }
 
@@ -140,55 +181,33 @@ std::string root_disk()
 
 int show(const show_options &options)
 {
-    const fact *const only = options.names.empty() ? nullptr : find_fact(options.names.front());
-    const findings found = query(only != nullptr ? std::span(only, 1) : all_facts());
+    query_options queries = options;
+    queries.names = names_to_query(options);
+    const findings all = queried(queries);
+    const auto shown_end = options.names.empty()
+                               ? all.end()
+                               : all.begin() + static_cast<std::ptrdiff_t>(options.names.size());
+    const findings shown(all.begin(), shown_end);
+    const bool is_one = options.names.size() == 1 && options.format == show_format::table;
 
-    int status = success;
-    if (options.json)
-        print_json(found);
-    else if (only == nullptr)
-        print_table(found);
-    else if (is_answered(found.front().value))
-        print_line(to_text(found.front().value));
+    if (options.json || options.format == show_format::json)
+        print_text(printed(document_of(shown, detail::brief)) + "\n");
+    else if (options.format == show_format::shell)
+        print_assignments(shown);
+    else if (is_one)
+        print_value(shown.front());
     else
-        status = negative;
+        print_table(shown);
 
-    if (::geteuid() == 0) {
-        if (trace_log_refused())
-            print_error("the trace log cannot be opened, so this run left no trace");
-    } else if (const std::string names = names_that_may_need_root(found); !names.empty()) {
-        print_error("may need root: " + names);
-    }
-    return status;
+    if (!is_one)
+        report_what_needs_root(shown);
+    if (!are_known(options.required, all))
+        return negative;
+    return options.names.empty() ? success : status_of_all(shown);
 }
 
 int print_root_disk()
 {
     print_line(root_disk());
-    return success;
-}
-
-int explain(const query_options & /*options*/)
-{
-    return success;
-}
-int print_schema()
-{
-    return success;
-}
-int print_facts_page()
-{
-    return success;
-}
-int doctor(const query_options & /*options*/)
-{
-    return success;
-}
-int save_facts(const std::string & /*file*/, const query_options & /*options*/)
-{
-    return success;
-}
-int compare_facts(const std::string & /*file*/, const query_options & /*options*/)
-{
     return success;
 }

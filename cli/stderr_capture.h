@@ -19,20 +19,3 @@ private:
     std::FILE *stream_;
     int original_;
 };
-
-// Discards standard error for its lifetime: the tools that the library runs report failures there,
-// some of them once for each fact. Where the library ends the process in a fatal() of its own, the
-// line of that is printed, and the exit status is 1. One object at a time.
-class stderr_capture {
-public:
-    stderr_capture();
-    stderr_capture(const stderr_capture &) = delete;
-    stderr_capture &operator=(const stderr_capture &) = delete;
-    ~stderr_capture();
-
-private:
-    stream_capture capture_;
-};
-
-// Whether the trace log could not be opened for a line of this run.
-bool trace_log_refused();

@@ -1,0 +1,336 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// orvane save and orvane compare: what becomes of the facts.
+#include "commands.h"
+#include "input.h"
+#include "layout.h"
+#include "output.h"
+#include "query.h"
+#include "report.h"
+
+#include "orvane.h"
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+// A fact as it was saved.
+struct saved_fact {
+    const fact *what;
+    answer value;
+    std::string status;
+    std::string reason;
+    std::string source;
+};
+
+enum class outcome { same, changed, not_comparable };
+
+const char *name_of(outcome result)
+{
+    switch (result) {
+    case outcome::same:
+        return "same";
+    case outcome::changed:
+        return "changed";
+    default:
+        return "not_comparable";
+    }
+}
+
+struct comparison {
+    saved_fact then;
+    finding now;
+    outcome result;
+};
+using comparisons = std::vector<comparison>;
+
+[[noreturn]] void refuse(const std::string &file, const std::string &why)
+{
+    throw usage_error(file + ": " + why);
+}
+
+answer value_in(const json &object)
+{
+    const json *const value = object.find("value");
+    if (value == nullptr)
+        return {};
+    if (const auto *const text = value->as<std::string>())
+        return *text;
+    if (const auto *const number = value->as<std::int64_t>())
+        return static_cast<unsigned int>(*number);
+    return {};
+}
+
+bool is_status(const std::string &name)
+{
+    return std::any_of(all_reasons().begin(), all_reasons().end(), [&name](const reason *one) {
+        return name == name_of(one->status);
+    });
+}
+
+saved_fact saved_in(const std::string &file, const json::member &member)
+{
+    const auto &[name, object] = member;
+    const fact *const what = find_fact(name);
+    if (what == nullptr)
+        refuse(file, "there is no fact '" + name + "'");
+    saved_fact saved{what, value_in(object), object.text_of("status"), object.text_of("reason"),
+                     object.text_of("source")};
+    const bool is_known = saved.status == name_of(fact_status::known);
+    if (!is_status(saved.status) || (is_known && !is_answered(saved.value)))
+        refuse(file, "the fact '" + name + "' has no status that fits its value");
+    return saved;
+}
+
+json document_in(const std::string &file)
+{
+    const std::string text = read_text(file); // that it cannot be read is no fault of its content
+    try {
+        return parsed(text);
+    } catch (const std::runtime_error &error) {
+        refuse(file, error.what());
+    }
+}
+
+std::vector<saved_fact> saved_facts(const std::string &file)
+{
+    const json document = document_in(file);
+    const json *const version = document.find("schema");
+    const auto *const number = version != nullptr ? version->as<std::int64_t>() : nullptr;
+    const json *const facts = document.find("facts");
+    const auto *const members = facts != nullptr ? facts->as<json::object>() : nullptr;
+    if (number == nullptr || members == nullptr)
+        refuse(file, "it was not written by orvane save");
+    if (*number != schema_version)
+        refuse(file, "it is of another version, " + std::to_string(*number) + ", than " +
+                         std::to_string(schema_version));
+    std::vector<saved_fact> saved;
+    for (const json::member &member : *members) {
+        const auto is_same = [&member](const saved_fact &one) {
+            return member.first == one.what->name;
+        };
+        if (std::any_of(saved.begin(), saved.end(), is_same))
+            refuse(file, "the fact '" + member.first + "' is there twice");
+        saved.push_back(saved_in(file, member));
+    }
+    if (saved.empty())
+        refuse(file, "it has no fact");
+    return saved;
+}
+
+bool was_known(const saved_fact &then)
+{
+    return then.status == name_of(fact_status::known);
+}
+
+// Whether the fact is out of reach for want of rights, so that nothing is to be said about it.
+bool is_out_of_reach(const std::string &status, std::string_view reason)
+{
+    return status == name_of(fact_status::needs_root) || reason == reasons::permission_denied.code;
+}
+
+outcome compared(const saved_fact &then, const finding &now)
+{
+    const bool is_same_value = was_known(then) == is_known(now) &&
+                               (!is_known(now) || then.value == now.value);
+    if (is_same_value)
+        return outcome::same;
+    const bool was_reached = !is_out_of_reach(then.status, then.reason);
+    const bool is_reached = !is_out_of_reach(name_of(status_of(now)), now.why->code);
+    return was_reached && is_reached ? outcome::changed : outcome::not_comparable;
+}
+
+comparisons compare(const std::vector<saved_fact> &saved, bool to_trace_log)
+{
+    query_options options;
+    options.trace = to_trace_log;
+    for (const saved_fact &then : saved)
+        options.names.emplace_back(then.what->name);
+    findings found = queried(options);
+    comparisons all;
+    for (std::size_t at = 0; at < saved.size(); ++at) {
+        const outcome result = compared(saved[at], found[at]);
+        all.push_back({saved[at], std::move(found[at]), result});
+    }
+    return all;
+}
+
+const comparison *find(const comparisons &all, std::string_view name)
+{
+    const auto found = std::find_if(
+        all.begin(), all.end(), [name](const comparison &one) { return one.then.what->name == name; });
+    return found != all.end() ? &*found : nullptr;
+}
+
+bool has_changed(const comparisons &all, std::string_view name)
+{
+    const comparison *const one = find(all, name);
+    return one != nullptr && one->result == outcome::changed;
+}
+
+bool is_same(const comparisons &all, std::string_view name)
+{
+    const comparison *const one = find(all, name);
+    return one != nullptr && one->result == outcome::same && is_known(one->now);
+}
+
+bool is_virtual(const std::string &vendor)
+{
+    constexpr const char *makers[] = {"QEMU", "VMware", "Xen", "innotek", "Microsoft", "Amazon EC2",
+                                      "Google", "Parallels", "OpenStack", "KVM"};
+    return std::any_of(std::begin(makers), std::end(makers),
+                       [&vendor](const char *maker) { return vendor.starts_with(maker); });
+}
+
+bool was_virtualised(const comparisons &all)
+{
+    const comparison *const vendor = find(all, "vendor");
+    return vendor != nullptr && vendor->result == outcome::changed &&
+           is_virtual(to_text(vendor->now.value)) && !is_virtual(to_text(vendor->then.value));
+}
+
+// The kernel, smartctl and LVM spell model and serial number each in its own form.
+std::string kind_of_source(const std::string &source)
+{
+    for (const char *const kind : {"smartctl", "dmidecode", "identify request", "/sys/", "/proc/"}) {
+        if (source.find(kind) != std::string::npos)
+            return kind;
+    }
+    return source;
+}
+
+bool has_other_source(const comparison &one)
+{
+    return was_known(one.then) && is_known(one.now) &&
+           kind_of_source(one.then.source) != kind_of_source(one.now.source);
+}
+
+bool lost_tool(const comparison &one)
+{
+    return one.result == outcome::changed && one.now.why == &reasons::tool_missing;
+}
+
+// What the changes mostly mean, all in all.
+std::vector<std::string> meanings_of(const comparisons &all)
+{
+    std::vector<std::string> meanings;
+    const bool has_other_board = has_changed(all, "system_uuid") || has_changed(all, "serial");
+    if (was_virtualised(all))
+        meanings.emplace_back("this is a virtual machine now: the system was virtualised");
+    else if (has_other_board && has_changed(all, "disk"))
+        meanings.emplace_back("this is another machine with another disk: the system was cloned, or "
+                              "the file was saved elsewhere");
+    else if (has_other_board && is_same(all, "disk"))
+        meanings.emplace_back("the same disk is in another machine, or the mainboard was replaced");
+    else if (has_changed(all, "system_uuid") || has_changed(all, "serial") ||
+             has_changed(all, "vendor") || has_changed(all, "model"))
+        meanings.emplace_back("the firmware was updated, or its tables were changed");
+    for (const comparison &one : all) {
+        const std::string name = one.then.what->name;
+        if (lost_tool(one))
+            meanings.push_back(name + ": a tool was removed: " + one.now.missing_tool);
+        else if (one.result == outcome::changed && has_other_source(one))
+            meanings.push_back(name + ": another source answers, in its own form: a tool was "
+                                      "installed or removed, or the rights differ");
+    }
+    const comparison *const disk = find(all, "disk");
+    if (has_changed(all, "disk") && !has_other_board && !lost_tool(*disk) &&
+        !has_other_source(*disk))
+        meanings.emplace_back("disk: the disk was replaced, or the root file system was moved");
+    if (has_changed(all, "mac") && !has_other_board)
+        meanings.emplace_back("mac: a network card or a dock was added or removed");
+    if (has_changed(all, "root_device") && is_same(all, "disk"))
+        meanings.emplace_back("root_device: the same disk has another name, or another layout");
+    if (has_changed(all, "os_version"))
+        meanings.emplace_back("os_version: another variant of the operating system was installed");
+    return meanings;
+}
+
+std::string value_then(const saved_fact &then)
+{
+    return was_known(then) ? to_text(then.value) + " (" + then.source + ")"
+                           : "no answer (" + then.reason + ")";
+}
+
+std::string value_now(const finding &now)
+{
+    return is_known(now) ? to_text(now.value) + " (" + now.source + ")"
+                         : "no answer (" + std::string(now.why->code) + ")";
+}
+
+void print_comparisons(const comparisons &all, const std::vector<std::string> &meanings)
+{
+    std::string lines;
+    for (const comparison &one : all) {
+        if (one.result == outcome::same)
+            continue;
+        const bool has_changed = one.result == outcome::changed;
+        lines += std::string(one.then.what->name) +
+                 (has_changed ? ": changed\n" : ": cannot be compared, for want of rights\n") +
+                 wrapped(value_then(one.then), "  then: ", "        ", output_columns()) +
+                 wrapped(value_now(one.now), "  now:  ", "        ", output_columns());
+    }
+    for (const std::string &meaning : meanings)
+        lines += wrapped("mostly means: " + meaning, "", "  ", output_columns());
+    print_text(lines.empty() ? "nothing has changed\n" : lines);
+}
+
+json comparisons_in_json(const comparisons &all, const std::vector<std::string> &meanings)
+{
+    json facts = json::object();
+    for (const comparison &one : all) {
+        json then = json::object();
+        then.add("value", to_json(one.then.value));
+        then.add("status", one.then.status);
+        then.add("source", one.then.source);
+        json now = json::object();
+        now.add("value", to_json(one.now.value));
+        now.add("status", name_of(status_of(one.now)));
+        now.add("source", one.now.source);
+        json object = json::object();
+        object.add("result", name_of(one.result));
+        object.add("then", std::move(then));
+        object.add("now", std::move(now));
+        facts.add(one.then.what->name, std::move(object));
+    }
+    json document = json::object();
+    document.add("schema", schema_version);
+    document.add("comparison", std::move(facts));
+    document.add("meanings", json::array(meanings.begin(), meanings.end()));
+    return document;
+}
+
+int status_of(const comparisons &all)
+{
+    const auto has = [&all](outcome result) {
+        return std::any_of(all.begin(), all.end(),
+                           [result](const comparison &one) { return one.result == result; });
+    };
+    if (has(outcome::changed))
+        return negative;
+    return has(outcome::not_comparable) ? undetermined : success;
+}
+
+} // namespace
+
+int save_facts(const std::string &file, const query_options &options)
+{
+    json document = document_of(queried(options), detail::brief);
+    document.add("saved_by", "orvane " ORVANE_VERSION);
+    write_output(file, printed(document) + "\n");
+    return success;
+}
+
+int compare_facts(const std::string &file, const query_options &options)
+{
+    const comparisons all = compare(saved_facts(file), options.trace);
+    const std::vector<std::string> meanings = meanings_of(all);
+    if (options.json)
+        print_text(printed(comparisons_in_json(all, meanings)) + "\n");
+    else
+        print_comparisons(all, meanings);
+    return status_of(all);
+}

@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// orvane doctor: what this machine lacks for the facts that it could have.
+#include "commands.h"
+#include "output.h"
+#include "query.h"
+#include "report.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+namespace {
+
+// What would make facts known: a tool, or the rights of root.
+struct lack {
+    std::string tool; // empty for root
+    std::string why;
+    std::vector<std::string> facts;
+};
+
+bool can_be_mended(const finding &one)
+{
+    return one.why == &reasons::tool_missing || one.why == &reasons::permission_denied;
+}
+
+std::vector<lack> lacks_in(const findings &found)
+{
+    std::vector<lack> lacks;
+    for (const finding &one : found) {
+        if (!can_be_mended(one))
+            continue;
+        const auto known = std::find_if(lacks.begin(), lacks.end(), [&one](const lack &other) {
+            return other.tool == one.missing_tool;
+        });
+        if (known != lacks.end())
+            known->facts.emplace_back(one.what->name);
+        else
+            lacks.push_back({one.missing_tool, explanation_of(one), {one.what->name}});
+    }
+    return lacks;
+}
+
+std::string joined(const std::vector<std::string> &names)
+{
+    std::string text;
+    for (const std::string &name : names)
+        text += (text.empty() ? "" : ", ") + name;
+    return text;
+}
+
+std::string remedy(const lack &one)
+{
+    if (!one.tool.empty())
+        return "package " + package_of(one.tool);
+    return ::geteuid() == 0 ? "a permission" : "root";
+}
+
+json lacks_in_json(const std::vector<lack> &lacks)
+{
+    json::array elements;
+    for (const lack &one : lacks) {
+        json object = json::object();
+        const bool is_tool = !one.tool.empty();
+        object.add("reason", is_tool ? reasons::tool_missing.code : reasons::permission_denied.code);
+        object.add("tool", is_tool ? json(one.tool) : json());
+        object.add("package", is_tool ? json(package_of(one.tool)) : json());
+        object.add("explanation", one.why);
+        object.add("facts", json::array(one.facts.begin(), one.facts.end()));
+        elements.push_back(std::move(object));
+    }
+    json document = json::object();
+    document.add("schema", schema_version);
+    document.add("missing", std::move(elements));
+    return document;
+}
+
+} // namespace
+
+int doctor(const query_options &options)
+{
+    const std::vector<lack> lacks = lacks_in(queried(options));
+    if (options.json) {
+        print_text(printed(lacks_in_json(lacks)) + "\n");
+    } else {
+        for (const lack &one : lacks)
+            print_line(remedy(one) + ": " + one.why + ": " + joined(one.facts));
+        if (lacks.empty())
+            print_line("nothing is missing");
+    }
+    return lacks.empty() ? success : negative;
+}

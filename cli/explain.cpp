@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// orvane explain: why a fact has its answer, or none, and what to do.
+#include "commands.h"
+#include "layout.h"
+#include "output.h"
+#include "query.h"
+#include "report.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace {
+
+// A line of a tree with the lines below it.
+struct branch {
+    std::string text;
+    std::vector<branch> below;
+};
+
+void add_branches(const std::vector<branch> &all, const std::string &before, std::string &lines)
+{
+    const branches &drawn = branches_of_locale();
+    for (const branch &one : all) {
+        const bool is_last = &one == &all.back();
+        const std::string past = before + (is_last ? drawn.past_last : drawn.past_middle);
+        const bool has_below = !one.below.empty();
+        lines += wrapped(one.text, before + (is_last ? drawn.last : drawn.middle),
+                         past + (has_below ? drawn.past_middle : drawn.past_last),
+                         output_columns());
+        add_branches(one.below, past, lines);
+    }
+}
+
+std::string words_for_result(const step &one)
+{
+    const std::string_view result = one.result;
+    if (result == results::answered)
+        return one.text;
+    if (result == results::not_queried)
+        return "not queried: " + one.text;
+    if (result == reasons::placeholder.code)
+        return one.text + ": a placeholder, refused";
+    if (result == reasons::tool_missing.code && one.source.starts_with('/'))
+        return "not installed (package " + package_of(one.source) + ")";
+    if (result == reasons::no_device_behind.code)
+        return "no device is behind it: " + one.text;
+    if (result == reasons::usb_adapter.code)
+        return "on the USB bus: " + one.text;
+    if (result == reasons::not_a_block_device.code || result == reasons::device_missing.code)
+        return one.text + (result == reasons::device_missing.code ? ": there is no such device"
+                                                                   : ": no block device");
+    if (result == reasons::form_not_followed.code)
+        return one.text + ": this form is not followed";
+    return one.text.empty() ? "no answer" : one.text;
+}
+
+std::vector<branch> branches_in(const std::vector<step> &steps)
+{
+    std::vector<branch> all;
+    for (const step &one : steps) {
+        const std::string words = words_for_result(one);
+        all.push_back({one.source + (words.empty() ? "" : ": " + words), branches_in(one.below)});
+    }
+    return all;
+}
+
+// Whether a step's source or text speaks of the layer's device.
+bool speaks_of(const step &one, const storage_layer &layer)
+{
+    for (const std::string *const text : {&one.source, &one.text}) {
+        for (const std::string &name : {layer.node, layer.name}) {
+            const std::size_t at = text->find("/" + name);
+            const std::size_t end = at + 1 + name.size();
+            if (at != std::string::npos &&
+                (end == text->size() || (*text)[end] == '/' || (*text)[end] == ',' ||
+                 (*text)[end] == ' ' || (*text)[end] == ':'))
+                return true;
+        }
+    }
+    return false;
+}
+
+// The lowest layer that the answering source speaks of, or, without an answer, any source.
+const storage_layer *last_layer_reached(const finding &disk)
+{
+    const storage_layer *reached = nullptr;
+    for (const storage_layer &layer : disk.layers) {
+        for (const step *const leaf : leaves_of(disk.steps)) {
+            const bool counts = is_known(disk) ? leaf->source == disk.source
+                                               : leaf->result != results::not_queried;
+            if (counts && speaks_of(*leaf, layer))
+                reached = &layer;
+        }
+    }
+    return reached;
+}
+
+branch branch_of(const finding &disk, const storage_layer &layer, const storage_layer *reached)
+{
+    branch drawn{layer.name + "  " + words_for(layer.kind) +
+                     (layer.note.empty() ? "" : " " + layer.note),
+                 {}};
+    if (&layer == reached)
+        drawn.text += is_known(disk) ? "  <-- answered" : "  <-- the way ends here";
+    for (const std::string &name : layer.below) {
+        if (const storage_layer *const lower = find_layer(disk.layers, name))
+            drawn.below.push_back(branch_of(disk, *lower, reached));
+    }
+    return drawn;
+}
+
+std::string way_to_disk(const finding &disk)
+{
+    if (disk.layers.empty())
+        return "";
+    std::string lines = "/  file system " + disk.file_system + "\n";
+    add_branches({branch_of(disk, disk.layers.front(), last_layer_reached(disk))}, "", lines);
+    return lines;
+}
+
+std::string words_for(const stability &lasts)
+{
+    const struct {
+        change what;
+        const char *event;
+    } events[] = {{lasts.reboot, "reboot"},
+                  {lasts.reinstall, "reinstallation"},
+                  {lasts.disk_change, "another disk"},
+                  {lasts.docking, "docking"},
+                  {lasts.cloning, "the disk's copy in another machine"}};
+    std::string text;
+    for (const change what : {change::same, change::may_change, change::changes}) {
+        std::string names;
+        for (const auto &[becomes, event] : events) {
+            if (becomes == what)
+                names += (names.empty() ? "" : ", ") + std::string(event);
+        }
+        if (!names.empty())
+            text += (text.empty() ? "" : "; ") + std::string(words_for(what)) + " after " + names;
+    }
+    return text;
+}
+
+std::string paragraph(const char *title, const std::string &text)
+{
+    return text.empty() ? ""
+                        : wrapped(text, std::string("  ") + title + " ", "      ",
+                                  output_columns());
+}
+
+std::string headline(const finding &one)
+{
+    if (!is_known(one))
+        return std::string(one.what->name) + ": " + words_for(status_of(one));
+    return std::string(one.what->name) + ": " + to_text(one.value);
+}
+
+std::string explained(const finding &one)
+{
+    std::string lines = wrapped(headline(one), "", "  ", output_columns());
+    add_branches(branches_in(one.steps), "", lines);
+    lines += way_to_disk(one);
+    if (is_known(one)) {
+        lines += paragraph("Source:", one.source);
+        if (one.what->is_identity && !is_usable_as_identity(one))
+            lines += paragraph("Note:", "many machines have this value: it identifies none.");
+    } else {
+        lines += paragraph("Reason:", explanation_of(one) + " (" + one.why->code + ").");
+        lines += paragraph("What to do:", advice_on(one) + ".");
+        lines += paragraph("More:", std::string("docs/troubleshooting.md#") + one.why->code);
+    }
+    return lines + paragraph("Stability:", words_for(one.what->lasts) + ".");
+}
+
+} // namespace
+
+int explain(const query_options &options)
+{
+    const findings found = queried(options);
+    if (options.json) {
+        print_text(printed(document_of(found, detail::full)) + "\n");
+        return options.names.empty() ? success : status_of_all(found);
+    }
+    std::string text;
+    for (const finding &one : found)
+        text += (text.empty() ? "" : "\n") + explained(one);
+    print_text(text);
+    return options.names.empty() ? success : status_of_all(found);
+}

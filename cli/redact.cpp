@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// Findings for a report that others may read.
+#include "query.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
+
+#include <glib.h>
+
+namespace {
+
+struct close_stream {
+    void operator()(std::FILE *stream) const noexcept { std::fclose(stream); }
+};
+
+std::string line_of(const char *path)
+{
+    const std::unique_ptr<std::FILE, close_stream> file(std::fopen(path, "re"));
+    char line[128] = "";
+    return file && std::fgets(line, sizeof line, file.get()) != nullptr ? line : "";
+}
+
+// The same on this machine until it is installed again, or at least until it is started again; not
+// to be had from a report.
+std::string salt()
+{
+    for (const char *const path : {"/etc/machine-id", "/proc/sys/kernel/random/boot_id"}) {
+        if (std::string line = line_of(path); line.size() > 1)
+            return line;
+    }
+    throw std::runtime_error("/etc/machine-id: it is missing, so that nothing can be redacted");
+}
+
+class redactor {
+public:
+    [[nodiscard]] std::string hash(const std::string &text) const
+    {
+        constexpr std::size_t digits = 10;
+        gchar *const hexadecimal = g_compute_hmac_for_data(
+            G_CHECKSUM_SHA256, reinterpret_cast<const guchar *>(salt_.data()), salt_.size(),
+            reinterpret_cast<const guchar *>(text.data()), text.size());
+        const std::string short_hash(hexadecimal, digits);
+        g_free(hexadecimal);
+        return "#" + short_hash;
+    }
+
+    // Remembers a text that identifies, wherever else it stands.
+    void add_secret(const std::string &text)
+    {
+        constexpr std::size_t shortest = 4;
+        if (text.size() >= shortest && !is_repeated(text) && !text.starts_with("/dev/"))
+            secrets_.push_back(text);
+    }
+
+    [[nodiscard]] std::string redacted(const std::string &text) const
+    {
+        std::string plain = without_identifiers(text);
+        for (const std::string &secret : secrets_) {
+            for (std::size_t at = plain.find(secret); at != std::string::npos;
+                 at = plain.find(secret, at)) {
+                const std::string replacement = hash(secret);
+                plain.replace(at, secret.size(), replacement);
+                at += replacement.size();
+            }
+        }
+        return plain;
+    }
+
+private:
+    // Runs of digits in groups, as in UUIDs and hardware addresses, which stand in many names.
+    [[nodiscard]] std::string without_identifiers(const std::string &text) const
+    {
+        std::string plain;
+        for (std::size_t at = 0; at < text.size();) {
+            std::size_t end = at;
+            while (end < text.size() && is_of_identifier(text[end]))
+                ++end;
+            const std::string run = text.substr(at, end - at);
+            plain += is_identifier(run) ? hash(run) : run;
+            if (end < text.size())
+                plain += text[end++];
+            at = end;
+        }
+        return plain;
+    }
+
+    static bool is_of_identifier(char c)
+    {
+        return std::isxdigit(static_cast<unsigned char>(c)) != 0 || c == '-' || c == ':';
+    }
+
+    static bool is_identifier(const std::string &run)
+    {
+        constexpr std::size_t digits_of_address = 12;
+        const auto digits = std::count_if(run.begin(), run.end(), [](unsigned char c) {
+            return std::isxdigit(c) != 0;
+        });
+        return static_cast<std::size_t>(digits) >= digits_of_address && !is_repeated(run);
+    }
+
+    std::string salt_ = salt();
+    std::vector<std::string> secrets_;
+};
+
+// Of a disk the model may be known.
+std::string without_model(const finding &one, const std::string &value)
+{
+    const std::size_t end = one.what->kind == fact_kind::disk ? value.rfind('_') : value.npos;
+    return end != std::string::npos ? value.substr(end + 1) : value;
+}
+
+void redact_steps(std::vector<step> &steps, const redactor &redact)
+{
+    for (step &one : steps) {
+        one.source = redact.redacted(one.source);
+        one.text = redact.redacted(one.text);
+        one.output.clear();
+        redact_steps(one.below, redact);
+    }
+}
+
+void collect_secrets(const finding &one, redactor &redact)
+{
+    if (!one.what->is_identity)
+        return;
+    if (const auto *const value = std::get_if<std::string>(&one.value))
+        redact.add_secret(without_model(one, *value));
+    for (const step *const leaf : leaves_of(one.steps)) {
+        const bool is_serial = leaf->result == results::answered && leaf->source.ends_with("serial");
+        if (is_serial || one.what->kind != fact_kind::disk)
+            redact.add_secret(leaf->result == results::answered ? leaf->text : "");
+    }
+}
+
+} // namespace
+
+void redact(findings &found)
+{
+    redactor redact;
+    for (const finding &one : found)
+        collect_secrets(one, redact);
+    for (finding &one : found) {
+        if (const auto *const value = std::get_if<std::string>(&one.value))
+            one.value = redact.redacted(*value);
+        one.source = redact.redacted(one.source);
+        one.device = redact.redacted(one.device);
+        redact_steps(one.steps, redact);
+        for (storage_layer &layer : one.layers) {
+            layer.name = redact.redacted(layer.name);
+            std::transform(layer.below.begin(), layer.below.end(), layer.below.begin(),
+                           [&redact](const std::string &name) { return redact.redacted(name); });
+        }
+        one.trace.clear(); // its lines hold the serial numbers of other disks, too
+    }
+}
