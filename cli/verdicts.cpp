@@ -128,9 +128,24 @@ void judge_flash(finding &one)
         judge_firmware(one);
 }
 
+// The two classes of the manufacturer read the same sources.
+void remove_repeated_steps(std::vector<step> &steps)
+{
+    std::vector<step> once;
+    for (step &one : steps) {
+        const bool is_there = std::any_of(once.begin(), once.end(), [&one](const step &other) {
+            return other.source == one.source && other.text == one.text;
+        });
+        if (!is_there)
+            once.push_back(std::move(one));
+    }
+    steps = std::move(once);
+}
+
 // 0 and TYPE_UNKNOWN are answers only where the manufacturer's name was read.
 void judge_maker(finding &one)
 {
+    remove_repeated_steps(one.steps);
     const bool was_read =
         std::any_of(one.steps.begin(), one.steps.end(), [](const step &source) {
             return runs_dmidecode(source) && source.result == results::answered;
@@ -153,8 +168,13 @@ void judge_file(finding &one)
     const bool is_traced = std::any_of(one.trace.begin(), one.trace.end(), [](const auto &line) {
         return line.find("os_ver = ") != std::string::npos;
     });
-    if (was_read || is_traced)
+    if (was_read || is_traced) {
+        for (step &source : one.steps) {
+            if (source.result == results::no_answer || source.result == results::answered)
+                source = {source.source, results::answered, "read"};
+        }
         return;
+    }
     miss(one, with(one, reasons::permission_denied) != nullptr ? reasons::permission_denied
                                                                : reasons::file_absent);
 }
