@@ -66,9 +66,8 @@ answer value_in(const json &object)
 
 bool is_status(const std::string &name)
 {
-    return std::any_of(all_reasons().begin(), all_reasons().end(), [&name](const reason *one) {
-        return name == name_of(one->status);
-    });
+    return std::any_of(all_reasons().begin(), all_reasons().end(),
+                       [&name](const reason *one) { return name == name_of(one->status); });
 }
 
 saved_fact saved_in(const std::string &file, const json::member &member)
@@ -134,8 +133,8 @@ bool is_out_of_reach(const std::string &status, std::string_view reason)
 
 outcome compared(const saved_fact &then, const finding &now)
 {
-    const bool is_same_value = was_known(then) == is_known(now) &&
-                               (!is_known(now) || then.value == now.value);
+    const bool is_same_value =
+        was_known(then) == is_known(now) && (!is_known(now) || then.value == now.value);
     if (is_same_value)
         return outcome::same;
     const bool was_reached = !is_out_of_reach(then.status, then.reason);
@@ -160,8 +159,9 @@ comparisons compare(const std::vector<saved_fact> &saved, bool to_trace_log)
 
 const comparison *find(const comparisons &all, std::string_view name)
 {
-    const auto found = std::find_if(
-        all.begin(), all.end(), [name](const comparison &one) { return one.then.what->name == name; });
+    const auto found = std::find_if(all.begin(), all.end(), [name](const comparison &one) {
+        return one.then.what->name == name;
+    });
     return found != all.end() ? &*found : nullptr;
 }
 
@@ -179,8 +179,8 @@ bool is_same(const comparisons &all, std::string_view name)
 
 bool is_virtual(const std::string &vendor)
 {
-    constexpr const char *makers[] = {"QEMU", "VMware", "Xen", "innotek", "Microsoft", "Amazon EC2",
-                                      "Google", "Parallels", "OpenStack", "KVM"};
+    constexpr const char *makers[] = {"QEMU",       "VMware", "Xen",       "innotek",   "Microsoft",
+                                      "Amazon EC2", "Google", "Parallels", "OpenStack", "KVM"};
     return std::any_of(std::begin(makers), std::end(makers),
                        [&vendor](const char *maker) { return vendor.starts_with(maker); });
 }
@@ -195,7 +195,8 @@ bool was_virtualised(const comparisons &all)
 // The kernel, smartctl and LVM spell model and serial number each in its own form.
 std::string kind_of_source(const std::string &source)
 {
-    for (const char *const kind : {"smartctl", "dmidecode", "identify request", "/sys/", "/proc/"}) {
+    for (const char *const kind :
+         {"smartctl", "dmidecode", "identify request", "/sys/", "/proc/"}) {
         if (source.find(kind) != std::string::npos)
             return kind;
     }
@@ -221,8 +222,9 @@ std::vector<std::string> meanings_of(const comparisons &all)
     if (was_virtualised(all))
         meanings.emplace_back("this is a virtual machine now: the system was virtualised");
     else if (has_other_board && has_changed(all, "disk"))
-        meanings.emplace_back("this is another machine with another disk: the system was cloned, or "
-                              "the file was saved elsewhere");
+        meanings.emplace_back(
+            "this is another machine with another disk: the system was cloned, or "
+            "the file was saved elsewhere");
     else if (has_other_board && is_same(all, "disk"))
         meanings.emplace_back("the same disk is in another machine, or the mainboard was replaced");
     else if (has_changed(all, "system_uuid") || has_changed(all, "serial") ||

@@ -64,7 +64,8 @@ json lacks_in_json(const std::vector<lack> &lacks)
     for (const lack &one : lacks) {
         json object = json::object();
         const bool is_tool = !one.tool.empty();
-        object.add("reason", is_tool ? reasons::tool_missing.code : reasons::permission_denied.code);
+        object.add("reason",
+                   is_tool ? reasons::tool_missing.code : reasons::permission_denied.code);
         object.add("tool", is_tool ? json(one.tool) : json());
         object.add("package", is_tool ? json(package_of(one.tool)) : json());
         object.add("explanation", one.why);

@@ -27,9 +27,9 @@ void add_branches(const std::vector<branch> &all, const std::string &before, std
         const bool is_last = &one == &all.back();
         const std::string past = before + (is_last ? drawn.past_last : drawn.past_middle);
         const bool has_below = !one.below.empty();
-        lines += wrapped(one.text, before + (is_last ? drawn.last : drawn.middle),
-                         past + (has_below ? drawn.past_middle : drawn.past_last),
-                         output_columns());
+        lines +=
+            wrapped(one.text, before + (is_last ? drawn.last : drawn.middle),
+                    past + (has_below ? drawn.past_middle : drawn.past_last), output_columns());
         add_branches(one.below, past, lines);
     }
 }
@@ -51,7 +51,7 @@ std::string words_for_result(const step &one)
         return "on the USB bus: " + one.text;
     if (result == reasons::not_a_block_device.code || result == reasons::device_missing.code)
         return one.text + (result == reasons::device_missing.code ? ": there is no such device"
-                                                                   : ": no block device");
+                                                                  : ": no block device");
     if (result == reasons::form_not_followed.code)
         return one.text + ": this form is not followed";
     return one.text.empty() ? "no answer" : one.text;
@@ -89,8 +89,8 @@ const storage_layer *last_layer_reached(const finding &disk)
     const storage_layer *reached = nullptr;
     for (const storage_layer &layer : disk.layers) {
         for (const step *const leaf : leaves_of(disk.steps)) {
-            const bool counts = is_known(disk) ? leaf->source == disk.source
-                                               : leaf->result != results::not_queried;
+            const bool counts =
+                is_known(disk) ? leaf->source == disk.source : leaf->result != results::not_queried;
             if (counts && speaks_of(*leaf, layer))
                 reached = &layer;
         }
@@ -146,9 +146,9 @@ std::string words_for(const stability &lasts)
 
 std::string paragraph(const char *title, const std::string &text)
 {
-    return text.empty() ? ""
-                        : wrapped(text, std::string("  ") + title + " ", "      ",
-                                  output_columns());
+    return text.empty()
+               ? ""
+               : wrapped(text, std::string("  ") + title + " ", "      ", output_columns());
 }
 
 std::string headline(const finding &one)

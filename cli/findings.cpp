@@ -34,8 +34,8 @@ finding examined(const fact &what, bool to_trace_log)
     const observation seen = observe(what.query, to_trace_log);
     finding one{&what, seen.value};
     take_trace(seen, one);
-    one.steps = what.kind == fact_kind::network ? network_steps_in(seen.events)
-                                                : steps_in(seen.events);
+    one.steps =
+        what.kind == fact_kind::network ? network_steps_in(seen.events) : steps_in(seen.events);
     if (seen.has_ended) {
         one.why = &reasons::library_ended;
         one.steps.push_back({"the process of the query", reasons::library_ended.code,

@@ -147,10 +147,9 @@ storage_layers layers_of(const std::string &device)
 
 const storage_layer *find_layer(const storage_layers &layers, std::string_view name)
 {
-    const auto found =
-        std::find_if(layers.begin(), layers.end(), [name](const storage_layer &one) {
-            return one.name == name || one.node == name;
-        });
+    const auto found = std::find_if(layers.begin(), layers.end(), [name](const storage_layer &one) {
+        return one.name == name || one.node == name;
+    });
     return found != layers.end() ? &*found : nullptr;
 }
 
@@ -178,7 +177,6 @@ bool is_without_identity(const storage_layer &disk)
 {
     constexpr std::string_view prefixes[] = {"vd", "xvd", "mmcblk", "nbd", "loop", "zram", "rbd"};
     return disk.kind == layer_kind::disk &&
-           std::any_of(std::begin(prefixes), std::end(prefixes), [&disk](std::string_view prefix) {
-               return disk.node.starts_with(prefix);
-           });
+           std::any_of(std::begin(prefixes), std::end(prefixes),
+                       [&disk](std::string_view prefix) { return disk.node.starts_with(prefix); });
 }

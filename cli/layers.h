@@ -12,9 +12,9 @@ enum class layer_kind { disk, partition, logical_volume, encryption, multipath, 
 struct storage_layer {
     std::string name; // a mapping's own, in the place of dm-0
     layer_kind kind;
-    std::string node; // the kernel's name
+    std::string node;               // the kernel's name
     std::vector<std::string> below; // names
-    std::string note; // the volume group, the level of an array
+    std::string note;               // the volume group, the level of an array
 };
 using storage_layers = std::vector<storage_layer>;
 

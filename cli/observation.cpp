@@ -228,8 +228,8 @@ void record_opened(const char *path, bool is_open)
 } // namespace
 
 #define IN_PLACE_OF(result, name, parameters)                                                      \
-    extern "C" __attribute__((visibility("default"))) result observed_##name parameters            \
-        __asm__(#name);                                                                            \
+    extern "C" __attribute__((visibility("default")))                                              \
+    result observed_##name parameters __asm__(#name);                                              \
     extern "C" result observed_##name parameters
 
 IN_PLACE_OF(int, access, (const char *path, int mode))
@@ -358,8 +358,7 @@ IN_PLACE_OF(std::size_t, __fread_chk,
 // dmsetup is run without a shell, in a child that ends where it cannot be.
 IN_PLACE_OF(int, execve, (const char *path, char *const *arguments, char *const *environment))
 {
-    static auto *const real =
-        next<int(const char *, char *const *, char *const *)>("execve");
+    static auto *const real = next<int(const char *, char *const *, char *const *)>("execve");
     if (is_observed()) {
         std::string command = path;
         for (char *const *one = arguments[0] != nullptr ? arguments + 1 : arguments;

@@ -43,11 +43,11 @@ std::string table_of_stability()
 
 std::string table_of_reasons()
 {
-    std::string lines = row({"Reason", "Status", "What it says", "What to do"}) +
-                        row({"---", "---", "---", "---"});
+    std::string lines =
+        row({"Reason", "Status", "What it says", "What to do"}) + row({"---", "---", "---", "---"});
     for (const reason *const one : all_reasons())
-        lines += row({std::string("`") + one->code + "`", std::string("`") + name_of(one->status) + "`",
-                      one->text, one->advice});
+        lines += row({std::string("`") + one->code + "`",
+                      std::string("`") + name_of(one->status) + "`", one->text, one->advice});
     return lines;
 }
 

@@ -17,14 +17,13 @@ constexpr reason tool_failed = {"tool-failed", fact_status::not_determinable,
                                 "the tool that could answer printed nothing of use",
                                 "run the command line that is shown and see what it reports"};
 constexpr reason file_absent = {"file-absent", fact_status::absent,
-                                "the kernel has no such file on this machine",
-                                "none: the machine does not have it"};
+                                "there is no such file on this machine",
+                                "nothing: the machine does not have it"};
 constexpr reason no_firmware_tables = {"no-firmware-tables", fact_status::absent,
                                        "the firmware has no DMI tables",
                                        "use the disk or the MAC address"};
 constexpr reason not_in_firmware = {"not-in-firmware", fact_status::absent,
-                                    "the firmware's tables do not have it",
-                                    "use another fact"};
+                                    "the firmware's tables do not have it", "use another fact"};
 constexpr reason empty = {"empty", fact_status::absent, "the source holds an empty text",
                           "use another fact"};
 constexpr reason placeholder = {"placeholder", fact_status::refused,
@@ -40,8 +39,7 @@ constexpr reason form_not_followed = {"form-not-followed", fact_status::not_dete
                                       "this form of root= is not followed",
                                       "boot with root=/dev/..., root=UUID=... or root=LABEL=..."};
 constexpr reason mapping_not_followed = {
-    "mapping-not-followed", fact_status::not_determinable,
-    "encryption or a mapping hides the disk",
+    "mapping-not-followed", fact_status::not_determinable, "encryption or a mapping hides the disk",
     "query the device below it, which is shown, with harddisk_id()"};
 constexpr reason several_devices = {"several-devices", fact_status::not_determinable,
                                     "the root device stands on several devices",
@@ -49,10 +47,9 @@ constexpr reason several_devices = {"several-devices", fact_status::not_determin
 constexpr reason array_not_followed = {"array-not-followed", fact_status::not_determinable,
                                        "a software RAID array is not followed to its members",
                                        "query its members, which are shown, with harddisk_id()"};
-constexpr reason disk_unsupported = {
-    "disk-unsupported", fact_status::not_determinable,
-    "the disk answers neither the identify request nor smartctl",
-    "use the system UUID or the MAC address"};
+constexpr reason disk_unsupported = {"disk-unsupported", fact_status::not_determinable,
+                                     "the disk answers neither the identify request nor smartctl",
+                                     "use the system UUID or the MAC address"};
 constexpr reason no_serial_number = {"no-serial-number", fact_status::not_determinable,
                                      "smartctl reports no serial number of the disk",
                                      "use the system UUID or the MAC address"};
@@ -76,13 +73,27 @@ constexpr reason library_ended = {"library-ended", fact_status::not_determinable
 namespace {
 
 constexpr const reason *all[] = {
-    &reasons::answered,           &reasons::permission_denied,    &reasons::tool_missing,
-    &reasons::tool_failed,        &reasons::file_absent,          &reasons::no_firmware_tables,
-    &reasons::not_in_firmware,    &reasons::empty,                &reasons::placeholder,
-    &reasons::not_a_block_device, &reasons::device_missing,       &reasons::form_not_followed,
-    &reasons::mapping_not_followed, &reasons::several_devices,    &reasons::array_not_followed,
-    &reasons::disk_unsupported,   &reasons::no_serial_number,     &reasons::no_interface,
-    &reasons::usb_adapter,        &reasons::no_device_behind,     &reasons::library_ended,
+    &reasons::answered,
+    &reasons::permission_denied,
+    &reasons::tool_missing,
+    &reasons::tool_failed,
+    &reasons::file_absent,
+    &reasons::no_firmware_tables,
+    &reasons::not_in_firmware,
+    &reasons::empty,
+    &reasons::placeholder,
+    &reasons::not_a_block_device,
+    &reasons::device_missing,
+    &reasons::form_not_followed,
+    &reasons::mapping_not_followed,
+    &reasons::several_devices,
+    &reasons::array_not_followed,
+    &reasons::disk_unsupported,
+    &reasons::no_serial_number,
+    &reasons::no_interface,
+    &reasons::usb_adapter,
+    &reasons::no_device_behind,
+    &reasons::library_ended,
 };
 
 } // namespace
@@ -126,7 +137,7 @@ std::span<const reason *const> all_reasons()
 
 const reason *find_reason(std::string_view code)
 {
-    const auto *const found = std::find_if(
-        std::begin(all), std::end(all), [code](const reason *one) { return one->code == code; });
+    const auto *const found = std::find_if(std::begin(all), std::end(all),
+                                           [code](const reason *one) { return one->code == code; });
     return found != std::end(all) ? *found : nullptr;
 }

@@ -96,9 +96,8 @@ private:
     static bool is_identifier(const std::string &run)
     {
         constexpr std::size_t digits_of_address = 12;
-        const auto digits = std::count_if(run.begin(), run.end(), [](unsigned char c) {
-            return std::isxdigit(c) != 0;
-        });
+        const auto digits = std::count_if(run.begin(), run.end(),
+                                          [](unsigned char c) { return std::isxdigit(c) != 0; });
         return static_cast<std::size_t>(digits) >= digits_of_address && !is_repeated(run);
     }
 
@@ -130,7 +129,8 @@ void collect_secrets(const finding &one, redactor &redact)
     if (const auto *const value = std::get_if<std::string>(&one.value))
         redact.add_secret(without_model(one, *value));
     for (const step *const leaf : leaves_of(one.steps)) {
-        const bool is_serial = leaf->result == results::answered && leaf->source.ends_with("serial");
+        const bool is_serial =
+            leaf->result == results::answered && leaf->source.ends_with("serial");
         if (is_serial || one.what->kind != fact_kind::disk)
             redact.add_secret(leaf->result == results::answered ? leaf->text : "");
     }

@@ -153,9 +153,9 @@ json schema_of_stability()
     json members = json::object();
     json::array required;
     for (const std::string_view one : durations) {
-        members.add(std::string(one), enumeration({words_for(change::same),
-                                                   words_for(change::may_change),
-                                                   words_for(change::changes)}));
+        members.add(std::string(one),
+                    enumeration({words_for(change::same), words_for(change::may_change),
+                                 words_for(change::changes)}));
         required.emplace_back(std::string(one));
     }
     return object_with(std::move(members), std::move(required));

@@ -166,11 +166,14 @@ std::string listing()
 // What lsblk and the library report, or the reason why there is no root disk.
 std::string root_disk()
 {
-    const stream_capture capture(stderr);
+    const stream_capture errors(stderr);
     const std::string text = listing();
     if (text.empty())
         throw std::runtime_error("lsblk is missing or lists nothing");
+    const std::string of_tool = errors.text();
     const answer disk = taken(find_root_disk(text.c_str()));
+    if (errors.text() != of_tool) // the library's, about the listing
+        throw std::runtime_error(std::string(listing_command) + " prints no listing");
     if (!is_answered(disk))
         throw negative_result(std::string(listing_command) +
                               " lists no disk with a partition mounted at /");

@@ -12,10 +12,10 @@ namespace {
 // Files that a source of facts lies in. Others are the C library's and the tools' own.
 bool is_source(std::string_view path)
 {
-    constexpr std::string_view folders[] = {"/proc/bootdevice/", "/proc/cmdline", "/proc/cpuinfo",
-                                            "/proc/net/bonding/", "/sys/block/", "/sys/class/dmi/",
-                                            "/sys/devices/virtual/dmi/", "/etc/os-release",
-                                            "/usr/lib/os-release"};
+    constexpr std::string_view folders[] = {
+        "/proc/bootdevice/",         "/proc/cmdline",   "/proc/cpuinfo",
+        "/proc/net/bonding/",        "/sys/block/",     "/sys/class/dmi/",
+        "/sys/devices/virtual/dmi/", "/etc/os-release", "/usr/lib/os-release"};
     return std::any_of(std::begin(folders), std::end(folders),
                        [path](std::string_view folder) { return path.starts_with(folder); });
 }
@@ -97,9 +97,8 @@ private:
     step *latest(std::string_view source)
     {
         std::vector<step> &steps = current();
-        const auto found = std::find_if(steps.rbegin(), steps.rend(), [source](const step &one) {
-            return one.source == source;
-        });
+        const auto found = std::find_if(steps.rbegin(), steps.rend(),
+                                        [source](const step &one) { return one.source == source; });
         return found != steps.rend() ? &*found : nullptr;
     }
 
@@ -119,8 +118,8 @@ private:
 
     void add_failure(const event &seen)
     {
-        current().push_back({seen.subject, result_of_error(seen.subject, seen.error),
-                             std::strerror(seen.error)});
+        current().push_back(
+            {seen.subject, result_of_error(seen.subject, seen.error), std::strerror(seen.error)});
     }
 
     void add_file(const event &seen)
@@ -237,10 +236,10 @@ public:
         if (seen.kind == event_kind::traced)
             add_line(seen.text);
         else if (seen.kind == event_kind::opened && is_source(seen.subject))
-            steps_.push_back({seen.subject,
-                              seen.error == 0 ? results::no_answer
-                                              : result_of_error(seen.subject, seen.error),
-                              seen.error == 0 ? "" : std::strerror(seen.error)});
+            steps_.push_back(
+                {seen.subject,
+                 seen.error == 0 ? results::no_answer : result_of_error(seen.subject, seen.error),
+                 seen.error == 0 ? "" : std::strerror(seen.error)});
         else if (seen.kind == event_kind::read && is_source(seen.subject))
             add_slave(seen.text);
     }
@@ -270,10 +269,9 @@ private:
     // Each address of an interface is a step of the walk; one is enough to see.
     void add_interface(const char *result, const std::string &text)
     {
-        const bool is_there =
-            std::any_of(steps_.begin(), steps_.end(), [&](const step &one) {
-                return one.source == name_ && one.result == result && one.text == text;
-            });
+        const bool is_there = std::any_of(steps_.begin(), steps_.end(), [&](const step &one) {
+            return one.source == name_ && one.result == result && one.text == text;
+        });
         if (!is_there)
             steps_.push_back({name_, result, text});
     }
@@ -284,8 +282,8 @@ private:
             return;
         step &report = steps_.back();
         report.result = results::answered;
-        report.text += (report.text.empty() ? "" : ", ") +
-                       first_line_with_text(behind(line, slave_address));
+        report.text +=
+            (report.text.empty() ? "" : ", ") + first_line_with_text(behind(line, slave_address));
     }
 
     std::vector<step> steps_;

@@ -76,10 +76,10 @@ void mark_refused_dmidecode(finding &one)
 
 void miss_in_firmware(finding &one)
 {
-    if (with(one, reasons::permission_denied) != nullptr)
-        miss(one, reasons::permission_denied);
-    else if (!has_firmware_tables())
+    if (!has_firmware_tables())
         miss(one, reasons::no_firmware_tables);
+    else if (with(one, reasons::permission_denied) != nullptr)
+        miss(one, reasons::permission_denied);
     else if (with(one, reasons::tool_missing) != nullptr)
         miss(one, reasons::tool_missing);
     else
@@ -118,14 +118,19 @@ void judge_uuid(finding &one)
         judge_firmware(one);
 }
 
+// An empty text stands for a source that failed on the way.
 void judge_flash(finding &one)
 {
     if (is_text(one) && !to_text(one.value).empty())
         return;
+    const bool is_empty = is_text(one);
+    mark_refused_dmidecode(one);
     if (!exists("/proc/bootdevice/product_name") || !exists("/proc/bootdevice/cid"))
         miss(one, reasons::file_absent);
+    else if (is_empty && with(one, reasons::permission_denied) == nullptr)
+        one.why = &reasons::empty;
     else
-        judge_firmware(one);
+        miss_in_firmware(one);
 }
 
 // The two classes of the manufacturer read the same sources.
@@ -146,10 +151,9 @@ void remove_repeated_steps(std::vector<step> &steps)
 void judge_maker(finding &one)
 {
     remove_repeated_steps(one.steps);
-    const bool was_read =
-        std::any_of(one.steps.begin(), one.steps.end(), [](const step &source) {
-            return runs_dmidecode(source) && source.result == results::answered;
-        });
+    const bool was_read = std::any_of(one.steps.begin(), one.steps.end(), [](const step &source) {
+        return runs_dmidecode(source) && source.result == results::answered;
+    });
     if (was_read)
         return;
     mark_refused_dmidecode(one);
@@ -297,9 +301,8 @@ void mark_command_line(finding &one, const std::string &answered)
     step *const cmdline = find(one.steps, "command_line_get_root_device_name");
     if (cmdline == nullptr || cmdline->text.empty() || cmdline->text == answered)
         return;
-    cmdline->result = cmdline->text.find('/') == std::string::npos
-                          ? reasons::form_not_followed.code
-                          : reasons::device_missing.code;
+    cmdline->result = cmdline->text.find('/') == std::string::npos ? reasons::form_not_followed.code
+                                                                   : reasons::device_missing.code;
 }
 
 void judge_device(finding &one)
@@ -386,8 +389,8 @@ const reason &reason_by_smartctl(const finding &one)
 const reason &reason_without_disk(const finding &one)
 {
     const layers &below = one.layers;
-    const bool is_refused = with(one, reasons::permission_denied) != nullptr ||
-                            is_device_refused(one.device);
+    const bool is_refused =
+        with(one, reasons::permission_denied) != nullptr || is_device_refused(one.device);
     if (stand_on_no_identity(below))
         return reasons::disk_unsupported;
     if (has(below, layer_kind::array))
@@ -396,11 +399,10 @@ const reason &reason_without_disk(const finding &one)
         return reasons::several_devices;
     if (!below.empty() && below.front().kind == layer_kind::multipath)
         return reasons::mapping_not_followed;
-    if (is_refused && (below.empty() || below.front().kind != layer_kind::encryption ||
-                       !is_not_followed(below)))
+    if (is_refused &&
+        (below.empty() || below.front().kind != layer_kind::encryption || !is_not_followed(below)))
         return reasons::permission_denied;
-    if (!below.empty() && is_not_followed(below) &&
-        with(one, reasons::tool_missing) == nullptr)
+    if (!below.empty() && is_not_followed(below) && with(one, reasons::tool_missing) == nullptr)
         return reasons::mapping_not_followed;
     if (!below.empty() && is_not_followed(below) &&
         below.front().kind != layer_kind::logical_volume)

@@ -3,6 +3,7 @@
 // orvane show and orvane root-disk.
 #include "command_machine.h"
 
+#include <filesystem>
 #include <string>
 
 namespace {
@@ -47,18 +48,24 @@ protected:
         machine.file("/proc/bootdevice/cid", "0123abcd\n");
     }
 
+    // Firmware tables, of which this is a sign, and what dmidecode prints of them.
+    void describe_firmware(const std::string &dmidecode)
+    {
+        machine.file("/sys/class/dmi/id/board_name", "Board\n");
+        machine.script("/usr/sbin/dmidecode", dmidecode);
+    }
+
     [[nodiscard]] outcome shown(const std::string &name, uid_t user = 0) const
     {
         return orvane({"show", name}, user);
     }
 };
 
-// No answer: nothing is printed.
-const outcome none = {1, "", ""};
-
-outcome may_need_root(int status, const std::string &output, const std::string &names)
+// A fact without an answer: one line, and nothing on standard output.
+outcome missing(int status, const std::string &name, const std::string &explanation)
 {
-    return {status, output, "orvane: may need root: " + names + "\n"};
+    return {status, "",
+            "orvane: " + name + ": " + explanation + " (see orvane explain " + name + ")\n"};
 }
 
 } // namespace
@@ -66,83 +73,89 @@ outcome may_need_root(int status, const std::string &output, const std::string &
 TEST_F(show_command, prints_one_aligned_row_for_each_fact)
 {
     describe_machine();
-    const outcome table = printed("root_device  /dev/nvme0n1p2\n"
-                                  "disk         Fast-Disk-1_S123\n"
-                                  "mac          f4:8e:38:00:00:01\n"
-                                  "system_uuid  4c4c4544-0042-3510-8052-b4c04f4d3132\n"
-                                  "vendor       Acme Inc.\n"
-                                  "model        0A1B\n"
-                                  "serial       ABC 123\n"
-                                  "oem_info     -\n"
-                                  "manufacturer TYPE_UNKNOWN\n"
-                                  "lenovo       0\n"
-                                  "huawei_9x0   1\n"
-                                  "os_version   2\n");
+    const outcome table = printed(
+        "root_device  /dev/nvme0n1p2\n"
+        "disk         Fast-Disk-1_S123\n"
+        "mac          f4:8e:38:00:00:01\n"
+        "system_uuid  4c4c4544-0042-3510-8052-b4c04f4d3132\n"
+        "vendor       Acme Inc.\n"
+        "model        0A1B\n"
+        "serial       ABC 123\n"
+        "oem_info     -                                    absent (file-absent)\n"
+        "manufacturer -                                    not determinable here (tool-missing)\n"
+        "lenovo       -                                    not determinable here (tool-missing)\n"
+        "huawei_9x0   1\n"
+        "os_version   2\n");
     EXPECT_EQ(orvane({"show"}), table);
     EXPECT_EQ(orvane({}), table);
 }
 
-TEST_F(show_command, prints_a_dash_where_there_is_no_answer)
+// Unknown is not false, and not zero.
+TEST_F(show_command, prints_why_there_is_no_answer)
 {
-    EXPECT_EQ(orvane({}), printed("root_device  -\n"
-                                  "disk         -\n"
-                                  "mac          -\n"
-                                  "system_uuid  -\n"
-                                  "vendor       -\n"
-                                  "model        -\n"
-                                  "serial       -\n"
-                                  "oem_info     -\n"
-                                  "manufacturer TYPE_UNKNOWN\n"
-                                  "lenovo       0\n"
-                                  "huawei_9x0   0\n"
-                                  "os_version   0\n"));
+    EXPECT_EQ(orvane({}), printed("root_device  - absent (not-a-block-device)\n"
+                                  "disk         - absent (not-a-block-device)\n"
+                                  "mac          - absent (no-interface)\n"
+                                  "system_uuid  - absent (no-firmware-tables)\n"
+                                  "vendor       - absent (no-firmware-tables)\n"
+                                  "model        - absent (no-firmware-tables)\n"
+                                  "serial       - absent (no-firmware-tables)\n"
+                                  "oem_info     - absent (file-absent)\n"
+                                  "manufacturer - absent (no-firmware-tables)\n"
+                                  "lenovo       - absent (no-firmware-tables)\n"
+                                  "huawei_9x0   - absent (file-absent)\n"
+                                  "os_version   - absent (file-absent)\n"));
 }
 
 TEST_F(show_command, prints_one_json_object)
 {
     describe_machine();
-    EXPECT_EQ(orvane({"show", "--json"}),
-              printed("{\n"
-                      "  \"root_device\": \"/dev/nvme0n1p2\",\n"
-                      "  \"disk\": \"Fast-Disk-1_S123\",\n"
-                      "  \"mac\": \"f4:8e:38:00:00:01\",\n"
-                      "  \"system_uuid\": \"4c4c4544-0042-3510-8052-b4c04f4d3132\",\n"
-                      "  \"vendor\": \"Acme Inc.\",\n"
-                      "  \"model\": \"0A1B\",\n"
-                      "  \"serial\": \"ABC 123\",\n"
-                      "  \"oem_info\": null,\n"
-                      "  \"manufacturer\": \"TYPE_UNKNOWN\",\n"
-                      "  \"lenovo\": 0,\n"
-                      "  \"huawei_9x0\": 1,\n"
-                      "  \"os_version\": 2\n"
-                      "}\n"));
+    EXPECT_EQ(orvane({"show", "--json", "vendor", "huawei_9x0", "lenovo"}), printed(R"({
+  "schema": 1,
+  "facts": {
+    "vendor": {
+      "value": "Acme Inc.",
+      "status": "known",
+      "reason": "answered",
+      "usable_as_identity": false,
+      "source": "/sys/class/dmi/id/sys_vendor"
+    },
+    "huawei_9x0": {
+      "value": 1,
+      "status": "known",
+      "reason": "answered",
+      "usable_as_identity": false,
+      "source": "/proc/cpuinfo"
+    },
+    "lenovo": {
+      "value": null,
+      "status": "not_determinable",
+      "reason": "tool-missing",
+      "usable_as_identity": false,
+      "source": null
+    }
+  }
+}
+)"));
+    EXPECT_EQ(orvane({"show", "-j"}), orvane({"show", "--format=json"}));
 }
 
 TEST_F(show_command, prints_valid_json_for_any_bytes)
 {
+    const auto value = [this] {
+        const std::string line = orvane({"show", "--json", "vendor"}).output;
+        const std::size_t start = line.find("\"value\": ") + 9;
+        return line.substr(start, line.find(",\n", start) - start);
+    };
     vendor("\"A\\B\"\t\xFF\x01\n");
-    EXPECT_NE(orvane({"show", "--json"})
-                  .output.find(R"("vendor": "\"A\\B\"\t)"
-                               "\xEF\xBF\xBD"
-                               R"(\u0001")"),
-              std::string::npos);
-    vendor("\n");
-    EXPECT_NE(orvane({"show", "--json"})
-                  .output.find(R"("vendor": "",)"
-                               "\n"
-                               R"(  "model": null)"),
-              std::string::npos);
-}
-
-// U+009B starts an escape sequence, as ESC and "[" do.
-TEST_F(show_command, prints_json_without_characters_that_a_terminal_obeys)
-{
+    EXPECT_EQ(value(), R"("\"A\\B\"\t)"
+                       "\xEF\xBF\xBD"
+                       R"(\u0001")");
+    // U+009B starts an escape sequence, as ESC and "[" do.
     vendor("\x1b[0m\x7f\xc2\x80\xc2\x9b"
            "31mM\xc3\xbcller\xc2\xa0\xc2\xb5\xe2\x9b\x84\n");
-    EXPECT_NE(orvane({"show", "--json"})
-                  .output.find(R"("vendor": "\u001b[0m\u007f\u0080\u009b31m)"
-                               "M\xc3\xbcller\xc2\xa0\xc2\xb5\xe2\x9b\x84\""),
-              std::string::npos);
+    EXPECT_EQ(value(), R"("\u001b[0m\u007f\u0080\u009b31m)"
+                       "M\xc3\xbcller\xc2\xa0\xc2\xb5\xe2\x9b\x84\"");
 }
 
 TEST_F(show_command, prints_the_printable_characters_of_the_locale)
@@ -158,13 +171,44 @@ TEST_F(show_command, prints_the_printable_characters_of_the_locale)
     EXPECT_EQ(row_in("C"), "vendor       A\\x1b[31m\\x09\\x7f\\xc2\\x9bM\\xc3\\xbcller");
 }
 
+TEST_F(show_command, prints_assignments_that_a_shell_can_evaluate)
+{
+    const std::string hostile =
+        "a'b\"c `touch /srv/ran` $(touch /srv/ran) \\ ;&|<>* \t\x1b[31m\xff";
+    vendor(hostile + "\n");
+    EXPECT_EQ(shell("eval \"$(orvane show --format=shell vendor model)\"; "
+                    "printf '%s|%s|%s|%s' \"$ORVANE_VENDOR\" \"$ORVANE_VENDOR_STATUS\" "
+                    "\"$ORVANE_MODEL\" \"$ORVANE_MODEL_STATUS\""),
+              printed(hostile + "|known||not_determinable"));
+    EXPECT_EQ(machine.content("/srv/ran"), "");
+    EXPECT_FALSE(std::filesystem::exists("/srv/ran"));
+}
+
 TEST_F(show_command, prints_one_value_alone)
 {
-    EXPECT_EQ(shown("vendor"), none);
-    vendor("\n");
-    EXPECT_EQ(shown("vendor"), printed("\n"));
     describe_machine();
     EXPECT_EQ(shown("serial"), printed("ABC 123\n"));
+    EXPECT_EQ(orvane({"show", "serial", "vendor"}), printed("serial ABC 123\nvendor Acme Inc.\n"));
+}
+
+TEST_F(show_command, reports_in_one_line_why_a_fact_has_no_value)
+{
+    EXPECT_EQ(shown("vendor"), missing(1, "vendor",
+                                       "absent: the firmware has no DMI tables: use the disk or "
+                                       "the MAC address"));
+    vendor("\n");
+    EXPECT_EQ(shown("vendor"),
+              missing(1, "vendor", "absent: the source holds an empty text: use another fact"));
+    EXPECT_EQ(shown("model"),
+              missing(3, "model",
+                      "not determinable here: /usr/sbin/dmidecode is not installed: install the "
+                      "package dmidecode"));
+    machine.file("/sys/devices/virtual/dmi/id/product_uuid",
+                 "FFFFFFFF-FFFF-FFFF-FFFF-FFFFFFFFFFFF\n");
+    EXPECT_EQ(shown("system_uuid"),
+              missing(1, "system_uuid",
+                      "refused: the firmware holds a placeholder that many machines share: use "
+                      "another fact, or have the board's maker set it"));
 }
 
 TEST_F(show_command, queries_only_the_wanted_fact)
@@ -203,35 +247,88 @@ TEST_F(show_command, names_the_class_of_the_manufacturer)
     }
 }
 
-// What only root can read.
-
-TEST_F(show_command, names_the_facts_that_may_need_root)
+TEST_F(show_command, marks_a_value_that_many_machines_have)
 {
     describe_machine();
+    machine.file("/sys/class/dmi/id/product_serial", "To be filled by O.E.M.\n");
+    EXPECT_EQ(orvane({"show", "serial", "model"}),
+              printed("serial To be filled by O.E.M. identifies no machine\n"
+                      "model  0A1B\n"));
+    EXPECT_EQ(shown("serial"), printed("To be filled by O.E.M.\n"));
+    const auto is_usable = [this](const std::string &name) {
+        return orvane({"show", "--json", name}).output.find("\"usable_as_identity\": true") !=
+               std::string::npos;
+    };
+    EXPECT_FALSE(is_usable("serial"));
+    EXPECT_FALSE(is_usable("vendor")); // of many machines, whatever it is
+    EXPECT_TRUE(is_usable("disk"));
+    EXPECT_TRUE(is_usable("system_uuid"));
+}
+
+TEST_F(show_command, fails_where_a_required_fact_is_not_known)
+{
+    describe_machine();
+    EXPECT_EQ(orvane({"show", "vendor", "--require", "vendor", "disk"}),
+              (outcome{0, "Acme Inc.\n", ""}));
+    outcome expected = missing(1, "manufacturer",
+                               "not determinable here: /usr/sbin/dmidecode is not installed: "
+                               "install the package dmidecode");
+    expected.output = "Acme Inc.\n";
+    EXPECT_EQ(orvane({"show", "vendor", "--require", "disk,manufacturer"}), expected);
+    expected.output = orvane({}).output;
+    EXPECT_EQ(orvane({"show", "--require", "manufacturer"}), expected);
+}
+
+TEST_F(show_command, redacts_what_identifies_the_machine)
+{
+    describe_machine();
+    const std::string redacted = orvane({"show", "--redact"}).output;
+    for (const char *const secret : {"S123", "f4:8e:38:00:00:01", "4c4c4544", "ABC 123"})
+        EXPECT_EQ(redacted.find(secret), std::string::npos) << secret << "\n" << redacted;
+    EXPECT_NE(redacted.find("vendor       Acme Inc.\n"), std::string::npos) << redacted;
+    EXPECT_NE(redacted.find("disk         Fast-Disk-1_#"), std::string::npos) << redacted;
+    EXPECT_EQ(orvane({"show", "--redact"}).output, redacted) << "the same hashes each time";
+
+    const std::string report = orvane({"explain", "--json", "--redact"}).output;
+    for (const char *const secret : {"S123", "f4:8e:38:00:00:01", "4c4c4544", "ABC 123"})
+        EXPECT_EQ(report.find(secret), std::string::npos) << secret << "\n" << report;
+
+    machine.file("/etc/machine-id", "00000000000000000000000000000001\n");
+    EXPECT_NE(orvane({"show", "--redact"}).output, redacted) << "others on another machine";
+}
+
+// What only root can read.
+
+TEST_F(show_command, names_the_facts_for_which_root_is_needed)
+{
+    describe_machine();
+    describe_firmware("[ $(id -u) = 0 ] && echo LENOVO");
     const outcome all = orvane({}, ordinary_user);
-    EXPECT_EQ(all.error,
-              "orvane: may need root: system_uuid, serial, oem_info, manufacturer, lenovo\n");
+    EXPECT_EQ(all.error, "orvane: root is needed for: system_uuid, serial, manufacturer, lenovo\n");
     EXPECT_NE(all.output.find("vendor       Acme Inc.\n"), std::string::npos) << all;
+    EXPECT_NE(all.output.find("lenovo       -                 needs root (permission-denied)\n"),
+              std::string::npos)
+        << all;
     EXPECT_EQ(all.status, 0);
-    EXPECT_EQ(shown("serial", ordinary_user), may_need_root(1, "", "serial"));
+    const std::string explanation = "needs root: root alone may read the source: run the command "
+                                    "as root, with the capabilities that SECURITY.md lists";
+    for (const std::string name : {"serial", "lenovo", "manufacturer"})
+        EXPECT_EQ(shown(name, ordinary_user), missing(3, name, explanation));
     for (const std::string name : {"vendor", "mac", "huawei_9x0"})
         EXPECT_EQ(shown(name, ordinary_user).error, "") << name;
 
     machine.file("/proc/mounts", "/dev/sda2 / ext4 rw 0 0\n");
     machine.block_device("/dev/sda2");
-    EXPECT_EQ(shown("disk", ordinary_user), may_need_root(1, "", "disk"));
+    EXPECT_EQ(shown("disk", ordinary_user), missing(3, "disk", explanation));
 }
 
-TEST_F(show_command, names_a_fact_whose_answer_root_may_change)
+TEST_F(show_command, names_root_only_for_what_root_is_told)
 {
-    machine.script("/usr/sbin/dmidecode", "[ $(id -u) = 0 ] && echo LENOVO");
-    EXPECT_EQ(shown("manufacturer", ordinary_user),
-              may_need_root(0, "TYPE_UNKNOWN\n", "manufacturer"));
-    EXPECT_EQ(shown("lenovo", ordinary_user), may_need_root(0, "0\n", "lenovo"));
-    EXPECT_EQ(shown("lenovo"), printed("1\n"));
-
+    machine.script("/usr/sbin/dmidecode", "echo '/dev/mem: Permission denied' >&2");
+    EXPECT_EQ(orvane({}, ordinary_user).error, "") << "there is no firmware to read";
     describe_flash("[ $(id -u) = 0 ] && echo 'Serial Number: SN0001'");
-    EXPECT_EQ(shown("oem_info", ordinary_user), may_need_root(0, "\n", "oem_info"));
+    describe_firmware("[ $(id -u) = 0 ] && echo 'Serial Number: SN0001'");
+    EXPECT_EQ(shown("oem_info", ordinary_user).status, 3);
     EXPECT_EQ(shown("oem_info"), printed("SN0001_FLASH01_0123abcd\n"));
 }
 
@@ -244,28 +341,37 @@ TEST_F(show_command, discards_the_standard_error_of_tools)
     EXPECT_EQ(machine.runs("/usr/sbin/dmidecode").size(), 10U);
 }
 
-TEST_F(show_command, prints_the_line_in_which_the_library_ends_the_process)
+TEST_F(show_command, shows_the_other_facts_where_the_library_ends_the_process)
 {
+    describe_machine();
+    machine.file("/proc/mounts", "");
     machine.file("/proc/cmdline", std::string(4096, 'x'));
-    EXPECT_EQ(orvane({}), failed("liborvane: fatal: the kernel command line is longer than 4095 "
-                                 "characters"));
+    const outcome shown = orvane({"show", "disk", "vendor"});
+    EXPECT_EQ(shown, printed("disk   -         not determinable here (library-ended)\n"
+                             "vendor Acme Inc.\n"));
+    EXPECT_NE(orvane({"explain", "disk"})
+                  .output.find("liborvane: fatal: the kernel command line is longer than"),
+              std::string::npos);
 }
 
-TEST_F(show_command, traces_as_any_program_does)
-{
-    EXPECT_EQ(shown("os_version").status, 0);
-    const std::string log = machine.content("/var/log/orvane/liborvane.log");
-    EXPECT_TRUE(log.ends_with("]: _os_get_version, begin\n")) << log;
-}
-
-TEST_F(show_command, reports_to_root_once_that_the_trace_log_cannot_be_opened)
+TEST_F(show_command, writes_the_trace_log_on_demand_alone)
 {
     describe_education_system();
-    EXPECT_EQ(shown("os_version", ordinary_user), printed("2\n"));
+    const std::string log = "/var/log/orvane/liborvane.log";
     machine.read_only("/var/log");
+    EXPECT_EQ(shown("os_version"), printed("2\n"));
     EXPECT_EQ(
-        shown("os_version"),
+        orvane({"show", "--trace", "os_version"}),
         (outcome{0, "2\n", "orvane: the trace log cannot be opened, so this run left no trace\n"}));
+}
+
+TEST_F(show_command, traces_as_any_program_does_where_that_is_wanted)
+{
+    EXPECT_EQ(orvane({}).status, 0);
+    EXPECT_FALSE(std::filesystem::exists("/var/log/orvane"));
+    EXPECT_EQ(orvane({"show", "--trace", "os_version"}).status, 1);
+    const std::string log = machine.content("/var/log/orvane/liborvane.log");
+    EXPECT_TRUE(log.ends_with("]: _os_get_version, begin\n")) << log;
 }
 
 // root-disk.
@@ -275,27 +381,29 @@ TEST_F(show_command, prints_the_root_disk_that_lsblk_lists)
     machine.tool("/usr/bin/lsblk", R"({"blockdevices": [{"name": "sda", "children": [)"
                                    R"({"name": "sda1", "mountpoint": "/"}]}]})");
     EXPECT_EQ(orvane({"root-disk"}), printed("sda\n"));
-    EXPECT_EQ(machine.runs("/usr/bin/lsblk").at(0).arguments, (texts{"/usr/bin/lsblk", "-J"}));
+    EXPECT_EQ(machine.runs("/usr/bin/lsblk").at(0).arguments,
+              (texts{"/usr/bin/lsblk", "-J", "-o", "NAME,MOUNTPOINT"}));
 }
 
 TEST_F(show_command, reports_why_there_is_no_root_disk)
 {
-    const std::string unlisted = "lsblk -J lists no partition mounted at / by \"mountpoint\"";
+    const std::string command = "lsblk -J -o NAME,MOUNTPOINT";
     const struct {
         std::string listing;
+        int status;
         std::string message;
     } listings[] = {
-        {R"({"blockdevices": []})", unlisted},
-        {"{}", unlisted},
-        {"not json", unlisted},
-        {"", "lsblk is missing or lists nothing"},
-        {std::string(5000, 'x'),
-         "liborvane: fatal: the listing of lsblk is longer than 4095 characters"},
+        {R"({"blockdevices": []})", 1, command + " lists no disk with a partition mounted at /"},
+        {"{}", 3, command + " prints no listing"},
+        {"not json", 3, command + " prints no listing"},
+        {std::string(5000, 'x'), 3, command + " prints no listing"},
+        {"", 3, "lsblk is missing or lists nothing"},
     };
-    for (const auto &[listing, message] : listings) {
+    for (const auto &[listing, status, message] : listings) {
         machine.tool("/usr/bin/lsblk", listing);
-        EXPECT_EQ(orvane({"root-disk"}), failed(message));
+        EXPECT_EQ(orvane({"root-disk"}), (outcome{status, "", "orvane: " + message + "\n"}));
     }
     machine.remove("/usr/bin/lsblk");
-    EXPECT_EQ(orvane({"root-disk"}), failed("lsblk is missing or lists nothing"));
+    EXPECT_EQ(orvane({"root-disk"}),
+              (outcome{3, "", "orvane: lsblk is missing or lists nothing\n"}));
 }
