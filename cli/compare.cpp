@@ -86,7 +86,7 @@ saved_fact saved_in(const std::string &file, const json::member &member)
 
 json document_in(const std::string &file)
 {
-    const std::string text = read_text(file); // that it cannot be read is no fault of its content
+    const std::string text = read_file(file); // that it cannot be read is no fault of its content
     try {
         return parsed(text);
     } catch (const std::runtime_error &error) {

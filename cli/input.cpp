@@ -60,6 +60,12 @@ std::string read_text(const std::string &path)
     return read_all({file.get(), path, content::text, longest_input});
 }
 
+std::string read_file(const std::string &path)
+{
+    const std::unique_ptr<std::FILE, close_stream> file(opened(path));
+    return read_all({file.get(), path, content::bytes, longest_input});
+}
+
 input_blocks::input_blocks(std::FILE *stream, std::string name, content kind, std::size_t limit)
     : stream_(stream), name_(std::move(name)), kind_(kind), left_(limit), limit_(limit)
 {

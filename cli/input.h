@@ -20,6 +20,9 @@ std::string read_input(std::size_t limit = longest_input);
 std::string read_input_text();
 std::string read_text(const std::string &path);
 
+// All bytes of a file.
+std::string read_file(const std::string &path);
+
 enum class content { bytes, text };
 
 // An input that is read in blocks.
