@@ -1,169 +1,241 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// The pages of the help. Every example is run by the tests.
 #include "help.h"
-#include "facts.h"
+
+#include "help_page.h"
 
 #include <algorithm>
 
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 namespace {
 
-struct help_text {
-    std::string_view subcommand;
-    const char *text;
+constexpr described json = {"-j, --json", "print one JSON object"};
+constexpr described redact = {"--redact",
+                              "print hashes in the place of what identifies the machine"};
+constexpr described trace = {"--trace", "write the library's trace lines to its log, too"};
+
+constexpr help_page pages[] = {
+    {
+        .subcommand = "",
+        .usages = {"[-h|--help] [-V|--version] [SUBCOMMAND [WORD...]]"},
+        .purpose = "Tell the identity of this machine, and check and encode data files",
+        .details = "Without a subcommand it shows all facts.",
+        .options = {{"-V, --version", "print the version, the signing key and the features"}},
+        .examples = {{"orvane", "Show what is known about this machine."},
+                     {"orvane help gpg verify", "Describe one subcommand."}},
+        .success = "valid, or known",
+        .negative = "not valid, or no answer",
+        .undetermined = "no key, no gpg, an unreadable file, no permission",
+        .more = "docs/facts.md, docs/troubleshooting.md, docs/limits.md",
+    },
+    {
+        .subcommand = "show",
+        .usages = {"[NAME...] [--format=table|json|shell] [-j|--json] [--require FACT...] "
+                   "[--redact] [--trace]"},
+        .purpose = "Show what is known about this machine",
+        .details = "Of one named fact the value alone is printed.",
+        .arguments = {{"NAME", "fact to show; without one, all"}},
+        .options = {{"--format=FORMAT", "table, json, or shell: assignments to variables"},
+                    {"-j, --json", "the same as --format=json"},
+                    {"--require FACT...",
+                     "fail where one of these has no answer; words up to the next option, or "
+                     "separated by commas"},
+                    redact,
+                    trace},
+        .lists_facts = true,
+        .examples = {{"orvane show disk", "Print the model and the serial number of the disk."},
+                     {"orvane show --json >report.json", "Write all facts as one JSON object."},
+                     {"orvane show --require disk,mac",
+                      "Show all facts, and fail unless these two are known."}},
+        .success = "shown",
+        .negative = "a named or required fact has no answer",
+        .undetermined = "a named or required fact needs root, or a tool that is missing",
+        .more = "docs/facts.md, docs/troubleshooting.md",
+    },
+    {
+        .subcommand = "explain",
+        .usages = {"[FACT...] [-j|--json] [--redact] [--trace]", "--schema"},
+        .purpose = "Explain why facts have the answers they have, or none",
+        .arguments = {{"FACT", "fact to explain; without one, all"}},
+        .options = {json, redact, trace, {"--schema", "print the schema of the JSON, alone"}},
+        .examples = {{"orvane explain disk", "Explain one fact."},
+                     {"orvane explain --json --redact >report.json",
+                      "Write a report that does not identify the machine."}},
+        .success = "explained",
+        .more = "docs/facts.md, docs/troubleshooting.md",
+    },
+    {
+        .subcommand = "doctor",
+        .usages = {"[-j|--json] [--trace]"},
+        .purpose = "Find what keeps this machine from answering, and how to mend it",
+        .options = {json, trace},
+        .examples = {{"orvane doctor", "Examine this machine."}},
+        .success = "nothing is in the way",
+        .negative = "something is in the way",
+        .undetermined = "no permission",
+    },
+    {
+        .subcommand = "save",
+        .usages = {"FILE [--trace]"},
+        .purpose = "Save the facts in a file, to compare with later",
+        .arguments = {{"FILE", "file to write"}},
+        .options = {trace},
+        .examples = {{"orvane save report.json", "Save all facts."}},
+        .success = "saved",
+        .undetermined = "a file that cannot be written",
+    },
+    {
+        .subcommand = "compare",
+        .usages = {"FILE [-j|--json] [--trace]"},
+        .purpose = "Compare the facts with those that were saved",
+        .arguments = {{"FILE", "file that orvane save wrote"}},
+        .options = {json, trace},
+        .examples = {{"orvane compare report.json", "List what has changed since."}},
+        .success = "nothing has changed",
+        .negative = "a fact has changed",
+        .undetermined = "an unreadable file, no permission",
+    },
+    {
+        .subcommand = "root-disk",
+        .purpose = "Print the disk that lsblk -J lists with the root file system",
+        .examples = {{"orvane root-disk", "Print its name, such as sda."}},
+        .success = "printed",
+        .undetermined = "lsblk is missing, or lists no such disk",
+        .more = "docs/limits.md",
+    },
+    {
+        .subcommand = "digest",
+        .usages = {"ALGORITHM FILE HEX", "--check LIST"},
+        .purpose = "Check the digests of files",
+        .arguments = {{"ALGORITHM", "sha256, sha1 or md5"},
+                      {"FILE", "file to check"},
+                      {"HEX", "its digest in hexadecimal digits"}},
+        .options = {{"--check LIST", "check the digests of a list, as sha256sum writes it"}},
+        .examples = {{"orvane digest --check SHA256SUMS", "Check every file of a list."},
+                     {"orvane digest md5 licence.txt 900150983cd24fb0d6963f7d28e17f72",
+                      "Check one file."}},
+        .success = "every digest is the expected one",
+        .negative = "a digest differs",
+        .undetermined = "an unreadable file",
+    },
+    {
+        .subcommand = "signature",
+        .usages = {"TEXTFILE SIGNATUREFILE"},
+        .purpose = "Check an RSA signature under the key in /etc/orvane/public.pem",
+        .arguments = {{"TEXTFILE", "text that was signed"},
+                      {"SIGNATUREFILE", "its signature, in base64"}},
+        .examples = {{"orvane signature licence.txt licence.sig",
+                      "Check the signature of a text."}},
+        .success = "valid",
+        .negative = "not valid",
+        .undetermined = "no key, an unreadable file",
+        .more = "docs/keys.md, docs/troubleshooting.md",
+    },
+    {
+        .subcommand = "gpg",
+        .usages = {"SUBCOMMAND"},
+        .purpose = "Verify or encrypt with the built-in GPG key",
+        .examples = {{"orvane gpg verify licence.gpg", "Verify a signed file."}},
+        .success = "valid, or encrypted",
+        .negative = "not valid",
+        .undetermined = "no key, no gpg, an unreadable file",
+        .more = "docs/keys.md, docs/troubleshooting.md",
+    },
+    {
+        .subcommand = "gpg verify",
+        .usages = {"FILE [--output FILE]"},
+        .purpose = "Verify a file that carries its content and signatures",
+        .arguments = {{"FILE", "signed file"}},
+        .options = {{"--output FILE", "where to write its content (- is standard output)"}},
+        .examples = {{"orvane gpg verify licence.gpg --output licence.txt",
+                      "Write the content if the signature is valid."}},
+        .success = "valid",
+        .negative = "not valid",
+        .undetermined = "no key, no gpg, an unreadable file",
+        .more = "docs/keys.md, docs/troubleshooting.md",
+    },
+    {
+        .subcommand = "gpg encrypt",
+        .usages = {"[--output FILE]"},
+        .purpose = "Encrypt the text on standard input",
+        .options = {{"--output FILE", "where to write the message (standard output)"}},
+        .examples = {{"orvane gpg encrypt <report.json >report.asc",
+                      "Encrypt a report to the holder of the built-in key."}},
+        .success = "encrypted",
+        .undetermined = "no key, no gpg, an unreadable text",
+        .more = "docs/keys.md, docs/troubleshooting.md",
+    },
+    {
+        .subcommand = "base64",
+        .usages = {"SUBCOMMAND"},
+        .purpose = "Convert standard input to or from base64",
+        .examples = {{"orvane base64 encode <licence.txt >text.b64", "Encode a file."}},
+        .success = "converted",
+        .negative = "the input is not of the form",
+        .undetermined = "an unreadable input",
+    },
+    {
+        .subcommand = "base64 encode",
+        .purpose = "Convert bytes to base64 on one line",
+        .examples = {{"orvane base64 encode <licence.txt >text.b64", "Encode a file."}},
+        .success = "converted",
+        .negative = "there is nothing to encode",
+        .undetermined = "an unreadable input",
+    },
+    {
+        .subcommand = "base64 decode",
+        .purpose = "Convert base64 on one line to bytes",
+        .examples = {{"orvane base64 decode <text.b64 >licence.txt", "Decode it again."}},
+        .success = "converted",
+        .negative = "the input is not base64, or empty",
+        .undetermined = "an unreadable input",
+    },
+    {
+        .subcommand = "base64 to-url",
+        .purpose = "Convert base64 to the form for the query of a URL",
+        .examples = {{"orvane base64 to-url <text.b64 >text.url", "Convert an encoded file."}},
+        .success = "converted",
+        .negative = "the input is not base64, or empty",
+        .undetermined = "an unreadable input",
+    },
+    {
+        .subcommand = "base64 from-url",
+        .purpose = "Convert the form for the query of a URL to base64",
+        .examples = {{"orvane base64 from-url <text.url >text.b64", "Convert it back."}},
+        .success = "converted",
+        .negative = "the input is not of that form, or empty",
+        .undetermined = "an unreadable input",
+    },
+    {
+        .subcommand = "help",
+        .usages = {"[SUBCOMMAND...]", "facts"},
+        .purpose = "Describe a subcommand, or the facts",
+        .arguments = {{"SUBCOMMAND", "one or two words; without one, the command itself"}},
+        .examples = {{"orvane help gpg verify", "Describe one subcommand."},
+                     {"orvane help facts", "Describe every fact."}},
+        .success = "described",
+    },
 };
 
-constexpr help_text texts[] = {
-    {"", R"(Tells the identity of the machine it runs on, and checks and encodes data files.
-Usage: orvane [OPTIONS] [SUBCOMMAND]
-
-Options:
-  -h,--help                   Print this help message and exit
-  --version                   Display program version information and exit
-
-Subcommands:
-  show                        Show what is known (the default)
-  root-disk                   Print the name of the disk with the root file system on one of its partitions, as lsblk -J lists it
-  digest                      Check the digests of files
-  signature                   Check an RSA signature under the key in /etc/orvane/public.pem
-  gpg                         Verify or encrypt with the built-in GPG key
-  base64                      Convert standard input to or from base64
-
-)"},
-    {"show", R"(Show what is known (the default)
-Usage: orvane show [OPTIONS] [NAME]
-
-Positionals:
-  NAME TEXT Excludes: --json  One fact, to print its value alone
-
-Options:
-  -h,--help                   Print this help message and exit
-  --json Excludes: NAME       Print one JSON object
-
-Facts:
-)"},
-    {"root-disk",
-     R"(Print the name of the disk with the root file system on one of its partitions, as lsblk -J lists it
-Usage: orvane root-disk [OPTIONS]
-
-Options:
-  -h,--help                   Print this help message and exit
-
-)"},
-    {"digest", R"(Check the digests of files
-Usage: orvane digest [OPTIONS] [ALGORITHM] [FILE] [HEX]
-
-Positionals:
-  ALGORITHM TEXT Excludes: --check
-                              sha256, sha1 or md5
-  FILE TEXT                   The file
-  HEX TEXT                    Its digest in hexadecimal digits
-
-Options:
-  -h,--help                   Print this help message and exit
-  --check TEXT Excludes: ALGORITHM
-                              A list of digests and files, as sha256sum writes it
-
-)"},
-    {"signature", R"(Check an RSA signature under the key in /etc/orvane/public.pem
-Usage: orvane signature [OPTIONS] TEXTFILE SIGNATUREFILE
-
-Positionals:
-  TEXTFILE TEXT REQUIRED      The text that was signed
-  SIGNATUREFILE TEXT REQUIRED Its signature, in base64
-
-Options:
-  -h,--help                   Print this help message and exit
-
-)"},
-    {"gpg", R"(Verify or encrypt with the built-in GPG key
-Usage: orvane gpg [OPTIONS] SUBCOMMAND
-
-Options:
-  -h,--help                   Print this help message and exit
-
-Subcommands:
-  verify                      Verify a file that carries its content and signatures
-  encrypt                     Encrypt the text on standard input
-
-)"},
-    {"gpg verify", R"(Verify a file that carries its content and signatures
-Usage: orvane gpg verify [OPTIONS] FILE
-
-Positionals:
-  FILE TEXT REQUIRED          The signed file
-
-Options:
-  -h,--help                   Print this help message and exit
-  --output TEXT               Where to write its content (- is standard output)
-
-)"},
-    {"gpg encrypt", R"(Encrypt the text on standard input
-Usage: orvane gpg encrypt [OPTIONS]
-
-Options:
-  -h,--help                   Print this help message and exit
-  --output TEXT               Where to write the message (standard output)
-
-)"},
-    {"base64", R"(Convert standard input to or from base64
-Usage: orvane base64 [OPTIONS] SUBCOMMAND
-
-Options:
-  -h,--help                   Print this help message and exit
-
-Subcommands:
-  encode                      Bytes to base64 on one line
-  decode                      Base64 on one line to bytes
-  to-url                      Base64 to the form for the query of a URL
-  from-url                    The form for the query of a URL to base64
-
-)"},
-    {"base64 encode", R"(Bytes to base64 on one line
-Usage: orvane base64 encode [OPTIONS]
-
-Options:
-  -h,--help                   Print this help message and exit
-
-)"},
-    {"base64 decode", R"(Base64 on one line to bytes
-Usage: orvane base64 decode [OPTIONS]
-
-Options:
-  -h,--help                   Print this help message and exit
-
-)"},
-    {"base64 to-url", R"(Base64 to the form for the query of a URL
-Usage: orvane base64 to-url [OPTIONS]
-
-Options:
-  -h,--help                   Print this help message and exit
-
-)"},
-    {"base64 from-url", R"(The form for the query of a URL to base64
-Usage: orvane base64 from-url [OPTIONS]
-
-Options:
-  -h,--help                   Print this help message and exit
-
-)"},
-};
-
-std::string list_of_facts()
+// Of standard output. Narrower than this nothing is readable.
+std::size_t width_of_terminal()
 {
-    std::string list;
-    for (const fact &known : all_facts()) {
-        std::string line = std::string("  ") + known.name;
-        line.resize(std::max<std::size_t>(line.size() + 1, 30), ' ');
-        list += line + known.description + "\n";
-    }
-    return list + "\n";
+    constexpr unsigned short least = 40;
+    constexpr std::size_t elsewhere = 80;
+    winsize size = {};
+    const bool is_known = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return is_known ? std::max(size.ws_col, least) : elsewhere;
 }
 
 } // namespace
 
 std::string help_of(std::string_view subcommand)
 {
-    const help_text *const found =
-        std::find_if(std::begin(texts), std::end(texts),
-                     [&](const help_text &one) { return one.subcommand == subcommand; });
-    return found->text + (subcommand == "show" ? list_of_facts() : "");
+    const help_page *const found =
+        std::find_if(std::begin(pages), std::end(pages),
+                     [&](const help_page &one) { return one.subcommand == subcommand; });
+    return lay_out(*found, pages, width_of_terminal());
 }

@@ -6,6 +6,9 @@
 #include "facts.h"
 #include "help.h"
 #include "output.h"
+#include "remaining_words.h"
+#include "version.h"
+#include "words.h"
 
 #include "orvane.h"
 
@@ -21,6 +24,8 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -29,8 +34,8 @@
 
 namespace {
 
-// A subcommand, or the command without one. CLI11 splits the words. What they are examined for and
-// in which order is decided here, because releases of CLI11 differ in that and in their messages.
+// A subcommand, or the command without one. CLI11 splits the words. What they are examined for, in
+// which order and in which words is decided here, because releases of CLI11 differ in that.
 struct subcommand {
     const char *name;
     CLI::App *parser;
@@ -38,6 +43,7 @@ struct subcommand {
     std::function<void()> check_values = [] {};   // before help is printed
     std::function<void()> check_presence = [] {}; // after it
     std::function<int()> run = {};
+    std::vector<std::pair<const CLI::Option *, bool *>> flags = {};
 };
 using subcommands = std::deque<subcommand>;
 
@@ -55,50 +61,139 @@ CLI::Option *add_value(const subcommand &command, const char *name, std::string 
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
 }
 
+const CLI::Option *add_flag(subcommand &command, const char *name, bool &value)
+{
+    command.flags.emplace_back(command.parser->add_flag(name), &value);
+    return command.flags.back().first;
+}
+
+std::string described(const CLI::Option *option)
+{
+    const std::string name = option->get_name();
+    return name.starts_with('-') ? "option '" + name + "'" : name;
+}
+
+// CLI11 stores "true" for a flag without a value. The last one counts.
 bool is_set(const CLI::Option *flag)
 {
-    return flag->count() > 0 && flag->as<bool>();
+    bool is_true = false;
+    for (const std::string &value : flag->results()) {
+        is_true = value == "true";
+        if (!is_true && value != "false")
+            throw usage_error(described(flag) + " takes no value");
+    }
+    return is_true;
 }
 
 void check_given_once(const CLI::Option *option)
 {
     if (option->count() > 1)
-        throw usage_error(option->get_name() + ": At Most 1 required but received " +
-                          std::to_string(option->count()));
+        throw usage_error(described(option) + " is given more than once");
 }
 
 void check_given(const CLI::Option *option)
 {
     if (option->count() == 0)
-        throw usage_error(option->get_name() + " is required");
+        throw usage_error(described(option) + " is missing");
 }
 
 void check_excludes(const CLI::Option *one, const CLI::Option *other)
 {
     if (one->count() > 0 && other->count() > 0)
-        throw usage_error(one->get_name() + " excludes " + other->get_name());
+        throw usage_error(described(one) + " cannot be used with " + described(other));
 }
 
 void miss_subcommand()
 {
-    throw usage_error("A subcommand is required");
+    throw usage_error("a subcommand is missing");
 }
 
 void add_show(CLI::App &app, subcommands &all)
 {
     subcommand &command = declare("show", app.add_subcommand("show"), all);
     const auto options = std::make_shared<show_options>();
-    const CLI::Option *const name = command.parser->add_option("NAME", options->names);
-    const CLI::Option *const json = command.parser->add_flag("--json");
-    command.check_values = [name, json, options] {
-        for (const std::string &one : options->names) {
-            if (find_fact(one) == nullptr)
-                throw usage_error("NAME: unknown fact '" + one + "'");
-        }
-        options->json = is_set(json);
+    const auto format_name = std::make_shared<std::string>("table");
+    command.parser->add_option("NAME", options->names);
+    command.parser->add_option("--require", options->required);
+    const CLI::Option *const format = add_value(command, "--format", *format_name);
+    const CLI::Option *const json = add_flag(command, "-j,--json", options->json);
+    add_flag(command, "--redact", options->redact);
+    add_flag(command, "--trace", options->trace);
+    command.check_values = [options, format, format_name] {
+        check_facts(options->names);
+        options->required = split_at_commas(options->required);
+        check_facts(options->required);
+        options->format = format_named(*format_name);
+        check_given_once(format);
     };
-    command.check_presence = [name, json] { check_excludes(name, json); };
+    command.check_presence = [options, json, format] {
+        check_excludes(json, format);
+        if (options->json)
+            options->format = show_format::json;
+        options->json = options->format == show_format::json;
+    };
     command.run = [options] { return show(*options); };
+}
+
+void add_explain(CLI::App &app, subcommands &all)
+{
+    subcommand &command = declare("explain", app.add_subcommand("explain"), all);
+    const auto options = std::make_shared<query_options>();
+    const auto wants_schema = std::make_shared<bool>(false);
+    const std::vector<const CLI::Option *> others = {
+        command.parser->add_option("FACT", options->names),
+        add_flag(command, "-j,--json", options->json),
+        add_flag(command, "--redact", options->redact),
+        add_flag(command, "--trace", options->trace)};
+    const CLI::Option *const schema = add_flag(command, "--schema", *wants_schema);
+    command.check_values = [options] { check_facts(options->names); };
+    command.check_presence = [schema, others] {
+        for (const CLI::Option *const other : others)
+            check_excludes(schema, other);
+    };
+    command.run = [options, wants_schema] {
+        return *wants_schema ? print_schema() : explain(*options);
+    };
+}
+
+void add_doctor(CLI::App &app, subcommands &all)
+{
+    subcommand &command = declare("doctor", app.add_subcommand("doctor"), all);
+    const auto options = std::make_shared<query_options>();
+    add_flag(command, "-j,--json", options->json);
+    add_flag(command, "--trace", options->trace);
+    command.run = [options] { return doctor(*options); };
+}
+
+void add_file(subcommand &command, std::string &path)
+{
+    const CLI::Option *const file = command.parser->add_option("FILE", path);
+    command.check_values = [file, &path] {
+        if (file->count() > 0 && path.empty())
+            throw usage_error("FILE: a file needs a name");
+    };
+    command.check_presence = [file] { check_given(file); };
+}
+
+void add_save(CLI::App &app, subcommands &all)
+{
+    subcommand &command = declare("save", app.add_subcommand("save"), all);
+    const auto options = std::make_shared<query_options>();
+    const auto path = std::make_shared<std::string>();
+    add_file(command, *path);
+    add_flag(command, "--trace", options->trace);
+    command.run = [options, path] { return save_facts(*path, *options); };
+}
+
+void add_compare(CLI::App &app, subcommands &all)
+{
+    subcommand &command = declare("compare", app.add_subcommand("compare"), all);
+    const auto options = std::make_shared<query_options>();
+    const auto path = std::make_shared<std::string>();
+    add_file(command, *path);
+    add_flag(command, "-j,--json", options->json);
+    add_flag(command, "--trace", options->trace);
+    command.run = [options, path] { return compare_facts(*path, *options); };
 }
 
 void add_root_disk(CLI::App &app, subcommands &all)
@@ -177,87 +272,160 @@ void add_base64(CLI::App &app, subcommands &all)
         convert_base64_from_url;
 }
 
-// Words that nothing takes are examined last.
-void split(int argc, char **argv, CLI::App &app)
-{
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ExtrasError &) { // check_remaining() reports them
-    }
-}
-
-// The subcommands that were chosen, the command itself first.
-std::vector<const subcommand *> chosen_from(const subcommands &all)
-{
-    std::vector<const subcommand *> chosen;
-    for (const subcommand &command : all) {
-        if (command.parser->parsed())
-            chosen.push_back(&command);
-    }
-    return chosen;
-}
-
-// In the order in which CLI11 2.1 prints them.
-void check_remaining(const CLI::App &parser)
-{
-    if (parser.remaining_size() == 0) // "--" does not count
-        return;
-    const std::vector<std::string> words = parser.remaining();
-    std::string message = words.size() == 1 ? "The following argument was not expected:"
-                                            : "The following arguments were not expected:";
-    std::for_each(words.rbegin(), words.rend(),
-                  [&message](const std::string &word) { message += " " + word; });
-    throw usage_error(message);
-}
-
-int refused(const std::string &reason)
-{
-    print_error(reason + " (see orvane --help)");
-    return misuse;
-}
-
 int print(const std::string &text)
 {
     std::fputs(text.c_str(), stdout);
     return success;
 }
 
-// A wrong value comes before help, and help before words that are missing or left over.
-int examine_and_run(const std::vector<const subcommand *> &chosen)
+std::string joined(const words &several)
 {
+    std::string text;
+    for (const std::string &word : several)
+        text.append(text.empty() ? "" : " ").append(word);
+    return text;
+}
+
+void add_help(CLI::App &app, subcommands &all)
+{
+    subcommand &command = declare("help", app.add_subcommand("help"), all);
+    const auto topic = std::make_shared<words>();
+    command.parser->add_option("SUBCOMMAND", *topic);
+    command.check_values = [topic, &all] {
+        words known = {"facts"};
+        for (const subcommand &one : all)
+            known.emplace_back(one.name);
+        const std::string name = joined(*topic);
+        if (std::find(known.begin(), known.end(), name) == known.end())
+            throw usage_error(unknown("topic", name, nearest(name, known)));
+    };
+    command.run = [topic] {
+        const std::string name = joined(*topic);
+        return name == "facts" ? print_facts_page() : print(help_of(name));
+    };
+}
+
+// What CLI11 stores in `all`. Words that nothing takes are examined last.
+void split(const words &given, CLI::App &app)
+{
+    try {
+        app.parse(words(given.rbegin(), given.rend())); // from the last one on
+    } catch (const CLI::ExtrasError &) {                // check_no_words_remain() reports them
+    } catch (const CLI::ArgumentMismatch &) {           // words end where an option needs one more
+        const std::string &option = given.back();
+        throw usage_error("option '" + option.substr(0, option.find('=')) + "' needs a value");
+    } catch (const CLI::ParseError &) {
+        throw usage_error("the arguments are not understood");
+    }
+}
+
+// The subcommands that were chosen, the command itself first.
+using chosen_subcommands = std::vector<const subcommand *>;
+
+chosen_subcommands chosen_from(const subcommands &all)
+{
+    chosen_subcommands chosen = {&all.front()};
+    for (const subcommand &command : all) {
+        if (&command != &all.front() && command.parser->parsed())
+            chosen.push_back(&command);
+    }
+    return chosen;
+}
+
+std::string call_of(const subcommand &command)
+{
+    return *command.name == '\0' ? "orvane" : std::string("orvane ") + command.name;
+}
+
+words options_of(const subcommand &command)
+{
+    words options;
+    for (const CLI::Option *const one : command.parser->get_options()) {
+        for (const std::string &name : one->get_lnames())
+            options.push_back("--" + name);
+        for (const std::string &name : one->get_snames())
+            options.push_back("-" + name);
+    }
+    return options;
+}
+
+words subcommands_of(const subcommand &command)
+{
+    words names;
+    for (const CLI::App *const one : command.parser->get_subcommands({}))
+        names.push_back(one->get_name());
+    return names;
+}
+
+// Words without a subcommand are probably meant for the first one.
+remaining_words remaining_from(const chosen_subcommands &chosen, const subcommands &all)
+{
+    chosen_subcommands commands = chosen;
+    if (commands.size() == 1)
+        commands.push_back(&all[1]);
+    remaining_words remaining;
+    for (const subcommand *const one : commands)
+        remaining.push_back(
+            {call_of(*one), options_of(*one), subcommands_of(*one), one->parser->remaining()});
+    return remaining;
+}
+
+// A wrong value comes before help, and help before words that are left over or missing. An option
+// that is not known may be why a value is wrong.
+int examine_and_run(const words &given, const subcommands &all)
+{
+    const chosen_subcommands chosen = chosen_from(all);
     const subcommand &command = *chosen.back();
-    command.check_values();
-    const auto asks_for_help = [](const subcommand *one) { return one->help_flag->count() > 0; };
+    const remaining_words remaining = remaining_from(chosen, all);
+    try {
+        for (const auto &[flag, value] : command.flags)
+            *value = is_set(flag);
+        command.check_values();
+    } catch (const usage_error &) {
+        check_no_option_remains(remaining, given);
+        throw;
+    }
+    const auto asks_for_help = [](const subcommand *one) { return is_set(one->help_flag); };
     if (std::any_of(chosen.begin(), chosen.end(), asks_for_help))
         return print(help_of(command.name));
+    check_no_option_remains(remaining, given);
+    check_no_word_remains(remaining);
     command.check_presence();
-    for (const subcommand *const one : chosen)
-        check_remaining(*one->parser);
     return command.run();
 }
 
+int refused(const std::string &reason, const std::string &page)
+{
+    print_error(reason + " (see " + page + ")");
+    return misuse;
+}
+
 // Returns the exit status.
-int run(int argc, char **argv)
+int run(const words &given)
 {
     CLI::App app;
     app.set_help_flag(); // none of CLI11's
     subcommands all;
     declare("", &app, all).run = [] { return show({}); };
-    const CLI::Option *const version = app.add_flag("--version");
+    const CLI::Option *const version = app.add_flag("-V,--version");
     add_show(app, all);
+    add_explain(app, all);
+    add_doctor(app, all);
+    add_save(app, all);
+    add_compare(app, all);
     add_root_disk(app, all);
     add_digest(app, all);
     add_signature(app, all);
     add_gpg(app, all);
     add_base64(app, all);
+    add_help(app, all);
     try {
-        split(argc, argv, app);
-        return is_set(version) ? print("orvane " ORVANE_VERSION "\n")
-                               : examine_and_run(chosen_from(all));
-    } catch (const CLI::ParseError &error) {
-        return refused(error.what());
+        split(given, app);
+        return is_set(version) ? print(version_text()) : examine_and_run(given, all);
+    } catch (const usage_error_on_page &error) {
+        return refused(error.what(), error.page);
     } catch (const usage_error &error) {
-        return refused(error.what());
+        return refused(error.what(), call_of(*chosen_from(all).back()) + " --help");
     } catch (const negative_result &error) {
         print_error(error.what());
         return negative;
@@ -283,7 +451,7 @@ int main(int argc, char **argv)
         if (!has_output)
             throw std::runtime_error("standard output is closed");
         std::setlocale(LC_ALL, "");
-        return flushed(run(argc, argv));
+        return flushed(run(words(argv + std::min(argc, 1), argv + argc)));
     } catch (const std::bad_alloc &) {
         print_error("out of memory");
     } catch (const std::exception &error) {

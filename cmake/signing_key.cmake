@@ -35,7 +35,7 @@ function(ask_gpg file answer)
     set(${answer}_status ${status} PARENT_SCOPE)
 endfunction()
 
-# Sets fingerprint and creation_time to what gpg finds in the file.
+# Sets fingerprint, creation_time and origin to what gpg finds in the file.
 function(read_signing_key file)
     set(export_it "Export it:\n  gpg --export FINGERPRINT >FILE")
     set(make_one
@@ -98,6 +98,12 @@ function(read_signing_key file)
     endif()
     set(fingerprint ${CMAKE_MATCH_1} PARENT_SCOPE)
     set(creation_time ${creation_time} PARENT_SCOPE)
+    # As make_signing_key.sh names it: also where one build's key is given to another.
+    if(listing MATCHES "\nuid:[^\n]*:Signing key of one liborvane build:")
+        set(origin "made by a build for itself" PARENT_SCOPE)
+    else()
+        set(origin "given to the build" PARENT_SCOPE)
+    endif()
     if(NOT capabilities MATCHES "E")
         message(WARNING "The signing key ${file} cannot be encrypted to: "
             "gpg_encrypt() will return ORVANE_GPG_ENCRYPT_FAILED.")
@@ -112,6 +118,8 @@ function(write_signing_key_source file source)
     set(key_fingerprint ${fingerprint})
     string(SUBSTRING ${fingerprint} 24 16 key_long_id)
     set(key_creation_time ${creation_time})
+    set(signing_key_fingerprint ${fingerprint} PARENT_SCOPE)
+    set(signing_key_origin ${origin} PARENT_SCOPE)
     configure_file("${PROJECT_SOURCE_DIR}/src/integrity/builtin_key.cpp.in" "${source}" @ONLY)
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${file}")
 endfunction()
