@@ -233,7 +233,8 @@ std::vector<std::string> meanings_of(const comparisons &all)
     for (const comparison &one : all) {
         const std::string name = one.then.what->name;
         if (lost_tool(one))
-            meanings.push_back(name + ": a tool was removed: " + one.now.missing_tool);
+            meanings.push_back(name +
+                               ": a tool was removed: " + joined(one.now.missing_tools, ", "));
         else if (one.result == outcome::changed && has_other_source(one))
             meanings.push_back(name + ": another source answers, in its own form: a tool was "
                                       "installed or removed, or the rights differ");

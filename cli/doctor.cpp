@@ -21,34 +21,28 @@ struct lack {
     std::vector<std::string> facts;
 };
 
-bool can_be_mended(const finding &one)
+void add(std::vector<lack> &lacks, const std::string &tool, const finding &one)
 {
-    return one.why == &reasons::tool_missing || one.why == &reasons::permission_denied;
+    const auto known = std::find_if(lacks.begin(), lacks.end(),
+                                    [&tool](const lack &other) { return other.tool == tool; });
+    if (known != lacks.end())
+        known->facts.emplace_back(one.what->name);
+    else
+        lacks.push_back({tool,
+                         tool.empty() ? explanation_of(one) : tool + " is not installed",
+                         {one.what->name}});
 }
 
 std::vector<lack> lacks_in(const findings &found)
 {
     std::vector<lack> lacks;
     for (const finding &one : found) {
-        if (!can_be_mended(one))
-            continue;
-        const auto known = std::find_if(lacks.begin(), lacks.end(), [&one](const lack &other) {
-            return other.tool == one.missing_tool;
-        });
-        if (known != lacks.end())
-            known->facts.emplace_back(one.what->name);
-        else
-            lacks.push_back({one.missing_tool, explanation_of(one), {one.what->name}});
+        for (const std::string &tool : one.missing_tools)
+            add(lacks, tool, one);
+        if (one.why == &reasons::permission_denied)
+            add(lacks, "", one);
     }
     return lacks;
-}
-
-std::string joined(const std::vector<std::string> &names)
-{
-    std::string text;
-    for (const std::string &name : names)
-        text += (text.empty() ? "" : ", ") + name;
-    return text;
 }
 
 std::string remedy(const lack &one)
@@ -87,7 +81,7 @@ int doctor(const query_options &options)
         print_text(printed(lacks_in_json(lacks)) + "\n");
     } else {
         for (const lack &one : lacks)
-            print_line(remedy(one) + ": " + one.why + ": " + joined(one.facts));
+            print_line(remedy(one) + ": " + one.why + ": " + joined(one.facts, ", "));
         if (lacks.empty())
             print_line("nothing is missing");
     }

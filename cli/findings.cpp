@@ -3,6 +3,8 @@
 
 #include "verdicts.h"
 
+#include <algorithm>
+
 #include <unistd.h>
 
 namespace {
@@ -96,13 +98,33 @@ std::string package_of(const std::string &tool)
     return tool;
 }
 
+std::vector<std::string> packages_of(const std::vector<std::string> &tools)
+{
+    std::vector<std::string> packages;
+    for (const std::string &tool : tools) {
+        const std::string package = package_of(tool);
+        if (std::find(packages.begin(), packages.end(), package) == packages.end())
+            packages.push_back(package);
+    }
+    return packages;
+}
+
+std::string joined(const std::vector<std::string> &names, const char *separator)
+{
+    std::string text;
+    for (const std::string &name : names)
+        text += (text.empty() ? "" : separator) + name;
+    return text;
+}
+
 std::string explanation_of(const finding &one)
 {
     std::string text = one.why->text;
     if (one.why == &reasons::permission_denied && ::geteuid() == 0)
         text = "a permission that root usually has is missing";
-    if (!one.missing_tool.empty())
-        text = one.missing_tool + " is not installed";
+    if (one.why == &reasons::tool_missing)
+        text = joined(one.missing_tools, " and ") +
+               (one.missing_tools.size() > 1 ? " are not installed" : " is not installed");
     return text;
 }
 
@@ -111,6 +133,6 @@ std::string advice_on(const finding &one)
     std::string text = one.why->advice;
     constexpr std::string_view package = "{package}";
     if (const std::size_t at = text.find(package); at != std::string::npos)
-        text.replace(at, package.size(), package_of(one.missing_tool));
+        text.replace(at, package.size(), joined(packages_of(one.missing_tools), " and "));
     return text;
 }

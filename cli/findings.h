@@ -16,8 +16,8 @@ struct finding {
     const fact *what = nullptr;
     answer value = {};
     const reason *why = &reasons::answered;
-    std::string source = {};       // that answered
-    std::string missing_tool = {}; // the path of the tool that would answer
+    std::string source = {};                     // that answered
+    std::vector<std::string> missing_tools = {}; // the paths of those that would answer
     std::vector<step> steps = {};
     std::vector<std::string> trace = {};
     storage_layers layers = {};   // of the disk alone
@@ -46,3 +46,6 @@ std::string advice_on(const finding &one);
 
 // The Debian package with the tool of this path, or the path itself.
 std::string package_of(const std::string &tool);
+std::vector<std::string> packages_of(const std::vector<std::string> &tools); // each once
+
+std::string joined(const std::vector<std::string> &names, const char *separator);

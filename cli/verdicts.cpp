@@ -32,8 +32,12 @@ void miss(finding &one, const reason &why)
 {
     one.value = {};
     one.why = &why;
-    const step *const tool = &why == &reasons::tool_missing ? with(one, why) : nullptr;
-    one.missing_tool = tool != nullptr ? tool->source : "";
+    if (&why != &reasons::tool_missing || !one.missing_tools.empty())
+        return;
+    for (const step *const leaf : leaves_of(one.steps)) {
+        if (leaf->result == why.code)
+            one.missing_tools.push_back(leaf->source);
+    }
 }
 
 void add_unqueried(std::vector<step> &steps, const char *source, const std::string &why)
@@ -217,8 +221,8 @@ void judge_network(finding &one)
     if (is_text(one))
         return;
     if (const step *const end = with(one, reasons::tool_missing); end != nullptr) {
+        one.missing_tools = {"/usr/bin/readlink"};
         miss(one, reasons::tool_missing);
-        one.missing_tool = "/usr/bin/readlink";
     } else if (with(one, reasons::usb_adapter) != nullptr) {
         miss(one, reasons::usb_adapter);
     } else if (with(one, reasons::no_device_behind) != nullptr) {
@@ -332,19 +336,64 @@ bool stand_on_no_identity(const layers &below)
     });
 }
 
-// A mapping that the library follows no further: it knows the way from one mapping to an NVMe
-// partition or a whole disk, and the LVM tools know that from a logical volume.
-bool is_not_followed(const layers &below)
+// The library knows the way from a mapping to one NVMe partition, and from a logical volume.
+bool is_followed(const storage_layer &top)
 {
-    const storage_layer &top = below.front();
-    if (top.kind == layer_kind::encryption || top.kind == layer_kind::mapping ||
-        top.kind == layer_kind::multipath)
-        return top.kind == layer_kind::multipath || top.below.size() != 1 ||
-               !top.below.front().starts_with("nvme");
-    const storage_layer *const lower =
-        top.below.size() == 1 ? find_layer(below, top.below.front()) : nullptr;
-    return top.kind == layer_kind::logical_volume && lower != nullptr &&
-           lower->kind != layer_kind::partition && lower->kind != layer_kind::disk;
+    if (top.kind == layer_kind::multipath)
+        return false;
+    const bool is_mapping = top.kind == layer_kind::encryption || top.kind == layer_kind::mapping;
+    return !is_mapping || (top.below.size() == 1 && top.below.front().starts_with("nvme"));
+}
+
+// What no tool and no right would change; nullptr where there is nothing such.
+const reason *reason_by_layers(const layers &below)
+{
+    if (below.empty())
+        return nullptr;
+    if (stand_on_no_identity(below))
+        return &reasons::disk_unsupported;
+    if (has(below, layer_kind::array))
+        return &reasons::array_not_followed;
+    if (is_followed(below.front()))
+        return nullptr;
+    return below.front().below.size() > 1 && below.front().kind != layer_kind::multipath
+               ? &reasons::several_devices
+               : &reasons::mapping_not_followed;
+}
+
+// The LVM tools name a physical volume that is a mapping itself, and whose name is not followed.
+bool ends_at_mapping(const finding &one)
+{
+    const step *const volume = find_call(one.steps, "harddisk_id_lvm");
+    const step *const disk =
+        volume != nullptr ? find_call(volume->below, "harddisk_id_smartctl") : nullptr;
+    return disk != nullptr && (disk->source.find("/dev/mapper/") != std::string::npos ||
+                               disk->source.find("/dev/dm-") != std::string::npos);
+}
+
+bool is_of_lvm(std::string_view tool)
+{
+    return tool.ends_with("/lvdisplay") || tool.ends_with("/pvdisplay") || tool.ends_with("/lsblk");
+}
+
+// The missing tools that would be of use for such a device.
+std::vector<std::string> useful_tools(const finding &one)
+{
+    const bool may_be_mapped = one.layers.empty() ? one.device.starts_with("/dev/mapper/")
+                                                  : !one.layers.front().below.empty();
+    const bool may_be_volume =
+        one.layers.empty() ? may_be_mapped : one.layers.front().kind == layer_kind::logical_volume;
+    std::vector<std::string> tools;
+    for (const step *const leaf : leaves_of(one.steps)) {
+        const std::string &tool = leaf->source;
+        const bool is_useful = is_of_lvm(tool)              ? may_be_volume
+                               : tool.ends_with("/dmsetup") ? may_be_mapped
+                                                            : true;
+        if (leaf->result == reasons::tool_missing.code && is_useful &&
+            std::find(tools.begin(), tools.end(), tool) == tools.end())
+            tools.push_back(tool);
+    }
+    return tools;
 }
 
 std::string output_of_smartctl(const finding &one)
@@ -386,30 +435,16 @@ const reason &reason_by_smartctl(const finding &one)
                                                            : reasons::tool_failed;
 }
 
-const reason &reason_without_disk(const finding &one)
+const reason &reason_without_disk(finding &one)
 {
-    const layers &below = one.layers;
-    const bool is_refused =
-        with(one, reasons::permission_denied) != nullptr || is_device_refused(one.device);
-    if (stand_on_no_identity(below))
-        return reasons::disk_unsupported;
-    if (has(below, layer_kind::array))
-        return reasons::array_not_followed;
-    if (!below.empty() && is_not_followed(below) && below.front().below.size() > 1)
-        return reasons::several_devices;
-    if (!below.empty() && below.front().kind == layer_kind::multipath)
-        return reasons::mapping_not_followed;
-    if (is_refused &&
-        (below.empty() || below.front().kind != layer_kind::encryption || !is_not_followed(below)))
+    if (const reason *const why = reason_by_layers(one.layers))
+        return *why;
+    if (with(one, reasons::permission_denied) != nullptr || is_device_refused(one.device))
         return reasons::permission_denied;
-    if (!below.empty() && is_not_followed(below) && with(one, reasons::tool_missing) == nullptr)
+    if (ends_at_mapping(one))
         return reasons::mapping_not_followed;
-    if (!below.empty() && is_not_followed(below) &&
-        below.front().kind != layer_kind::logical_volume)
-        return reasons::mapping_not_followed;
-    if (with(one, reasons::tool_missing) != nullptr)
-        return reasons::tool_missing;
-    return reason_by_smartctl(one);
+    one.missing_tools = useful_tools(one);
+    return one.missing_tools.empty() ? reason_by_smartctl(one) : reasons::tool_missing;
 }
 
 // Each answers for the next one, unless it is not reached.

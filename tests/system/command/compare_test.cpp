@@ -67,8 +67,8 @@ TEST_F(compare_command, names_what_changed_with_its_sources)
     EXPECT_EQ(compared(),
               (outcome{1,
                        "disk: changed\n"
-                       "  then: Fast-Disk-1_S123 (harddisk_id(\"/dev/nvme0n1p2\"))\n"
-                       "  now:  Fast-Disk-1_S999 (harddisk_id(\"/dev/nvme0n1p2\"))\n"
+                       "  then: Fast-Disk-1_S123 (/sys/block/nvme0n1/device/serial)\n"
+                       "  now:  Fast-Disk-1_S999 (/sys/block/nvme0n1/device/serial)\n"
                        "mostly means: disk: the disk was replaced, or the root file system was "
                        "moved\n",
                        ""}));

@@ -72,10 +72,9 @@ TEST_F(explain_command, names_what_each_source_returned_where_none_answers)
     EXPECT_EQ(explained("system_uuid"),
               (outcome{1,
                        "system_uuid: refused\n"
-                       "├─/sys/devices/virtual/dmi/id/product_uuid: " +
+                       "├─/sys/devices/virtual/dmi/id/product_uuid:\n│   " +
                            placeholder +
-                           ": a\n"
-                           "│   placeholder, refused\n"
+                           ": a placeholder, refused\n"
                            "└─/usr/sbin/dmidecode: not installed (package dmidecode)\n"
                            "  Reason: the firmware holds a placeholder that many machines share\n"
                            "      (placeholder).\n"
