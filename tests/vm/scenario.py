@@ -32,11 +32,17 @@ A scenario is a text of sections:
     $ mv /usr/sbin/smartctl /tmp
     nobody: harddisk_id("/dev/sda2") = NULL
 
+    [reasons]
+    disk: tool-missing        why "orvane explain" prints no answer for a fact when all queries are
+    serial: answered          done, or that it is known, and what it prints to nobody: for those who
+    nobody: disk: permission-denied          query as that user, root's where none is stated
+
 Behind each query stand its answer and its standard error; "$" is a command that changes the
 machine, or fails where the machine is not as expected. In a scenario with the section [answers and
 trace] the lines that a query leaves in the trace log follow, too, behind "trace: "; elsewhere the
 trace is not compared. A scenario states only in what it differs from the usual machine: the
-hardware of that is there, too, and its queries are run unless the scenario answers them.
+hardware of that is there, too, its queries are run unless the scenario answers them, and its
+reasons hold. A reason is what is true of the machine, whatever the command prints.
 """
 
 import re
@@ -45,11 +51,26 @@ from pathlib import Path
 
 FOLDER = Path(__file__).parent
 ANSWERS_AND_TRACE = "answers and trace"
-SECTIONS = ("hardware", "layout", "picture", "answers", ANSWERS_AND_TRACE)
+SECTIONS = ("hardware", "layout", "picture", "answers", ANSWERS_AND_TRACE, "reasons")
 KEYWORDS = "disk modules cmdline systemd architecture release device-tree".split()
 TRACE = "    trace: "
 STDERR = "    stderr: "
 ALL_DONE = "All queries are done."  # the last line of the probe
+USUAL = "usual"
+NOBODY = "nobody: "
+FACTS = (
+    "root_device disk mac system_uuid vendor model serial oem_info manufacturer lenovo "
+    "huawei_9x0 os_version"
+).split()
+ANSWERED = "answered"
+REASONS = (
+    ANSWERED,
+    *"permission-denied tool-missing tool-failed file-absent no-firmware-tables".split(),
+    *"not-in-firmware empty placeholder not-a-block-device device-missing".split(),
+    *"form-not-followed mapping-not-followed several-devices array-not-followed".split(),
+    *"disk-unsupported no-serial-number no-interface usb-adapter no-device-behind".split(),
+    "library-ended",
+)
 
 
 class ScenarioError(Exception):
@@ -153,6 +174,21 @@ class Scenario:
                     raise self.error(f"the picture has no layer '{lower}'")
         return Picture(layers, source)
 
+    def reasons(self):
+        """The reason by the fact, behind "nobody: " where it is the one for that user."""
+        result = {}
+        for line in self.lines("reasons"):
+            fact, _, reason = line.rpartition(": ")
+            if fact.removeprefix(NOBODY) not in FACTS or reason not in REASONS:
+                raise self.error(f"no fact and its reason are '{line}'")
+            if fact in result:
+                raise self.error(f"the reason of '{fact}' is there twice")
+            result[fact] = reason
+        return result
+
+    def queries_as_nobody(self):
+        return any(answer.query.startswith(NOBODY) for answer in self.answers())
+
     def check(self):
         """Refuses what would be ignored."""
         if not self.description:
@@ -169,6 +205,21 @@ class Scenario:
         if not self.has_trace() and any(line.startswith(TRACE) for line in answers):
             raise self.error(f"the trace stands in a section [{ANSWERS_AND_TRACE}]")
         self.picture()
+        if self.name == USUAL:
+            self.reasons()
+        else:
+            self.check_reasons()
+
+    def check_reasons(self):
+        """Refuses what holds without being stated, and what is asked as nobody where nobody asks."""
+        own = self.reasons()
+        for line, reason in own.items():
+            user = NOBODY if line.startswith(NOBODY) else ""
+            if user and not self.queries_as_nobody():
+                raise self.error(f"no query is run as nobody, and '{line}' is of no use")
+            others = {other: own[other] for other in own if other != line}
+            if merged_reasons([usual().reasons(), others], user)[line.removeprefix(user)] == reason:
+                raise self.error(f"'{line}: {reason}' holds anyway")
 
 
 def sections(name, text):
@@ -195,7 +246,17 @@ def load(path):
 
 def usual():
     """The machine that every scenario starts from."""
-    return load(FOLDER / "usual")
+    return load(FOLDER / USUAL)
+
+
+def merged_reasons(stated, user):
+    """The reason of each fact for root, or for another user, whom all of root's concern as well."""
+    result = dict.fromkeys(FACTS, ANSWERED)
+    for prefix in dict.fromkeys(["", user]):
+        for reasons in stated:
+            own = {fact: reasons.get(prefix + fact) for fact in FACTS}
+            result.update({fact: reason for fact, reason in own.items() if reason})
+    return result
 
 
 def load_all(folder, wanted=(), target=None):
