@@ -33,9 +33,10 @@ A scenario is a text of sections:
     nobody: harddisk_id("/dev/sda2") = NULL
 
     [reasons]
-    disk: tool-missing        why "orvane explain" prints no answer for a fact when all queries are
-    serial: answered          done, or that it is known, and what it prints to nobody: for those who
-    nobody: disk: permission-denied          query as that user, root's where none is stated
+    disk: tool-missing        why "orvane explain" has no answer for a fact when all queries are
+    serial: answered          done, or that it has one; what it tells nobody, where a query is run
+    nobody: disk: permission-denied          as that user, and what it tells on one architecture,
+    arm64: serial: tool-missing              in the place of what it tells otherwise
 
 Behind each query stand its answer and its standard error; "$" is a command that changes the
 machine, or fails where the machine is not as expected. In a scenario with the section [answers and
@@ -48,6 +49,8 @@ reasons hold. A reason is what is true of the machine, whatever the command prin
 import re
 from dataclasses import dataclass, field
 from pathlib import Path
+
+from target import ARCHITECTURES
 
 FOLDER = Path(__file__).parent
 ANSWERS_AND_TRACE = "answers and trace"
@@ -175,11 +178,11 @@ class Scenario:
         return Picture(layers, source)
 
     def reasons(self):
-        """The reason by the fact, behind "nobody: " where it is the one for that user."""
+        """The reason by the fact, which stands behind its condition where it has one."""
         result = {}
         for line in self.lines("reasons"):
             fact, _, reason = line.rpartition(": ")
-            if fact.removeprefix(NOBODY) not in FACTS or reason not in REASONS:
+            if without_condition(fact) not in FACTS or reason not in REASONS:
                 raise self.error(f"no fact and its reason are '{line}'")
             if fact in result:
                 raise self.error(f"the reason of '{fact}' is there twice")
@@ -211,14 +214,15 @@ class Scenario:
             self.check_reasons()
 
     def check_reasons(self):
-        """Refuses what holds without being stated, and what is asked as nobody where nobody asks."""
+        """Refuses what holds anyway, and reasons for nobody where no query is run as nobody."""
         own = self.reasons()
         for line, reason in own.items():
-            user = NOBODY if line.startswith(NOBODY) else ""
-            if user and not self.queries_as_nobody():
+            fact = without_condition(line)
+            condition = line.removesuffix(fact)
+            if condition == NOBODY and not self.queries_as_nobody():
                 raise self.error(f"no query is run as nobody, and '{line}' is of no use")
             others = {other: own[other] for other in own if other != line}
-            if merged_reasons([usual().reasons(), others], user)[line.removeprefix(user)] == reason:
+            if merged_reasons([usual().reasons(), others], condition)[fact] == reason:
                 raise self.error(f"'{line}: {reason}' holds anyway")
 
 
@@ -249,12 +253,18 @@ def usual():
     return load(FOLDER / USUAL)
 
 
-def merged_reasons(stated, user):
-    """The reason of each fact for root, or for another user, whom all of root's concern as well."""
+def without_condition(fact):
+    """The fact behind the user or the architecture that it is stated for."""
+    conditions = (NOBODY, *(f"{architecture}: " for architecture in ARCHITECTURES))
+    return next((fact.removeprefix(one) for one in conditions if fact.startswith(one)), fact)
+
+
+def merged_reasons(stated, *conditions):
+    """The reason of each fact: what is stated later stands, and so does what is for a condition."""
     result = dict.fromkeys(FACTS, ANSWERED)
-    for prefix in dict.fromkeys(["", user]):
+    for condition in ("", *conditions):
         for reasons in stated:
-            own = {fact: reasons.get(prefix + fact) for fact in FACTS}
+            own = {fact: reasons.get(condition + fact) for fact in FACTS}
             result.update({fact: reason for fact, reason in own.items() if reason})
     return result
 
