@@ -56,6 +56,12 @@ void add_matches(const std::string &text, const char *form, std::set<std::string
         found.insert(match->str());
 }
 
+facts in_sysfs(facts everything)
+{
+    std::erase_if(everything, [](const auto &one) { return !one.first.starts_with("/sys/"); });
+    return everything;
+}
+
 // Everything in a folder that looks like a UUID or a hardware address, but what many machines have.
 std::set<std::string> identifiers_in(const std::string &folder)
 {
@@ -65,6 +71,7 @@ std::set<std::string> identifiers_in(const std::string &folder)
             add_matches(place, "[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}",
                         found);
             add_matches(place, "[0-9a-z]{6}-(?:[0-9a-z]{4}-){5}[0-9a-z]{6}", found);
+            add_matches(place, "LVM-[0-9a-z]{32}", found); // a volume group's
             add_matches(place, "(?:[0-9a-f]{2}:){5}[0-9a-f]{2}", found);
             add_matches(place, "0x[0-9a-f]{16}", found);
         }
@@ -231,6 +238,7 @@ TEST_P(captured_machine, replays)
     for (const auto &[query, answer] : recording.expected())
         EXPECT_EQ(answers.contains(query) ? answers.at(query) : "(none)", answer) << query;
     EXPECT_EQ(everything_in(captured()), everything_in(directory)) << "captured again";
+    EXPECT_EQ(in_sysfs(everything_in(directory)), in_sysfs(everything_in(folder)));
     EXPECT_EQ(replayed(directory), answers);
 }
 
