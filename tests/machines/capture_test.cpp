@@ -17,23 +17,11 @@
 #include <regex>
 #include <set>
 
-#include <dlfcn.h>
-
 namespace {
 
 namespace fs = std::filesystem;
 using facts = std::map<std::string, std::string>;
 using outcome = constructed_machine::program_result;
-
-// What has to be in the process that captures. AddressSanitizer has to come first.
-std::string preloads()
-{
-    Dl_info sanitizer = {};
-    void *const start = ::dlsym(RTLD_DEFAULT, "__asan_init");
-    if (start != nullptr && ::dladdr(start, &sanitizer) != 0)
-        return std::string(sanitizer.dli_fname) + " " RECORDED_KERNEL;
-    return RECORDED_KERNEL;
-}
 
 // The names, contents and targets of everything in a folder, by the paths.
 facts everything_in(const std::string &folder)
@@ -124,6 +112,7 @@ struct original : named_case {
 const original originals[] = {
     {"lvm-in-luks", {"ZDE9A41H", "M70K2X4B"}},
     {"multipath", {"221736415", "6200091100c0ffe2", "500a09801c7e43d2"}},
+    {"md-raid1", {"ZFL2K8QT", "WD-WXK2A61P4J09"}},
     {"bond", {"S0M4Y2P6", "S348374X7701463"}},
     {"odd-serial-sata", {"7A/B%s.C:4D 9E", "7A/B%s.C:4D9E", "_4D9E\""}},
 };
@@ -142,9 +131,8 @@ protected:
 
     [[nodiscard]] outcome capture(texts words) const
     {
-        texts command = {"/usr/bin/env", "LD_PRELOAD=" + preloads(),
-                         std::string(recorded::kernel_variable) + "=" + folder,
-                         "ASAN_OPTIONS=detect_leaks=0", CAPTURE};
+        texts command = recorded::with_kernel(RECORDED_KERNEL, folder);
+        command.emplace_back(CAPTURE);
         command.insert(command.end(), words.begin(), words.end());
         return machine.run(command);
     }

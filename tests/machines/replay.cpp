@@ -9,6 +9,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include <dlfcn.h>
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -231,4 +233,16 @@ std::string recorded_machine::output_of(const std::string &command_line) const
             return run.output;
     }
     return {};
+}
+
+// AddressSanitizer has to be the first library of a process.
+std::vector<std::string> recorded::with_kernel(const std::string &kernel, const std::string &folder)
+{
+    Dl_info sanitizer = {};
+    void *const start = ::dlsym(RTLD_DEFAULT, "__asan_init");
+    const bool is_sanitized = start != nullptr && ::dladdr(start, &sanitizer) != 0;
+    const std::string preloads =
+        (is_sanitized ? sanitizer.dli_fname + std::string(" ") : "") + kernel;
+    return {"/usr/bin/env", "LD_PRELOAD=" + preloads, std::string(kernel_variable) + "=" + folder,
+            "ASAN_OPTIONS=detect_leaks=0"};
 }

@@ -50,3 +50,12 @@ private:
 
     std::string folder_;
 };
+
+namespace recorded {
+
+// The beginning of a command line whose program the recorded kernel answers: a library that is
+// loaded into it. Both paths are those of the machine.
+[[nodiscard]] std::vector<std::string> with_kernel(const std::string &kernel,
+                                                   const std::string &folder);
+
+} // namespace recorded
