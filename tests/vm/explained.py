@@ -19,7 +19,8 @@ def way(layers):
     for name in names:  # which grows
         names += [lower for lower in sorted(layers.get(name, [])) if lower not in names]
     names += sorted(set(layers) - set(names))
-    return [f"{INDENT}{name} on {', '.join(sorted(layers.get(name, [])))}" for name in names]
+    below = {name: ", ".join(sorted(layers.get(name, []))) or "nothing" for name in names}
+    return [f"{INDENT}{name} on {below[name]}" for name in names]
 
 
 def missing(reasons):
