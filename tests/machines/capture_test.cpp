@@ -265,3 +265,28 @@ TEST_P(any_captured_machine, leaves_the_answers_to_the_author_without_a_probe)
     EXPECT_FALSE(fs::exists(directory + "/expected"));
     EXPECT_TRUE(fs::exists(directory + "/tools/index"));
 }
+
+class machine_captured_by_an_ordinary_user : public captured_machine {};
+const original recorded_by_a_user = {"ordinary-user", {}};
+INSTANTIATE_TEST_SUITE_P(of, machine_captured_by_an_ordinary_user,
+                         testing::Values(recorded_by_a_user), test_name);
+
+TEST_P(machine_captured_by_an_ordinary_user, has_what_root_alone_may_read_without_its_content)
+{
+    const fs::path kernel = RECORDED_KERNEL;
+    const fs::path script = CAPTURE;
+    machine.show(kernel.parent_path(), "/opt/kernel");
+    machine.show(script.parent_path(), "/opt/scripts");
+    machine.show(folder, "/opt/recording");
+    const std::string directory = machine.scratch("captured");
+    texts command =
+        recorded::with_kernel("/opt/kernel/" + kernel.filename().string(), "/opt/recording");
+    command.insert(command.end(), {"/opt/scripts/" + script.filename().string(), directory});
+
+    const outcome result = machine.run(command, recording.user());
+
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_EQ(machine.content(directory + "/reasons"), "user 65534\n");
+    EXPECT_EQ(machine.content(directory + "/modes"), machine.content(folder + "/modes"));
+    EXPECT_EQ(in_sysfs(everything_in(directory)), in_sysfs(everything_in(folder)));
+}
