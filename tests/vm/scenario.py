@@ -33,17 +33,19 @@ A scenario is a text of sections:
     nobody: harddisk_id("/dev/sda2") = NULL
 
     [reasons]
-    disk: tool-missing        why "orvane explain" has no answer for a fact when all queries are
-    serial: answered          done, or that it has one; what it tells nobody, where a query is run
-    nobody: disk: permission-denied          as that user, and what it tells on one architecture,
-    arm64: serial: tool-missing              in the place of what it tells otherwise
+    disk: tool-missing        the reason that "orvane explain" prints when all queries are done
+    mac: answered             a fact that is known here, and not on the usual machine
+    nobody: disk: permission-denied
+    arm64: serial: no-firmware-tables
 
 Behind each query stand its answer and its standard error; "$" is a command that changes the
 machine, or fails where the machine is not as expected. In a scenario with the section [answers and
 trace] the lines that a query leaves in the trace log follow, too, behind "trace: "; elsewhere the
-trace is not compared. A scenario states only in what it differs from the usual machine: the
-hardware of that is there, too, its queries are run unless the scenario answers them, and its
-reasons hold. A reason is what is true of the machine, whatever the command prints.
+trace is not compared. The command runs as nobody as well where a query does, and what stands behind
+"nobody: " is for that user alone, as behind the name of an architecture is what differs there. A
+reason is what is true of the machine, whatever the command prints. A scenario states only in what
+it differs from the usual machine: the hardware of that is there, too, its queries are run unless
+the scenario answers them, and its reasons hold.
 """
 
 import re
