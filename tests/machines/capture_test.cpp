@@ -17,23 +17,11 @@
 #include <regex>
 #include <set>
 
-#include <dlfcn.h>
-
 namespace {
 
 namespace fs = std::filesystem;
 using facts = std::map<std::string, std::string>;
 using outcome = constructed_machine::program_result;
-
-// What has to be in the process that captures. AddressSanitizer has to come first.
-std::string preloads()
-{
-    Dl_info sanitizer = {};
-    void *const start = ::dlsym(RTLD_DEFAULT, "__asan_init");
-    if (start != nullptr && ::dladdr(start, &sanitizer) != 0)
-        return std::string(sanitizer.dli_fname) + " " RECORDED_KERNEL;
-    return RECORDED_KERNEL;
-}
 
 // The names, contents and targets of everything in a folder, by the paths.
 facts everything_in(const std::string &folder)
@@ -56,6 +44,12 @@ void add_matches(const std::string &text, const char *form, std::set<std::string
         found.insert(match->str());
 }
 
+facts in_sysfs(facts everything)
+{
+    std::erase_if(everything, [](const auto &one) { return !one.first.starts_with("/sys/"); });
+    return everything;
+}
+
 // Everything in a folder that looks like a UUID or a hardware address, but what many machines have.
 std::set<std::string> identifiers_in(const std::string &folder)
 {
@@ -65,6 +59,7 @@ std::set<std::string> identifiers_in(const std::string &folder)
             add_matches(place, "[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}",
                         found);
             add_matches(place, "[0-9a-z]{6}-(?:[0-9a-z]{4}-){5}[0-9a-z]{6}", found);
+            add_matches(place, "LVM-[0-9a-z]{32}", found); // a volume group's
             add_matches(place, "(?:[0-9a-f]{2}:){5}[0-9a-f]{2}", found);
             add_matches(place, "0x[0-9a-f]{16}", found);
         }
@@ -117,6 +112,7 @@ struct original : named_case {
 const original originals[] = {
     {"lvm-in-luks", {"ZDE9A41H", "M70K2X4B"}},
     {"multipath", {"221736415", "6200091100c0ffe2", "500a09801c7e43d2"}},
+    {"md-raid1", {"ZFL2K8QT", "WD-WXK2A61P4J09"}},
     {"bond", {"S0M4Y2P6", "S348374X7701463"}},
     {"odd-serial-sata", {"7A/B%s.C:4D 9E", "7A/B%s.C:4D9E", "_4D9E\""}},
 };
@@ -135,9 +131,8 @@ protected:
 
     [[nodiscard]] outcome capture(texts words) const
     {
-        texts command = {"/usr/bin/env", "LD_PRELOAD=" + preloads(),
-                         std::string(recorded::kernel_variable) + "=" + folder,
-                         "ASAN_OPTIONS=detect_leaks=0", CAPTURE};
+        texts command = recorded::with_kernel(RECORDED_KERNEL, folder);
+        command.emplace_back(CAPTURE);
         command.insert(command.end(), words.begin(), words.end());
         return machine.run(command);
     }
@@ -231,6 +226,7 @@ TEST_P(captured_machine, replays)
     for (const auto &[query, answer] : recording.expected())
         EXPECT_EQ(answers.contains(query) ? answers.at(query) : "(none)", answer) << query;
     EXPECT_EQ(everything_in(captured()), everything_in(directory)) << "captured again";
+    EXPECT_EQ(in_sysfs(everything_in(directory)), in_sysfs(everything_in(folder)));
     EXPECT_EQ(replayed(directory), answers);
 }
 
@@ -268,4 +264,29 @@ TEST_P(any_captured_machine, leaves_the_answers_to_the_author_without_a_probe)
         << result.error;
     EXPECT_FALSE(fs::exists(directory + "/expected"));
     EXPECT_TRUE(fs::exists(directory + "/tools/index"));
+}
+
+class machine_captured_by_an_ordinary_user : public captured_machine {};
+const original recorded_by_a_user = {"ordinary-user", {}};
+INSTANTIATE_TEST_SUITE_P(of, machine_captured_by_an_ordinary_user,
+                         testing::Values(recorded_by_a_user), test_name);
+
+TEST_P(machine_captured_by_an_ordinary_user, has_what_root_alone_may_read_without_its_content)
+{
+    const fs::path kernel = RECORDED_KERNEL;
+    const fs::path script = CAPTURE;
+    machine.show(kernel.parent_path(), "/opt/kernel");
+    machine.show(script.parent_path(), "/opt/scripts");
+    machine.show(folder, "/opt/recording");
+    const std::string directory = machine.scratch("captured");
+    texts command =
+        recorded::with_kernel("/opt/kernel/" + kernel.filename().string(), "/opt/recording");
+    command.insert(command.end(), {"/opt/scripts/" + script.filename().string(), directory});
+
+    const outcome result = machine.run(command, recording.user());
+
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_EQ(machine.content(directory + "/reasons"), "user 65534\n");
+    EXPECT_EQ(machine.content(directory + "/modes"), machine.content(folder + "/modes"));
+    EXPECT_EQ(in_sysfs(everything_in(directory)), in_sysfs(everything_in(folder)));
 }

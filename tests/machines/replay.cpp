@@ -9,12 +9,17 @@
 #include <sstream>
 #include <stdexcept>
 
+#include <dlfcn.h>
+
 namespace fs = std::filesystem;
 
 namespace {
 
 // Keeps a directory that is empty on the machine in version control.
 constexpr char marker[] = ".gitkeep";
+
+// Stands in the place of a fact where the reasons are those of another user than root.
+constexpr char user_label[] = "user";
 
 // Every tool that the library runs by a path, and lsblk, which it runs by its name, too.
 const std::vector<std::string> tools = {
@@ -73,6 +78,7 @@ void recorded_machine::furnish(constructed_machine &machine) const
     for (const char *const top : {"/proc", "/sys", "/etc"})
         furnish_tree(machine, top);
     furnish_devices(machine);
+    furnish_modes();
     furnish_tools(machine);
     recorded::replay_kernel(folder_);
 }
@@ -104,6 +110,17 @@ void recorded_machine::furnish_devices(constructed_machine &machine) const
         } else {
             throw std::runtime_error("neither a block device nor a link: " + kind);
         }
+    }
+}
+
+// Root reads everything all the same: the modes are for a program that is run as the user.
+void recorded_machine::furnish_modes() const
+{
+    if (!fs::exists(folder_ + "/modes"))
+        return;
+    for (const recorded::line &words : recorded::word_lines_of(folder_ + "/modes")) {
+        const auto mode = static_cast<fs::perms>(std::stoul(words.at(0).text, nullptr, 8));
+        fs::permissions(words.at(1).text, mode);
     }
 }
 
@@ -185,6 +202,25 @@ std::map<std::string, std::string> recorded_machine::expected() const
     return answers;
 }
 
+std::map<std::string, std::string> recorded_machine::reasons() const
+{
+    std::map<std::string, std::string> reasons;
+    for (const recorded::line &words : recorded::word_lines_of(folder_ + "/reasons")) {
+        if (words.at(0).text == user_label)
+            continue;
+        if (!reasons.emplace(words.at(0).text, words.at(1).text).second)
+            throw std::runtime_error("a fact that is there twice: " + words.at(0).text);
+    }
+    return reasons;
+}
+
+uid_t recorded_machine::user() const
+{
+    const std::vector<recorded::line> lines = recorded::word_lines_of(folder_ + "/reasons");
+    const bool has_user = !lines.empty() && lines.front().at(0).text == user_label;
+    return has_user ? static_cast<uid_t>(std::stoul(lines.front().at(1).text)) : 0;
+}
+
 std::vector<std::string> recorded_machine::unrecorded(const constructed_machine &machine)
 {
     return recorded::lines_of(trail(machine));
@@ -197,4 +233,16 @@ std::string recorded_machine::output_of(const std::string &command_line) const
             return run.output;
     }
     return {};
+}
+
+// AddressSanitizer has to be the first library of a process.
+std::vector<std::string> recorded::with_kernel(const std::string &kernel, const std::string &folder)
+{
+    Dl_info sanitizer = {};
+    void *const start = ::dlsym(RTLD_DEFAULT, "__asan_init");
+    const bool is_sanitized = start != nullptr && ::dladdr(start, &sanitizer) != 0;
+    const std::string preloads =
+        (is_sanitized ? sanitizer.dli_fname + std::string(" ") : "") + kernel;
+    return {"/usr/bin/env", "LD_PRELOAD=" + preloads, std::string(kernel_variable) + "=" + folder,
+            "ASAN_OPTIONS=detect_leaks=0"};
 }

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include <sys/types.h>
+
 // A machine that is kept in a folder: its files, the outputs of its tools, its kernel's answers,
 // and the expected answers of the library. README.md describes the folder.
 class recorded_machine {
@@ -21,6 +23,10 @@ public:
 
     // The answers by their queries.
     [[nodiscard]] std::map<std::string, std::string> expected() const;
+
+    // Why each missing fact is missing, and for whom.
+    [[nodiscard]] std::map<std::string, std::string> reasons() const;
+    [[nodiscard]] uid_t user() const;
 
     // Command lines that tools were run with and whose output is not recorded.
     [[nodiscard]] static std::vector<std::string> unrecorded(const constructed_machine &machine);
@@ -37,9 +43,19 @@ private:
 
     void furnish_tree(constructed_machine &machine, const std::string &top) const;
     void furnish_devices(constructed_machine &machine) const;
+    void furnish_modes() const;
     void furnish_tools(constructed_machine &machine) const;
     [[nodiscard]] std::vector<std::string> installed_tools() const;
     [[nodiscard]] std::vector<tool_run> tool_runs() const;
 
     std::string folder_;
 };
+
+namespace recorded {
+
+// The beginning of a command line whose program the recorded kernel answers: a library that is
+// loaded into it. Both paths are those of the machine.
+[[nodiscard]] std::vector<std::string> with_kernel(const std::string &kernel,
+                                                   const std::string &folder);
+
+} // namespace recorded

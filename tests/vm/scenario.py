@@ -32,24 +32,50 @@ A scenario is a text of sections:
     $ mv /usr/sbin/smartctl /tmp
     nobody: harddisk_id("/dev/sda2") = NULL
 
+    [reasons]
+    disk: tool-missing        the reason that "orvane explain" prints when all queries are done
+    mac: answered             a fact that is known here, and not on the usual machine
+    nobody: disk: permission-denied
+    arm64: serial: no-firmware-tables
+
 Behind each query stand its answer and its standard error; "$" is a command that changes the
 machine, or fails where the machine is not as expected. In a scenario with the section [answers and
 trace] the lines that a query leaves in the trace log follow, too, behind "trace: "; elsewhere the
-trace is not compared. A scenario states only in what it differs from the usual machine: the
-hardware of that is there, too, and its queries are run unless the scenario answers them.
+trace is not compared. The command runs as nobody as well where a query does, and what stands behind
+"nobody: " is for that user alone, as behind the name of an architecture is what differs there. A
+reason is what is true of the machine, whatever the command prints. A scenario states only in what
+it differs from the usual machine: the hardware of that is there, too, its queries are run unless
+the scenario answers them, and its reasons hold.
 """
 
 import re
 from dataclasses import dataclass, field
 from pathlib import Path
 
+from target import ARCHITECTURES
+
 FOLDER = Path(__file__).parent
 ANSWERS_AND_TRACE = "answers and trace"
-SECTIONS = ("hardware", "layout", "picture", "answers", ANSWERS_AND_TRACE)
+SECTIONS = ("hardware", "layout", "picture", "answers", ANSWERS_AND_TRACE, "reasons")
 KEYWORDS = "disk modules cmdline systemd architecture release device-tree".split()
 TRACE = "    trace: "
 STDERR = "    stderr: "
 ALL_DONE = "All queries are done."  # the last line of the probe
+USUAL = "usual"
+NOBODY = "nobody: "
+FACTS = (
+    "root_device disk mac system_uuid vendor model serial oem_info manufacturer lenovo "
+    "huawei_9x0 os_version"
+).split()
+ANSWERED = "answered"
+REASONS = (
+    ANSWERED,
+    *"permission-denied tool-missing tool-failed file-absent no-firmware-tables".split(),
+    *"not-in-firmware empty placeholder not-a-block-device device-missing".split(),
+    *"form-not-followed mapping-not-followed several-devices array-not-followed".split(),
+    *"disk-unsupported no-serial-number no-interface usb-adapter no-device-behind".split(),
+    "library-ended",
+)
 
 
 class ScenarioError(Exception):
@@ -153,6 +179,21 @@ class Scenario:
                     raise self.error(f"the picture has no layer '{lower}'")
         return Picture(layers, source)
 
+    def reasons(self):
+        """The reason by the fact, which stands behind its condition where it has one."""
+        result = {}
+        for line in self.lines("reasons"):
+            fact, _, reason = line.rpartition(": ")
+            if without_condition(fact) not in FACTS or reason not in REASONS:
+                raise self.error(f"no fact and its reason are '{line}'")
+            if fact in result:
+                raise self.error(f"the reason of '{fact}' is there twice")
+            result[fact] = reason
+        return result
+
+    def queries_as_nobody(self):
+        return any(answer.query.startswith(NOBODY) for answer in self.answers())
+
     def check(self):
         """Refuses what would be ignored."""
         if not self.description:
@@ -169,6 +210,22 @@ class Scenario:
         if not self.has_trace() and any(line.startswith(TRACE) for line in answers):
             raise self.error(f"the trace stands in a section [{ANSWERS_AND_TRACE}]")
         self.picture()
+        if self.name == USUAL:
+            self.reasons()
+        else:
+            self.check_reasons()
+
+    def check_reasons(self):
+        """Refuses what holds anyway, and reasons for nobody where no query is run as nobody."""
+        own = self.reasons()
+        for line, reason in own.items():
+            fact = without_condition(line)
+            condition = line.removesuffix(fact)
+            if condition == NOBODY and not self.queries_as_nobody():
+                raise self.error(f"no query is run as nobody, and '{line}' is of no use")
+            others = {other: own[other] for other in own if other != line}
+            if merged_reasons([usual().reasons(), others], condition)[fact] == reason:
+                raise self.error(f"'{line}: {reason}' holds anyway")
 
 
 def sections(name, text):
@@ -195,7 +252,23 @@ def load(path):
 
 def usual():
     """The machine that every scenario starts from."""
-    return load(FOLDER / "usual")
+    return load(FOLDER / USUAL)
+
+
+def without_condition(fact):
+    """The fact behind the user or the architecture that it is stated for."""
+    conditions = (NOBODY, *(f"{architecture}: " for architecture in ARCHITECTURES))
+    return next((fact.removeprefix(one) for one in conditions if fact.startswith(one)), fact)
+
+
+def merged_reasons(stated, *conditions):
+    """The reason of each fact: what is stated later stands, and so does what is for a condition."""
+    result = dict.fromkeys(FACTS, ANSWERED)
+    for condition in ("", *conditions):
+        for reasons in stated:
+            own = {fact: reasons.get(condition + fact) for fact in FACTS}
+            result.update({fact: reason for fact, reason in own.items() if reason})
+    return result
 
 
 def load_all(folder, wanted=(), target=None):

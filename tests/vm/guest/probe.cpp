@@ -7,7 +7,8 @@
 //         trace: device :/dev/sda2
 //
 // A line of standard error that repeats is printed once. A query behind "nobody: " runs as an
-// ordinary user; "$ COMMAND" changes the machine. With "--all" every query of this machine is run
+// ordinary user; "$ COMMAND" changes the machine, and "> COMMAND" is printed with its standard
+// output, which everything else's output is not. With "--all" every query of this machine is run
 // instead, in this process, and printed with its answer.
 #include "queries.h"
 
@@ -21,6 +22,7 @@
 #include <stdexcept>
 #include <string>
 
+#include <fcntl.h>
 #include <grp.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -53,10 +55,16 @@ std::string answer_or_end(const std::string &query)
     }
 }
 
+void become_nobody()
+{
+    if (setgroups(0, nullptr) != 0 || setgid(nobody) != 0 || setuid(nobody) != 0)
+        give_up("cannot become nobody");
+}
+
 [[noreturn]] void run(const std::string &query, bool as_nobody, int errors)
 {
-    if (as_nobody && (setgroups(0, nullptr) != 0 || setgid(nobody) != 0 || setuid(nobody) != 0))
-        give_up("cannot become nobody");
+    if (as_nobody)
+        become_nobody();
     dup2(errors, STDERR_FILENO);
     alarm(patience_seconds);
     const long before = open_descriptors();
@@ -85,11 +93,22 @@ void print_trace(pid_t process)
     std::remove(trace_log);
 }
 
+void print_end(int status)
+{
+    if (WIFSIGNALED(status))
+        std::cout << " ended by " << sigabbrev_np(WTERMSIG(status)) << '\n';
+}
+
+std::ifstream stream_of(int fd)
+{
+    return std::ifstream("/proc/self/fd/" + std::to_string(fd));
+}
+
 // Without what an update of Debian may change.
 void print_errors(int errors)
 {
     const std::regex version("libdevmapper [0-9.]+ \\([0-9-]+\\)");
-    std::ifstream stream("/proc/self/fd/" + std::to_string(errors));
+    std::ifstream stream = stream_of(errors);
     std::string last;
     for (std::string line; std::getline(stream, line); last = line) {
         if (line != last)
@@ -106,23 +125,73 @@ void change(const std::string &command)
         give_up("that failed");
 }
 
-void answer(const std::string &line)
+[[noreturn]] void execute(const std::string &command, bool as_nobody, int output)
 {
-    const std::string user = "nobody: ";
-    const bool as_nobody = line.compare(0, user.size(), user) == 0;
+    const int nothing = open("/dev/null", O_RDONLY);
+    const int console = open("/dev/console", O_WRONLY);
+    if (as_nobody)
+        become_nobody();
+    dup2(nothing, STDIN_FILENO); // the queries are the probe's
+    dup2(output, STDOUT_FILENO);
+    dup2(console, STDERR_FILENO);
+    alarm(patience_seconds);
+    execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+    _exit(127);
+}
+
+void show(const std::string &line, const std::string &command, bool as_nobody)
+{
+    std::cout << line << std::endl;
+    const int output = memfd_create("output", MFD_CLOEXEC);
+    const pid_t child = fork();
+    if (child == 0)
+        execute(command, as_nobody, output);
+    int status = 0;
+    waitpid(child, &status, 0);
+    std::ifstream stream = stream_of(output);
+    for (std::string text; std::getline(stream, text);)
+        std::cout << "    stdout: " << text << '\n';
+    print_end(status);
+    close(output);
+    std::cout.flush();
+}
+
+void answer(const std::string &line, const std::string &query, bool as_nobody)
+{
     std::cout << line << std::flush;
     const int errors = memfd_create("errors", MFD_CLOEXEC);
     const pid_t child = fork();
     if (child == 0)
-        run(as_nobody ? line.substr(user.size()) : line, as_nobody, errors);
+        run(query, as_nobody, errors);
     int status = 0;
     waitpid(child, &status, 0);
-    if (WIFSIGNALED(status))
-        std::cout << " ended by " << sigabbrev_np(WTERMSIG(status)) << '\n';
+    print_end(status);
     print_trace(child);
     print_errors(errors);
     close(errors);
     std::cout.flush();
+}
+
+bool take_prefix(std::string &text, const std::string &prefix)
+{
+    const bool has_prefix = text.compare(0, prefix.size(), prefix) == 0;
+    if (has_prefix)
+        text.erase(0, prefix.size());
+    return has_prefix;
+}
+
+void follow(const std::string &line)
+{
+    std::string rest = line;
+    if (take_prefix(rest, "$ ")) {
+        change(rest);
+        return;
+    }
+    const bool as_nobody = take_prefix(rest, "nobody: ");
+    if (take_prefix(rest, "> "))
+        show(line, rest, as_nobody);
+    else
+        answer(line, rest, as_nobody);
 }
 
 } // namespace
@@ -135,13 +204,8 @@ int main(int argc, char **argv)
         return 0;
     }
     setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1);
-    const std::string command = "$ ";
-    for (std::string line; std::getline(std::cin, line);) {
-        if (line.compare(0, command.size(), command) == 0)
-            change(line.substr(command.size()));
-        else
-            answer(line);
-    }
+    for (std::string line; std::getline(std::cin, line);)
+        follow(line);
     std::cout << "All queries are done.\n";
     return 0;
 }
