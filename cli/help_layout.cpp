@@ -5,6 +5,7 @@
 #include "help_page.h"
 
 #include <algorithm>
+#include <cctype>
 #include <vector>
 
 namespace {
@@ -133,7 +134,13 @@ std::size_t second_column(std::span<const section> sections, std::size_t width)
         for (const described &item : one.items)
             longest = std::max(longest, std::string_view(item.word).size());
     }
-    return std::min(indent + longest + gap, width * 2 / 5);
+    return std::min(indent + longest + gap, width * 9 / 20);
+}
+
+std::string sentence(std::string words)
+{
+    words.front() = static_cast<char>(std::toupper(words.front()));
+    return words + ".";
 }
 
 void add_usage(lines &text, const help_page &page)
@@ -173,7 +180,7 @@ std::string lay_out(const help_page &page, std::span<const help_page> all, std::
     lines text(width);
     add_usage(text, page);
     text.blank_line();
-    text.paragraph(std::string(page.purpose) + ". " + page.details, 0, 0);
+    text.paragraph(sentence(page.purpose) + " " + page.details, 0, 0);
     const section sections[] = {{"Arguments", list_of(page.arguments)},
                                 {"Subcommands", subcommands_of(page, all)},
                                 {"Options", options_of(page)},
