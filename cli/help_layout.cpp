@@ -85,8 +85,8 @@ using list = std::vector<described>;
 
 list list_of(std::span<const described> array)
 {
-    const auto end =
-        std::find_if(array.begin(), array.end(), [](auto &one) { return one.word == nullptr; });
+    const auto end = std::find_if(array.begin(), array.end(),
+                                  [](const auto &one) { return one.word == nullptr; });
     return {array.begin(), end};
 }
 
@@ -186,10 +186,10 @@ std::string lay_out(const help_page &page, std::span<const help_page> all, std::
                                 {"Options", options_of(page)},
                                 {"Facts", facts_of(page)}};
     const std::size_t column = second_column(sections, width);
-    for (const auto &[name, items] : sections) {
-        if (!items.empty())
-            text.heading(name);
-        for (const described &item : items)
+    for (const section &one : sections) {
+        if (!one.items.empty())
+            text.heading(one.name);
+        for (const described &item : one.items)
             text.item(item.word, item.description, column);
     }
     add_examples(text, page);
