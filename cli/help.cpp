@@ -21,7 +21,7 @@ constexpr help_page pages[] = {
     {
         .subcommand = "",
         .usages = {"[-h|--help] [-V|--version] [SUBCOMMAND [WORD...]]"},
-        .purpose = "Tell the identity of this machine, and check and encode data files",
+        .purpose = "tell the identity of this machine, and check and encode data files",
         .details = "Without a subcommand it shows all facts.",
         .options = {{"-V, --version", "print the version, the signing key and the features"}},
         .examples = {{"orvane", "Show what is known about this machine."},
@@ -35,7 +35,7 @@ constexpr help_page pages[] = {
         .subcommand = "show",
         .usages = {"[NAME...] [--format=table|json|shell] [-j|--json] [--require FACT...] "
                    "[--redact] [--trace]"},
-        .purpose = "Show what is known about this machine",
+        .purpose = "show what is known about this machine",
         .details = "Of one named fact the value alone is printed.",
         .arguments = {{"NAME", "fact to show; without one, all"}},
         .options = {{"--format=FORMAT", "table, json, or shell: assignments to variables"},
@@ -58,7 +58,7 @@ constexpr help_page pages[] = {
     {
         .subcommand = "explain",
         .usages = {"[FACT...] [-j|--json] [--redact] [--trace]", "--schema"},
-        .purpose = "Explain why facts have the answers they have, or none",
+        .purpose = "explain why facts have the answers they have, or none",
         .arguments = {{"FACT", "fact to explain; without one, all"}},
         .options = {json, redact, trace, {"--schema", "print the schema of the JSON, alone"}},
         .examples = {{"orvane explain disk", "Explain one fact."},
@@ -70,7 +70,7 @@ constexpr help_page pages[] = {
     {
         .subcommand = "doctor",
         .usages = {"[-j|--json] [--trace]"},
-        .purpose = "Find what keeps this machine from answering, and how to mend it",
+        .purpose = "find what keeps this machine from answering, and how to mend it",
         .options = {json, trace},
         .examples = {{"orvane doctor", "Examine this machine."}},
         .success = "nothing is in the way",
@@ -80,7 +80,7 @@ constexpr help_page pages[] = {
     {
         .subcommand = "save",
         .usages = {"FILE [--trace]"},
-        .purpose = "Save the facts in a file, to compare with later",
+        .purpose = "save the facts in a file, to compare with later",
         .arguments = {{"FILE", "file to write"}},
         .options = {trace},
         .examples = {{"orvane save report.json", "Save all facts."}},
@@ -90,7 +90,7 @@ constexpr help_page pages[] = {
     {
         .subcommand = "compare",
         .usages = {"FILE [-j|--json] [--trace]"},
-        .purpose = "Compare the facts with those that were saved",
+        .purpose = "compare the facts with those that were saved",
         .arguments = {{"FILE", "file that orvane save wrote"}},
         .options = {json, trace},
         .examples = {{"orvane compare report.json", "List what has changed since."}},
@@ -100,7 +100,7 @@ constexpr help_page pages[] = {
     },
     {
         .subcommand = "root-disk",
-        .purpose = "Print the disk that lsblk -J lists with the root file system",
+        .purpose = "print the disk that lsblk -J lists with the root file system",
         .examples = {{"orvane root-disk", "Print its name, such as sda."}},
         .success = "printed",
         .undetermined = "lsblk is missing, or lists no such disk",
@@ -109,7 +109,7 @@ constexpr help_page pages[] = {
     {
         .subcommand = "digest",
         .usages = {"ALGORITHM FILE HEX", "--check LIST"},
-        .purpose = "Check the digests of files",
+        .purpose = "check the digests of files",
         .arguments = {{"ALGORITHM", "sha256, sha1 or md5"},
                       {"FILE", "file to check"},
                       {"HEX", "its digest in hexadecimal digits"}},
@@ -124,7 +124,7 @@ constexpr help_page pages[] = {
     {
         .subcommand = "signature",
         .usages = {"TEXTFILE SIGNATUREFILE"},
-        .purpose = "Check an RSA signature under the key in /etc/orvane/public.pem",
+        .purpose = "check an RSA signature under the key in /etc/orvane/public.pem",
         .arguments = {{"TEXTFILE", "text that was signed"},
                       {"SIGNATUREFILE", "its signature, in base64"}},
         .examples = {{"orvane signature licence.txt licence.sig",
@@ -137,7 +137,7 @@ constexpr help_page pages[] = {
     {
         .subcommand = "gpg",
         .usages = {"SUBCOMMAND"},
-        .purpose = "Verify or encrypt with the built-in GPG key",
+        .purpose = "verify or encrypt with the built-in GPG key",
         .examples = {{"orvane gpg verify licence.gpg", "Verify a signed file."}},
         .success = "valid, or encrypted",
         .negative = "not valid",
@@ -147,7 +147,7 @@ constexpr help_page pages[] = {
     {
         .subcommand = "gpg verify",
         .usages = {"FILE [--output FILE]"},
-        .purpose = "Verify a file that carries its content and signatures",
+        .purpose = "verify a file that carries its content and signatures",
         .arguments = {{"FILE", "signed file"}},
         .options = {{"--output FILE", "where to write its content (- is standard output)"}},
         .examples = {{"orvane gpg verify licence.gpg --output licence.txt",
@@ -160,7 +160,7 @@ constexpr help_page pages[] = {
     {
         .subcommand = "gpg encrypt",
         .usages = {"[--output FILE]"},
-        .purpose = "Encrypt the text on standard input",
+        .purpose = "encrypt the text on standard input",
         .options = {{"--output FILE", "where to write the message (standard output)"}},
         .examples = {{"orvane gpg encrypt <report.json >report.asc",
                       "Encrypt a report to the holder of the built-in key."}},
@@ -171,7 +171,7 @@ constexpr help_page pages[] = {
     {
         .subcommand = "base64",
         .usages = {"SUBCOMMAND"},
-        .purpose = "Convert standard input to or from base64",
+        .purpose = "convert standard input to or from base64",
         .examples = {{"orvane base64 encode <licence.txt >text.b64", "Encode a file."}},
         .success = "converted",
         .negative = "the input is not of the form",
@@ -179,7 +179,7 @@ constexpr help_page pages[] = {
     },
     {
         .subcommand = "base64 encode",
-        .purpose = "Convert bytes to base64 on one line",
+        .purpose = "convert bytes to base64 on one line",
         .examples = {{"orvane base64 encode <licence.txt >text.b64", "Encode a file."}},
         .success = "converted",
         .negative = "there is nothing to encode",
@@ -187,7 +187,7 @@ constexpr help_page pages[] = {
     },
     {
         .subcommand = "base64 decode",
-        .purpose = "Convert base64 on one line to bytes",
+        .purpose = "convert base64 on one line to bytes",
         .examples = {{"orvane base64 decode <text.b64 >licence.txt", "Decode it again."}},
         .success = "converted",
         .negative = "the input is not base64, or empty",
@@ -195,7 +195,7 @@ constexpr help_page pages[] = {
     },
     {
         .subcommand = "base64 to-url",
-        .purpose = "Convert base64 to the form for the query of a URL",
+        .purpose = "convert base64 to the form for the query of a URL",
         .examples = {{"orvane base64 to-url <text.b64 >text.url", "Convert an encoded file."}},
         .success = "converted",
         .negative = "the input is not base64, or empty",
@@ -203,7 +203,7 @@ constexpr help_page pages[] = {
     },
     {
         .subcommand = "base64 from-url",
-        .purpose = "Convert the form for the query of a URL to base64",
+        .purpose = "convert the form for the query of a URL to base64",
         .examples = {{"orvane base64 from-url <text.url >text.b64", "Convert it back."}},
         .success = "converted",
         .negative = "the input is not of that form, or empty",
@@ -212,7 +212,7 @@ constexpr help_page pages[] = {
     {
         .subcommand = "help",
         .usages = {"[SUBCOMMAND...]", "facts"},
-        .purpose = "Describe a subcommand, or the facts",
+        .purpose = "describe a subcommand, or the facts",
         .arguments = {{"SUBCOMMAND", "one or two words; without one, the command itself"}},
         .examples = {{"orvane help gpg verify", "Describe one subcommand."},
                      {"orvane help facts", "Describe every fact."}},

@@ -5,6 +5,7 @@
 #include "help_page.h"
 
 #include <algorithm>
+#include <cctype>
 #include <vector>
 
 namespace {
@@ -84,8 +85,8 @@ using list = std::vector<described>;
 
 list list_of(std::span<const described> array)
 {
-    const auto end =
-        std::find_if(array.begin(), array.end(), [](auto &one) { return one.word == nullptr; });
+    const auto end = std::find_if(array.begin(), array.end(),
+                                  [](const auto &one) { return one.word == nullptr; });
     return {array.begin(), end};
 }
 
@@ -133,7 +134,13 @@ std::size_t second_column(std::span<const section> sections, std::size_t width)
         for (const described &item : one.items)
             longest = std::max(longest, std::string_view(item.word).size());
     }
-    return std::min(indent + longest + gap, width * 2 / 5);
+    return std::min(indent + longest + gap, width * 9 / 20);
+}
+
+std::string sentence(std::string words)
+{
+    words.front() = static_cast<char>(std::toupper(words.front()));
+    return words + ".";
 }
 
 void add_usage(lines &text, const help_page &page)
@@ -173,16 +180,16 @@ std::string lay_out(const help_page &page, std::span<const help_page> all, std::
     lines text(width);
     add_usage(text, page);
     text.blank_line();
-    text.paragraph(std::string(page.purpose) + ". " + page.details, 0, 0);
+    text.paragraph(sentence(page.purpose) + " " + page.details, 0, 0);
     const section sections[] = {{"Arguments", list_of(page.arguments)},
                                 {"Subcommands", subcommands_of(page, all)},
                                 {"Options", options_of(page)},
                                 {"Facts", facts_of(page)}};
     const std::size_t column = second_column(sections, width);
-    for (const auto &[name, items] : sections) {
-        if (!items.empty())
-            text.heading(name);
-        for (const described &item : items)
+    for (const section &one : sections) {
+        if (!one.items.empty())
+            text.heading(one.name);
+        for (const described &item : one.items)
             text.item(item.word, item.description, column);
     }
     add_examples(text, page);

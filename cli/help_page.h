@@ -17,7 +17,7 @@ struct described {
 struct help_page {
     std::string_view subcommand;   // of a literal
     const char *usages[2] = {""};  // what stands behind the subcommand, in one form or another
-    const char *purpose = nullptr; // without a full stop
+    const char *purpose = nullptr; // neither a capital nor a full stop
     const char *details = "";
     described arguments[4] = {};
     described options[6] = {};

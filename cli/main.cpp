@@ -67,7 +67,7 @@ const CLI::Option *add_flag(subcommand &command, const char *name, bool &value)
     return command.flags.back().first;
 }
 
-std::string described(const CLI::Option *option)
+std::string quoted(const CLI::Option *option)
 {
     const std::string name = option->get_name();
     return name.starts_with('-') ? "option '" + name + "'" : name;
@@ -80,7 +80,7 @@ bool is_set(const CLI::Option *flag)
     for (const std::string &value : flag->results()) {
         is_true = value == "true";
         if (!is_true && value != "false")
-            throw usage_error(described(flag) + " takes no value");
+            throw usage_error(quoted(flag) + " takes no value");
     }
     return is_true;
 }
@@ -88,19 +88,19 @@ bool is_set(const CLI::Option *flag)
 void check_given_once(const CLI::Option *option)
 {
     if (option->count() > 1)
-        throw usage_error(described(option) + " is given more than once");
+        throw usage_error(quoted(option) + " is given more than once");
 }
 
 void check_given(const CLI::Option *option)
 {
     if (option->count() == 0)
-        throw usage_error(described(option) + " is missing");
+        throw usage_error(quoted(option) + " is missing");
 }
 
 void check_excludes(const CLI::Option *one, const CLI::Option *other)
 {
     if (one->count() > 0 && other->count() > 0)
-        throw usage_error(described(one) + " cannot be used with " + described(other));
+        throw usage_error(quoted(one) + " cannot be used with " + quoted(other));
 }
 
 void miss_subcommand()
@@ -126,13 +126,13 @@ void add_show(CLI::App &app, subcommands &all)
         options->format = format_named(*format_name);
         check_given_once(format);
     };
-    command.check_presence = [options, json, format] {
-        check_excludes(json, format);
+    command.check_presence = [json, format] { check_excludes(json, format); };
+    command.run = [options] {
         if (options->json)
             options->format = show_format::json;
         options->json = options->format == show_format::json;
+        return show(*options);
     };
-    command.run = [options] { return show(*options); };
 }
 
 void add_explain(CLI::App &app, subcommands &all)
@@ -305,14 +305,15 @@ void add_help(CLI::App &app, subcommands &all)
     };
 }
 
-// What CLI11 stores in `all`. Words that nothing takes are examined last.
+// Words that nothing takes are left for check_no_option_remains() and check_no_word_remains().
 void split(const words &given, CLI::App &app)
 {
     try {
-        app.parse(words(given.rbegin(), given.rend())); // from the last one on
-    } catch (const CLI::ExtrasError &) {                // check_no_words_remain() reports them
-    } catch (const CLI::ArgumentMismatch &) {           // words end where an option needs one more
-        const std::string &option = given.back();
+        app.parse(words(given.rbegin(), given.rend())); // CLI11 takes the first word from the end
+    } catch (const CLI::ExtrasError &) {
+        return;
+    } catch (const CLI::ArgumentMismatch &) {
+        const std::string &option = given.back(); // behind which a word is missing
         throw usage_error("option '" + option.substr(0, option.find('=')) + "' needs a value");
     } catch (const CLI::ParseError &) {
         throw usage_error("the arguments are not understood");

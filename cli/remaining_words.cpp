@@ -22,18 +22,18 @@ std::string option_given(const std::string &option, const words &given)
     return option;
 }
 
-// The option of this subcommand, or else the one of another with that subcommand.
+// The option of this subcommand, or else of the last one that has it, with its subcommand.
 std::string option_meant(const std::string &option, const words_behind &here,
                          const remaining_words &places)
 {
-    const std::string meant = nearest(option, here.options);
-    if (!meant.empty())
+    if (std::string meant = nearest(option, here.options); !meant.empty())
         return meant;
-    for (auto place = places.rbegin(); place != places.rend(); ++place) {
-        if (const std::string elsewhere = nearest(option, place->options); !elsewhere.empty())
-            return place->call + " " + elsewhere;
+    std::string meant;
+    for (const words_behind &place : places) {
+        if (const std::string there = nearest(option, place.options); !there.empty())
+            meant = place.call + " " + there;
     }
-    return "";
+    return meant;
 }
 
 // The subcommand, or else what shows the fact.
