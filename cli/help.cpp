@@ -22,7 +22,7 @@ Options:
 Subcommands:
   show                        Show what is known (the default)
   root-disk                   Print the name of the disk with the root file system on one of its partitions, as lsblk -J lists it
-  digest                      Check the digests of files
+  digest                      Print or check the digests of files
   signature                   Check an RSA signature under the key in /etc/orvane/public.pem
   gpg                         Verify or encrypt with the built-in GPG key
   base64                      Convert standard input to or from base64
@@ -48,19 +48,29 @@ Options:
   -h,--help                   Print this help message and exit
 
 )"},
-    {"digest", R"(Check the digests of files
-Usage: orvane digest [OPTIONS] [ALGORITHM] [FILE] [HEX]
+    {"digest", R"(Print or check the digests of files
+Usage: orvane digest [OPTIONS] ALGORITHM [FILE...]
+       orvane digest [OPTIONS] ALGORITHM FILE HEX
+       orvane digest [OPTIONS] --check SUMS
 
 Positionals:
   ALGORITHM TEXT Excludes: --check
                               sha256, sha1 or md5
-  FILE TEXT                   The file
-  HEX TEXT                    Its digest in hexadecimal digits
+  FILE TEXT ...               The files, whose digests are printed as sha256sum does (- or none is standard input)
+  HEX TEXT                    The digest that one file should have, all of its hexadecimal digits (a second file with such a name is ./NAME)
 
 Options:
   -h,--help                   Print this help message and exit
   --check TEXT Excludes: ALGORITHM
-                              A list of digests and files, as sha256sum writes it
+                              Check the files of a list of digests, as sha256sum writes it with --tag or without (- is standard input)
+  --quiet Needs: --check      Print no file that has its digest
+  --status Needs: --check     Print nothing of the files, the exit status alone says it
+  --ignore-missing Needs: --check
+                              Pass over files that are missing
+  --strict Needs: --check     Exit with 1 also where a line of the list is malformed
+
+Exit status: 0 every digest is as it should be or was printed, 1 one differs, 2 wrong usage,
+3 a file or the list cannot be read.
 
 )"},
     {"signature", R"(Check an RSA signature under the key in /etc/orvane/public.pem
@@ -72,6 +82,9 @@ Positionals:
 
 Options:
   -h,--help                   Print this help message and exit
+  --key TEXT                  The public key to check under in place of that one
+
+Exit status: 0 the signature is valid, 1 it is not, 2 wrong usage, 3 the key or a file cannot be read.
 
 )"},
     {"gpg", R"(Verify or encrypt with the built-in GPG key
@@ -95,6 +108,9 @@ Options:
   -h,--help                   Print this help message and exit
   --output TEXT               Where to write its content (- is standard output)
 
+Exit status: 0 the file is valid, 1 it is not, 2 wrong usage, 3 it cannot be told: the file cannot be
+read or is a detached signature, gpg is not installed, or the key store cannot be used.
+
 )"},
     {"gpg encrypt", R"(Encrypt the text on standard input
 Usage: orvane gpg encrypt [OPTIONS]
@@ -112,7 +128,7 @@ Options:
 
 Subcommands:
   encode                      Bytes to base64 on one line
-  decode                      Base64 on one line to bytes
+  decode                      Base64, on any number of lines, to bytes
   to-url                      Base64 to the form for the query of a URL
   from-url                    The form for the query of a URL to base64
 
@@ -124,7 +140,7 @@ Options:
   -h,--help                   Print this help message and exit
 
 )"},
-    {"base64 decode", R"(Base64 on one line to bytes
+    {"base64 decode", R"(Base64, on any number of lines, to bytes
 Usage: orvane base64 decode [OPTIONS]
 
 Options:

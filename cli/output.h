@@ -4,11 +4,14 @@
 #include <string>
 #include <string_view>
 
-// One line on standard error, with control characters replaced.
+// One line on standard error, behind what was printed before, with control characters replaced.
 void print_error(const std::string &message);
 
 // A line on standard output. Control characters are replaced on a terminal alone.
 void print_line(const std::string &line);
+
+// Throws where standard output does not take what was printed.
+void flush_output();
 
 // Writes to standard output where the path is "-" or names the same file. Any other file holds
 // either all of the bytes or its previous content afterwards. Throws where writing fails.
