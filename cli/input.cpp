@@ -105,7 +105,7 @@ std::string_view input_blocks::next()
 
 text_lines::text_lines(const std::string &path)
     : stream_(open_input(path)),
-      blocks_(stream_.get(), name_of_input(path), content::bytes, any_length)
+      blocks_(stream_.get(), name_of_input(path), content::bytes, longest_input)
 {
 }
 

@@ -365,7 +365,7 @@ TEST_F(digest_command, prints_results_and_warnings_in_order)
                        ""}));
 }
 
-TEST_F(digest_command, checks_the_files_before_a_line_that_is_too_long)
+TEST_F(digest_command, refuses_a_list_with_an_endless_line_where_that_begins)
 {
     EXPECT_EQ(shell("(ulimit -t 5; echo '" MD5_OF_ABC "  a'; yes | tr -d '\\n') | "
                     "orvane digest --check - 2>&1"),
