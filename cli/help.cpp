@@ -56,13 +56,16 @@ Usage: orvane digest [OPTIONS] ALGORITHM [FILE...]
 Positionals:
   ALGORITHM TEXT Excludes: --check
                               sha256, sha1 or md5
-  FILE TEXT ...               The files, whose digests are printed as sha256sum does (- or none is standard input)
-  HEX TEXT                    The digest that one file should have, all of its hexadecimal digits (a second file with such a name is ./NAME)
+  FILE TEXT ...               Files, to print their digests as sha256sum does
+                              (- or none is standard input)
+  HEX TEXT                    All hexadecimal digits of the digest that one file should have
+                              (a file with such a name is ./NAME)
 
 Options:
   -h,--help                   Print this help message and exit
   --check TEXT Excludes: ALGORITHM
-                              Check the files of a list of digests, as sha256sum writes it with --tag or without (- is standard input)
+                              A list of digests and files to check, as sha256sum writes it
+                              (- is standard input)
   --quiet Needs: --check      Print no file that has its digest
   --status Needs: --check     Print nothing of the files, the exit status alone says it
   --ignore-missing Needs: --check
@@ -84,7 +87,8 @@ Options:
   -h,--help                   Print this help message and exit
   --key TEXT                  The public key to check under in place of that one
 
-Exit status: 0 the signature is valid, 1 it is not, 2 wrong usage, 3 the key or a file cannot be read.
+Exit status: 0 the signature is valid, 1 it is not, 2 wrong usage, 3 the key or a file cannot be
+read.
 
 )"},
     {"gpg", R"(Verify or encrypt with the built-in GPG key
@@ -108,8 +112,8 @@ Options:
   -h,--help                   Print this help message and exit
   --output TEXT               Where to write its content (- is standard output)
 
-Exit status: 0 the file is valid, 1 it is not, 2 wrong usage, 3 it cannot be told: the file cannot be
-read or is a detached signature, gpg is not installed, or the key store cannot be used.
+Exit status: 0 the file is valid, 1 it is not, 2 wrong usage, 3 it cannot be told: the file cannot
+be read or is a detached signature, gpg is not installed, or the key store cannot be used.
 
 )"},
     {"gpg encrypt", R"(Encrypt the text on standard input
