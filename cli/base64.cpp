@@ -9,6 +9,7 @@
 #include "orvane.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -18,11 +19,6 @@ namespace {
 
 // The library counts the result, three characters for one at most, in an unsigned int.
 constexpr std::size_t longest_for_url = std::numeric_limits<unsigned int>::max() / 3;
-
-[[noreturn]] void fail(const std::string &reason)
-{
-    throw std::runtime_error("standard input: " + reason);
-}
 
 // What a conversion stores, in a block that is not filled before.
 struct converted {
@@ -41,7 +37,7 @@ struct converted {
     }
 };
 
-// Each takes the line end from its input where that is a text, and returns a result of the library.
+// Each takes line ends from its input where that is a text, and returns a result of the library.
 using conversion = int (*)(std::string &input, converted &output);
 
 int encode(std::string &bytes, converted &text)
@@ -61,16 +57,29 @@ void remove_line_end(std::string &line)
         line.pop_back();
 }
 
+// Encoders wrap long lines, and the library takes one line alone.
+void join_lines(std::string &text)
+{
+    std::size_t kept = 0;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        if (text.compare(at, 2, "\r\n") == 0)
+            ++at;
+        if (text[at] != '\n')
+            text[kept++] = text[at];
+    }
+    text.resize(kept);
+}
+
 int decode(std::string &text, converted &bytes)
 {
-    remove_line_end(text);
+    join_lines(text);
     if (text.find('\0') != std::string::npos)
         return ORVANE_BASE64_CHARACTER;
     unsigned int size = 0;
     const int result = base64_decode(text.c_str(), static_cast<int>(text.size()),
                                      bytes.allocate(text.size()), &size);
     if (result == ORVANE_OK && (size == 0 || size > text.size()))
-        fail("it decodes to nothing");
+        throw std::runtime_error(std::string(input_name) + ": it decodes to nothing");
     bytes.size = size;
     return result;
 }
@@ -98,13 +107,13 @@ int from_url(std::string &url, converted &text)
     return transform<transform_from_url>(url, text, url.size() + 1);
 }
 
-int convert_input(conversion convert, std::size_t limit = longest_input)
+int convert_input(conversion convert, std::uintmax_t limit = longest_input)
 {
     std::string from = read_input(limit);
     converted to;
     const int result = convert(from, to);
     if (result != ORVANE_OK)
-        fail(result_message(result));
+        throw_result(input_name, result);
     write_output("-", {to.bytes.get(), to.size});
     return success;
 }

@@ -1,32 +1,17 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "checksum_list.h"
 
-#include "input.h"
-
-#include "orvane.h"
-
 #include <algorithm>
-#include <optional>
-#include <stdexcept>
 
 namespace {
 
-constexpr digest_algorithm algorithms[] = {
-    {"sha256", 64, file_check_sha256},
-    {"sha1", 40, file_check_sha1},
-    {"md5", 32, file_check_md5},
-};
+constexpr char blanks[] = " \t";
 
-constexpr char hexadecimal[] = "0123456789abcdefABCDEF";
+// The letters behind a "\", and what they stand for.
+constexpr std::string_view codes = "nr\\";
+constexpr std::string_view characters = "\n\r\\";
 
-template <class Predicate> const digest_algorithm *find_algorithm_if(Predicate predicate)
-{
-    const auto *const found = std::find_if(std::begin(algorithms), std::end(algorithms), predicate);
-    return found != std::end(algorithms) ? found : nullptr;
-}
-
-// In a line that starts with "\", the name has "\n", "\r" and "\\" for the characters.
-std::optional<std::string> unescaped(const std::string &name)
+std::optional<std::string> unescaped(std::string_view name)
 {
     std::string plain;
     for (std::size_t at = 0; at < name.size(); ++at) {
@@ -35,64 +20,96 @@ std::optional<std::string> unescaped(const std::string &name)
             continue;
         }
         const char code = ++at < name.size() ? name[at] : '\0';
-        if (code != 'n' && code != 'r' && code != '\\')
+        const std::size_t known = codes.find(code);
+        if (known == std::string_view::npos)
             return std::nullopt;
-        plain.push_back(code == 'n' ? '\n' : code == 'r' ? '\r' : '\\');
+        plain.push_back(characters[known]);
     }
     return plain;
 }
 
-std::optional<checksum> parse_line(const std::string &line)
+std::string escaped(const std::string &name)
 {
-    const bool is_escaped = line.starts_with('\\');
-    const std::size_t start = is_escaped ? 1 : 0;
-    const std::size_t end = std::min(line.find_first_not_of(hexadecimal, start), line.size());
-    const auto *const algorithm = find_algorithm_if(
-        [digits = end - start](const digest_algorithm &known) { return known.digits == digits; });
-    // Two characters separate digest and name: a blank, and a blank or the "*" of binary mode.
-    const bool has_name =
-        line.size() > end + 2 && line[end] == ' ' && (line[end + 1] == ' ' || line[end + 1] == '*');
-    if (algorithm == nullptr || !has_name)
-        return std::nullopt;
+    std::string text;
+    for (const char character : name) {
+        const std::size_t known = characters.find(character);
+        if (known == std::string_view::npos)
+            text.push_back(character);
+        else
+            text.append({'\\', codes[known]});
+    }
+    return text;
+}
 
-    const std::string name = line.substr(end + 2);
-    const std::optional<std::string> file = is_escaped ? unescaped(name) : name;
-    if (!file)
+void skip_blanks(std::string_view &text)
+{
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+}
+
+std::optional<checksum> checksum_of(const digest_algorithm *algorithm, std::string_view digest,
+                                    std::string_view name)
+{
+    if (algorithm == nullptr || name.empty() || digest.size() != algorithm->digits ||
+        !is_hexadecimal(digest))
         return std::nullopt;
-    return checksum{algorithm, line.substr(start, end - start), *file,
-                    (is_escaped ? "\\" : "") + name};
+    return checksum{algorithm, std::string(digest), std::string(name)};
+}
+
+// "DIGEST  NAME". Two characters separate them: a blank, and a blank or the "*" of binary mode.
+std::optional<checksum> parse_untagged(std::string_view line)
+{
+    const std::size_t end = std::min(line.find(' '), line.size());
+    const std::string_view rest = line.substr(end);
+    if (!rest.starts_with("  ") && !rest.starts_with(" *"))
+        return std::nullopt;
+    return checksum_of(algorithm_with(end), line.substr(0, end), rest.substr(2));
+}
+
+// "TAG (NAME) = DIGEST", as also openssl writes it, without the blanks before "(" and "=". The name
+// may have parentheses.
+std::optional<checksum> parse_tagged(std::string_view line)
+{
+    const std::size_t end = line.find_first_of(" (");
+    const std::size_t close = line.rfind(')');
+    if (end == std::string_view::npos || close == std::string_view::npos || close < end)
+        return std::nullopt;
+    std::string_view name = line.substr(end, close - end);
+    std::string_view digest = line.substr(close + 1);
+    skip_blanks(name);
+    skip_blanks(digest);
+    if (!name.starts_with('(') || !digest.starts_with('='))
+        return std::nullopt;
+    name.remove_prefix(1);
+    digest.remove_prefix(1);
+    skip_blanks(digest);
+    return checksum_of(algorithm_tagged(line.substr(0, end)), digest, name);
 }
 
 } // namespace
 
-const digest_algorithm *find_algorithm(std::string_view name)
+std::optional<checksum> parse_checksum(std::string_view line)
 {
-    return find_algorithm_if([name](const digest_algorithm &known) { return known.name == name; });
+    skip_blanks(line);
+    const bool is_escaped = line.starts_with('\\');
+    line.remove_prefix(is_escaped ? 1 : 0);
+    std::optional<checksum> found = parse_untagged(line);
+    if (!found)
+        found = parse_tagged(line);
+    // A path ends at a zero byte.
+    if (!found || found->file.find('\0') != std::string::npos)
+        return std::nullopt;
+    if (!is_escaped)
+        return found;
+    const std::optional<std::string> file = unescaped(found->file);
+    if (!file)
+        return std::nullopt;
+    found->file = *file;
+    return found;
 }
 
-std::string read_checksum_list(const std::string &path)
+std::string line_with_name(const std::string &before, const std::string &name,
+                           const std::string &after)
 {
-    std::string list;
-    text_lines lines(path);
-    for (std::string line; lines.next(line);) {
-        if (line.ends_with('\r'))
-            line.pop_back();
-        if (line.empty() || line.starts_with('#'))
-            continue;
-        if (!parse_line(line))
-            throw std::runtime_error(path + ": line " + std::to_string(lines.number()) +
-                                     " is not one of sha256sum, sha1sum or md5sum without --tag");
-        list.append(line).push_back('\n');
-    }
-    if (list.empty())
-        throw std::runtime_error(path + ": it lists no file");
-    return list;
-}
-
-checksum next_checksum(std::string_view &list)
-{
-    const std::size_t end = list.find('\n');
-    const std::string line(list.substr(0, end));
-    list.remove_prefix(end + 1);
-    return parse_line(line).value();
+    const std::string text = escaped(name);
+    return (text == name ? "" : "\\") + before + text + after;
 }

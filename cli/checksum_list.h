@@ -1,30 +1,24 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// Lines with a digest and a file, as sha256sum, sha1sum and md5sum write and read them.
 #pragma once
 
-#include <cstddef>
+#include "digest_algorithm.h"
+
+#include <optional>
 #include <string>
 #include <string_view>
 
-struct digest_algorithm {
-    const char *name;
-    std::size_t digits;
-    int (*check)(const char *path, const char *expected);
-};
-
-// nullptr where there is no such algorithm.
-const digest_algorithm *find_algorithm(std::string_view name);
-
-// One line of a list as sha256sum, sha1sum and md5sum write it.
 struct checksum {
-    const digest_algorithm *algorithm; // by the length of the digest
+    const digest_algorithm *algorithm; // by the length of the digest, or by the tag
     std::string digest;
     std::string file;
-    std::string label; // the file name as the list writes it
 };
 
-// The lines that have a checksum. Throws where any other is neither empty nor a comment, or there
-// is no file in the list.
-std::string read_checksum_list(const std::string &path);
+// Nothing where the line is of no other form: with --tag or without.
+std::optional<checksum> parse_checksum(std::string_view line);
 
-// Takes the first line from such a list, which must not be empty.
-checksum next_checksum(std::string_view &list);
+// A line that names a file between two texts. Where the name has a line end or a "\", these are
+// escaped and the line starts with "\".
+std::string line_with_name(const std::string &before, const std::string &name,
+                           const std::string &after);

@@ -53,15 +53,23 @@ int print_root_disk();
 
 struct digest_options {
     std::string algorithm;
-    std::string file;
-    std::string digest;
+    std::vector<std::string> words; // files, or a file and its digest
 };
-int check_digest(const digest_options &options);
-int check_digest_list(const std::string &path);
+int digest(const digest_options &options);
+
+struct digest_list_options {
+    std::string list;
+    bool quiet = false;          // prints no file that has its digest
+    bool status = false;         // prints of the list itself alone
+    bool ignore_missing = false; // passes over files that are not there
+    bool strict = false;         // a malformed line is negative
+};
+int check_digest_list(const digest_list_options &options);
 
 struct signature_options {
     std::string text_file;
     std::string signature_file;
+    std::string key; // empty for the system's
 };
 int check_signature(const signature_options &options);
 

@@ -43,7 +43,7 @@ std::string words_for_result(const step &one)
         return "not queried: " + one.text;
     if (result == reasons::placeholder.code)
         return one.text + ": a placeholder, refused";
-    if (result == reasons::tool_missing.code && one.source.starts_with('/'))
+    if (result == reasons::tool_missing.code)
         return "not installed (package " + package_of(one.source) + ")";
     if (result == reasons::no_device_behind.code)
         return "no device is behind it: " + one.text;

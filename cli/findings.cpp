@@ -87,12 +87,18 @@ std::string package_of(const std::string &tool)
         const char *tool;
         const char *package;
     } packages[] = {
-        {"/smartctl", "smartmontools"}, {"/dmidecode", "dmidecode"}, {"/dmsetup", "dmsetup"},
-        {"/lvdisplay", "lvm2"},         {"/pvdisplay", "lvm2"},      {"/lsblk", "util-linux"},
+        {"/smartctl", "smartmontools"},
+        {"/dmidecode", "dmidecode"},
+        {"/dmsetup", "dmsetup"},
+        {"/lvdisplay", "lvm2"},
+        {"/pvdisplay", "lvm2"},
+        {"/lsblk", "util-linux"},
         {"/readlink", "coreutils"},
+        {"/awk", "mawk"},
+        {"/grep", "grep"},
     };
     for (const auto &[name, package] : packages) {
-        if (tool.ends_with(name))
+        if (("/" + tool).ends_with(name)) // some are searched for in PATH
             return package;
     }
     return tool;

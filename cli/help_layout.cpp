@@ -149,8 +149,10 @@ void add_usage(lines &text, const help_page &page)
         page.subcommand.empty() ? "orvane" : "orvane " + std::string(page.subcommand);
     const std::string label = "Usage: ";
     text.paragraph(label + call + " " + page.usages[0], 0, label.size() + indent);
-    if (page.usages[1] != nullptr)
-        text.paragraph(call + " " + page.usages[1], label.size(), label.size() + indent);
+    for (const char *const usage : std::span(page.usages).subspan(1)) {
+        if (usage != nullptr)
+            text.paragraph(call + " " + usage, label.size(), label.size() + indent);
+    }
 }
 
 void add_examples(lines &text, const help_page &page)

@@ -16,7 +16,7 @@ struct described {
 // What --help prints for a subcommand, but for the list of the subcommands below it and --help.
 struct help_page {
     std::string_view subcommand;   // of a literal
-    const char *usages[2] = {""};  // what stands behind the subcommand, in one form or another
+    const char *usages[3] = {""};  // what stands behind the subcommand, in one form or another
     const char *purpose = nullptr; // neither a capital nor a full stop
     const char *details = "";
     described arguments[4] = {};

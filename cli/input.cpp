@@ -8,28 +8,29 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
-constexpr char input_name[] = "standard input";
 constexpr std::size_t longest_line = std::size_t{1} << 20U;
 
 [[noreturn]] void fail(const std::string &name)
 {
-    throw std::runtime_error(name + ": " + std::strerror(errno));
+    throw unreadable_input(name, std::strerror(errno));
 }
 
-[[noreturn]] void fail_of_length(const std::string &name, std::size_t limit)
+[[noreturn]] void fail_of_length(const std::string &name, std::uintmax_t limit)
 {
     throw std::runtime_error(name + ": it is longer than " + std::to_string(limit) + " bytes");
 }
 
-std::FILE *opened(const std::string &path)
+unique_stream opened(const std::string &path)
 {
     // No terminal at a stranger's path becomes the process's own.
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
-    std::FILE *const file = fd >= 0 ? ::fdopen(fd, "r") : nullptr;
-    if (file == nullptr)
+    unique_stream file(fd >= 0 ? ::fdopen(fd, "r") : nullptr);
+    if (!file)
         fail(path);
     return file;
 }
@@ -44,7 +45,7 @@ std::string read_all(input_blocks blocks)
 
 } // namespace
 
-std::string read_input(std::size_t limit)
+std::string read_input(std::uintmax_t limit)
 {
     return read_all({stdin, input_name, content::bytes, limit});
 }
@@ -56,17 +57,40 @@ std::string read_input_text()
 
 std::string read_text(const std::string &path)
 {
-    const std::unique_ptr<std::FILE, close_stream> file(opened(path));
+    const unique_stream file = opened(path);
     return read_all({file.get(), path, content::text, longest_input});
 }
 
 std::string read_file(const std::string &path)
 {
-    const std::unique_ptr<std::FILE, close_stream> file(opened(path));
+    const unique_stream file = opened(path);
     return read_all({file.get(), path, content::bytes, longest_input});
 }
 
-input_blocks::input_blocks(std::FILE *stream, std::string name, content kind, std::size_t limit)
+void check_readable(const std::string &path)
+{
+    struct stat file = {};
+    if (::stat(path.c_str(), &file) != 0 || ::access(path.c_str(), R_OK) != 0)
+        fail(path);
+    if (!S_ISREG(file.st_mode) && !S_ISDIR(file.st_mode))
+        return;
+    const unique_stream stream = opened(path);
+    input_blocks blocks(stream.get(), path, content::bytes, any_length);
+    for (std::string_view block = blocks.next(); !block.empty();)
+        block = blocks.next();
+}
+
+unique_stream open_input(const std::string &path)
+{
+    return path == "-" ? unique_stream(stdin) : opened(path);
+}
+
+std::string name_of_input(const std::string &path)
+{
+    return path == "-" ? input_name : path;
+}
+
+input_blocks::input_blocks(std::FILE *stream, std::string name, content kind, std::uintmax_t limit)
     : stream_(stream), name_(std::move(name)), kind_(kind), left_(limit), limit_(limit)
 {
 }
@@ -86,7 +110,8 @@ std::string_view input_blocks::next()
 }
 
 text_lines::text_lines(const std::string &path)
-    : stream_(opened(path)), blocks_(stream_.get(), path, content::text, longest_input)
+    : stream_(open_input(path)),
+      blocks_(stream_.get(), name_of_input(path), content::bytes, longest_input)
 {
 }
 

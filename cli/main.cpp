@@ -201,20 +201,65 @@ void add_root_disk(CLI::App &app, subcommands &all)
     declare("root-disk", app.add_subcommand("root-disk"), all).run = print_root_disk;
 }
 
-void add_digest(CLI::App &app, subcommands &all)
+void check_needs(const CLI::Option *one, const CLI::Option *other)
+{
+    if (one->count() > 0 && other->count() == 0)
+        throw usage_error(quoted(one) + " needs " + quoted(other));
+}
+
+void check_named(const CLI::Option *file)
+{
+    for (const std::string &path : file->results()) {
+        if (path.empty())
+            throw usage_error(file->get_name() + ": a file needs a name");
+    }
+}
+
+// The words behind ALGORITHM, beside which there are no options. CLI11 splits one such as "[a,b]".
+std::vector<std::string> words_of_digest(std::vector<std::string> arguments)
+{
+    const auto subcommand = std::find(arguments.begin(), arguments.end(), "digest");
+    arguments.erase(arguments.begin(), std::next(subcommand));
+    const auto end_of_options = std::find(arguments.begin(), arguments.end(), "--");
+    if (end_of_options != arguments.end())
+        arguments.erase(end_of_options);
+    arguments.erase(arguments.begin());
+    return arguments;
+}
+
+void add_digest(CLI::App &app, subcommands &all, const std::vector<std::string> &arguments)
 {
     subcommand &command = declare("digest", app.add_subcommand("digest"), all);
     const auto options = std::make_shared<digest_options>();
-    const auto list_path = std::make_shared<std::string>();
-    const CLI::Option *const list = add_value(command, "--check", *list_path);
+    const auto list_options = std::make_shared<digest_list_options>();
+    const CLI::Option *const list = add_value(command, "--check", list_options->list);
+    const CLI::Option *const quiet = command.parser->add_flag("--quiet");
+    const CLI::Option *const status = command.parser->add_flag("--status");
+    const CLI::Option *const ignore_missing = command.parser->add_flag("--ignore-missing");
+    const CLI::Option *const strict = command.parser->add_flag("--strict");
     const CLI::Option *const algorithm =
         command.parser->add_option("ALGORITHM", options->algorithm);
-    command.parser->add_option("FILE", options->file);
-    command.parser->add_option("HEX", options->digest);
-    command.check_values = [list] { check_given_once(list); };
-    command.check_presence = [list, algorithm] { check_excludes(list, algorithm); };
-    command.run = [list, list_path, options] {
-        return list->count() == 0 ? check_digest(*options) : check_digest_list(*list_path);
+    const CLI::Option *const files = command.parser->add_option("FILE", options->words);
+    command.check_values = [=] {
+        check_named(list);
+        check_given_once(list);
+        check_named(files);
+        list_options->quiet = is_set(quiet);
+        list_options->status = is_set(status);
+        list_options->ignore_missing = is_set(ignore_missing);
+        list_options->strict = is_set(strict);
+    };
+    command.check_presence = [=] {
+        check_excludes(list, algorithm);
+        for (const CLI::Option *const one : {quiet, status, ignore_missing, strict})
+            check_needs(one, list);
+    };
+    command.run = [=] {
+        if (list->count() > 0)
+            return check_digest_list(*list_options);
+        if (algorithm->count() > 0)
+            options->words = words_of_digest(arguments);
+        return digest(*options);
     };
 }
 
@@ -222,9 +267,14 @@ void add_signature(CLI::App &app, subcommands &all)
 {
     subcommand &command = declare("signature", app.add_subcommand("signature"), all);
     const auto options = std::make_shared<signature_options>();
+    const CLI::Option *const key = add_value(command, "--key", options->key);
     const CLI::Option *const text = command.parser->add_option("TEXTFILE", options->text_file);
     const CLI::Option *const signature =
         command.parser->add_option("SIGNATUREFILE", options->signature_file);
+    command.check_values = [key] {
+        check_named(key);
+        check_given_once(key);
+    };
     command.check_presence = [text, signature] {
         check_given(text);
         check_given(signature);
@@ -236,10 +286,7 @@ void add_output(subcommand &command, gpg_options &options)
 {
     const CLI::Option *const output = add_value(command, "--output", options.output);
     command.check_values = [output] {
-        for (const std::string &path : output->results()) {
-            if (path.empty())
-                throw usage_error("--output: a file needs a name");
-        }
+        check_named(output);
         check_given_once(output);
     };
 }
@@ -415,7 +462,7 @@ int run(const words &given)
     add_save(app, all);
     add_compare(app, all);
     add_root_disk(app, all);
-    add_digest(app, all);
+    add_digest(app, all, given);
     add_signature(app, all);
     add_gpg(app, all);
     add_base64(app, all);

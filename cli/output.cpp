@@ -228,12 +228,19 @@ void print_text(const std::string &text)
 
 void print_error(const std::string &message)
 {
+    std::fflush(stdout);
     std::fprintf(stderr, "orvane: %s\n", without_controls(message).c_str());
 }
 
 void print_line(const std::string &line)
 {
     std::puts((::isatty(STDOUT_FILENO) != 0 ? without_controls(line) : line).c_str());
+}
+
+void flush_output()
+{
+    if (std::fflush(stdout) != 0)
+        fail("standard output");
 }
 
 void write_output(const std::string &path, std::string_view bytes)

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-// One line on standard error, with control characters replaced.
+// One line on standard error, behind what was printed before, with control characters replaced.
 void print_error(const std::string &message);
 
 // A line on standard output. Control characters are replaced on a terminal alone.
@@ -16,6 +16,9 @@ void print_text(const std::string &text);
 
 // Each control character, and each byte that is of no character, replaced.
 std::string without_controls(const std::string &text);
+
+// Throws where standard output does not take what was printed.
+void flush_output();
 
 // Writes to standard output where the path is "-" or names the same file. Any other file holds
 // either all of the bytes or its previous content afterwards. Throws where writing fails.

@@ -32,9 +32,9 @@ constexpr reason placeholder = {"placeholder", fact_status::refused,
 constexpr reason not_a_block_device = {
     "not-a-block-device", fact_status::absent, "the root file system is on no block device",
     "query the machine outside of the container, or use another fact"};
-constexpr reason device_missing = {"device-missing", fact_status::not_determinable,
-                                   "the root device has no node in /dev",
-                                   "boot with root=/dev/..., root=UUID=... or a plain label"};
+constexpr reason device_missing = {
+    "device-missing", fact_status::not_determinable, "a device has no node in /dev",
+    "see that udev makes the node, or boot with root=/dev/... or root=UUID=..."};
 constexpr reason form_not_followed = {"form-not-followed", fact_status::not_determinable,
                                       "this form of root= is not followed",
                                       "boot with root=/dev/..., root=UUID=... or root=LABEL=..."};

@@ -48,6 +48,16 @@ std::string behind(const std::string &line, std::string_view label)
     return line.substr(std::min(line.find(label) + label.size(), line.size()));
 }
 
+// The shell's words for a filter that is missing: "sh: 1: awk: not found".
+std::string tool_not_found(std::string_view errors)
+{
+    const std::size_t end = errors.find(": not found");
+    if (end == std::string_view::npos)
+        return "";
+    const std::string_view before = errors.substr(0, end);
+    return std::string(before.substr(before.rfind(' ') + 1));
+}
+
 class tree_builder {
 public:
     void add(const event &seen)
@@ -146,6 +156,8 @@ private:
             source->text = first_line_with_text(seen.text);
         if (source != nullptr && speaks_of_permission(seen.text))
             source->result = reasons::permission_denied.code;
+        if (const std::string tool = tool_not_found(seen.text); !tool.empty())
+            current().push_back({tool, reasons::tool_missing.code, "the shell does not find it"});
     }
 
     // The lines by which the library reports what it asks of the kernel.

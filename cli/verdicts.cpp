@@ -435,10 +435,21 @@ const reason &reason_by_smartctl(const finding &one)
                                                            : reasons::tool_failed;
 }
 
+// What a mapping stands on is known by name, and has no node.
+bool is_node_missing(const layers &below)
+{
+    if (below.empty() || below.front().below.size() != 1)
+        return false;
+    const storage_layer *const lower = find_layer(below, below.front().below.front());
+    return lower != nullptr && !exists(("/dev/" + lower->node).c_str());
+}
+
 const reason &reason_without_disk(finding &one)
 {
     if (const reason *const why = reason_by_layers(one.layers))
         return *why;
+    if (is_node_missing(one.layers))
+        return reasons::device_missing;
     if (with(one, reasons::permission_denied) != nullptr || is_device_refused(one.device))
         return reasons::permission_denied;
     if (ends_at_mapping(one))

@@ -32,10 +32,17 @@ inline outcome failed(const std::string &message)
     return {1, "", "orvane: " + message + "\n"};
 }
 
-// Status 1, and any message of one line.
-inline bool is_failure(const outcome &result)
+// Status 3, and this message alone.
+inline outcome undetermined(const std::string &message)
 {
-    return result.status == 1 && result.output.empty() && result.error.starts_with("orvane: ") &&
+    return {3, "", "orvane: " + message + "\n"};
+}
+
+// This status, and any message of one line.
+inline bool is_failure(const outcome &result, int status = 1)
+{
+    return result.status == status && result.output.empty() &&
+           result.error.starts_with("orvane: ") &&
            result.error.find('\n') == result.error.size() - 1;
 }
 

@@ -16,8 +16,7 @@ constexpr uid_t ordinary_user = 65534;
 
 outcome differs(const std::string &file, const std::string &algorithm)
 {
-    return failed(file + ": the " + algorithm +
-                  " digest differs, or the file cannot be read to its end");
+    return failed(file + ": the " + algorithm + " digest differs");
 }
 
 class digest_command : public command_machine {
@@ -37,12 +36,19 @@ protected:
     }
 
     // The result of a list, which is read where the files are.
-    [[nodiscard]] outcome checked(const std::string &list)
+    [[nodiscard]] outcome checked(const std::string &list, const std::string &options = "")
     {
         machine.file("/srv/list", list);
-        return shell("exec orvane digest --check list");
+        return shell("exec orvane digest --check list " + options);
     }
 };
+
+std::string count(const std::string &checked, const std::string &different,
+                  const std::string &unreadable)
+{
+    return "orvane: files checked: " + checked + ", different: " + different +
+           ", unreadable: " + unreadable;
+}
 
 } // namespace
 
@@ -70,16 +76,16 @@ TEST_F(digest_command, compares_the_digest_of_a_file)
     EXPECT_EQ(sha256("/srv/empty", sha256_of_nothing), printed("/srv/empty: OK\n"));
 }
 
-TEST_F(digest_command, reports_why_a_file_cannot_be_read)
+TEST_F(digest_command, cannot_tell_of_a_file_that_it_cannot_read)
 {
     const std::string long_name = "/srv/" + std::string(256, 'n');
-    EXPECT_EQ(sha256("/srv/missing"), failed("/srv/missing: No such file or directory"));
-    EXPECT_EQ(sha256("/srv"), failed("/srv: Is a directory"));
-    EXPECT_EQ(sha256(long_name), failed(long_name + ": File name too long"));
+    EXPECT_EQ(sha256("/srv/missing"), undetermined("/srv/missing: No such file or directory"));
+    EXPECT_EQ(sha256("/srv"), undetermined("/srv: Is a directory"));
+    EXPECT_EQ(sha256(long_name), undetermined(long_name + ": File name too long"));
     machine.file("/srv/secret", "abc", 0600);
     EXPECT_EQ(sha256("/srv/secret", SHA256_OF_ABC, ordinary_user),
-              failed("/srv/secret: Permission denied"));
-    EXPECT_TRUE(is_failure(sha256("/proc/self/mem", sha256_of_nothing)));
+              undetermined("/srv/secret: Permission denied"));
+    EXPECT_EQ(sha256("/proc/self/mem"), undetermined("/proc/self/mem: Input/output error"));
 }
 
 TEST_F(digest_command, takes_any_name)
@@ -109,11 +115,68 @@ TEST_F(digest_command, reads_a_pipe_once)
               printed("/dev/stdin: OK\n"));
 }
 
+TEST_F(digest_command, compares_standard_input)
+{
+    EXPECT_EQ(shell("exec orvane digest sha256 - " SHA256_OF_ABC " <a"), printed("-: OK\n"));
+    EXPECT_EQ(shell("printf abd | orvane digest sha256 - " SHA256_OF_ABC),
+              differs("standard input", "sha256"));
+    EXPECT_EQ(shell("exec orvane digest sha256 - " SHA256_OF_ABC " </srv"),
+              undetermined("standard input: Is a directory"));
+}
+
+// Digests that are printed.
+
+TEST_F(digest_command, prints_what_the_tools_print_of_every_name)
+{
+    machine.file("/srv/empty", "");
+    machine.file("/srv/long", every_byte(300000));
+    for (const char *const name :
+         {"two words", " *lead", "*lead", "line\nbreak", "carriage\rreturn", "back\\slash", "\\n",
+          "\xff\x1b[31m", "-x", "--check", "[a,b]", "[]", "{}", "md5", "digest"})
+        abc(name);
+    for (const std::string algorithm : {"sha256", "sha1", "md5"}) {
+        EXPECT_EQ(shell("orvane digest " + algorithm + " -- *"), shell(algorithm + "sum -- *"));
+        EXPECT_EQ(shell("orvane digest " + algorithm + " a"), shell(algorithm + "sum a"));
+    }
+}
+
+TEST_F(digest_command, prints_the_digest_of_standard_input)
+{
+    EXPECT_EQ(shell("orvane digest md5 <a"), printed(MD5_OF_ABC "  -\n"));
+    EXPECT_EQ(shell("cat a | orvane digest md5 a -"),
+              printed(MD5_OF_ABC "  a\n" MD5_OF_ABC "  -\n"));
+}
+
+TEST_F(digest_command, takes_two_words_for_files_unless_the_second_is_a_digest)
+{
+    const std::string digits = MD5_OF_ABC;
+    abc(digits);
+    EXPECT_EQ(shell("orvane digest md5 a " + digits), printed("a: OK\n"));
+    EXPECT_EQ(shell("orvane digest md5 a ./" + digits),
+              printed(digits + "  a\n" + digits + "  ./" + digits + "\n"));
+    EXPECT_EQ(shell("orvane digest md5 " + digits), printed(digits + "  " + digits + "\n"));
+    EXPECT_EQ(shell("orvane digest md5 a a " + digits),
+              printed(digits + "  a\n" + digits + "  a\n" + digits + "  " + digits + "\n"));
+    EXPECT_EQ(shell("orvane digest sha1 a " + digits),
+              printed(SHA1_OF_ABC "  a\n" SHA1_OF_ABC "  " + digits + "\n"));
+}
+
+TEST_F(digest_command, prints_the_other_digests_where_a_file_cannot_be_read)
+{
+    EXPECT_EQ(shell("exec orvane digest md5 a missing . a /proc/self/mem a 2>&1"),
+              (outcome{3,
+                       MD5_OF_ABC "  a\norvane: missing: No such file or directory\n"
+                                  "orvane: .: Is a directory\n" MD5_OF_ABC "  a\n"
+                                  "orvane: /proc/self/mem: Input/output error\n" MD5_OF_ABC "  a\n",
+                       ""}));
+}
+
 // Lists.
 
 TEST_F(digest_command, reads_the_lines_of_a_list)
 {
-    for (const char *const name : {"b", "c", "*a", " a", "a  b ", "a\\nb", "a\nb\rc\\d\\ne"})
+    for (const char *const name :
+         {"b", "c", "*a", " a", "a  b ", "a\\nb", "a\nb\rc\\d\\ne", "a) = b"})
         abc(name);
     const struct {
         const char *list;
@@ -127,7 +190,13 @@ TEST_F(digest_command, reads_the_lines_of_a_list)
          "*a: OK\n*a: OK\n a: OK\n a: OK\n"},
         {MD5_OF_ABC "  a  b \n", "a  b : OK\n"},
         {"\\" MD5_OF_ABC "  a\\nb\\rc\\\\d\\\\ne\n", "\\a\\nb\\rc\\\\d\\\\ne: OK\n"},
-        {MD5_OF_ABC "  a\\nb\n", "a\\nb: OK\n"},
+        {MD5_OF_ABC "  a\\nb\n", "\\a\\\\nb: OK\n"},
+        {" \t" MD5_OF_ABC "  a\n", "a: OK\n"},
+        {"MD5 (a) = " MD5_OF_ABC "\nSHA1 (b) = " SHA1_OF_ABC "\nSHA256 (a) = " SHA256_OF_ABC "\n",
+         "a: OK\nb: OK\na: OK\n"},
+        {"MD5 (a) = b) = " MD5_OF_ABC "\n", "a) = b: OK\n"},
+        {"MD5( a)= " MD5_OF_ABC "\n", " a: OK\n"},
+        {"\\MD5 (a\\nb\\rc\\\\d\\\\ne) = " MD5_OF_ABC "\n", "\\a\\nb\\rc\\\\d\\\\ne: OK\n"},
         {MD5_OF_ABC "  a\r\n" MD5_OF_ABC "  a\r\n", "a: OK\na: OK\n"},
         {"# made by hand\n\n" MD5_OF_ABC "  a\n\r\n\n", "a: OK\n"},
         {MD5_OF_ABC "  a\n" MD5_OF_ABC "  a", "a: OK\na: OK\n"},
@@ -140,15 +209,23 @@ TEST_F(digest_command, agrees_with_the_tools_on_every_name)
 {
     for (const char *const name :
          {"two words", " *lead", "*lead", "line\nbreak", "carriage\rreturn", "back\\slash", "\\n",
-          "\xff\x1b[31m", "-x", "--check"})
+          "\xff\x1b[31m", "-x", "--check", "(a) = b", ")"})
         abc(name);
     const std::string list = machine.scratch("list");
-    for (const std::string tool : {"sha256sum", "sha1sum", "md5sum"}) {
+    for (const std::string tool :
+         {"sha256sum", "sha1sum", "md5sum", "sha256sum --tag", "sha1sum --tag", "md5sum --tag"}) {
         const outcome checked =
             shell(tool + " -- * >" + list + "; exec orvane digest --check " + list);
         EXPECT_EQ(checked.status, 0) << tool << ": " << checked;
         EXPECT_EQ(checked.error, "");
     }
+}
+
+TEST_F(digest_command, writes_lists_that_the_tools_read)
+{
+    for (const char *const name : {"two words", "line\nbreak", "carriage\rreturn", "back\\slash"})
+        abc(name);
+    EXPECT_EQ(shell("orvane digest sha256 * | sha256sum --check --quiet --strict"), printed(""));
 }
 
 TEST_F(digest_command, reports_every_file_of_a_list)
@@ -161,17 +238,23 @@ TEST_F(digest_command, reports_every_file_of_a_list)
               (outcome{1,
                        "a: OK\nother: FAILED\nmissing: FAILED: No such file or directory\n"
                        "directory: FAILED: Is a directory\na: OK\na: FAILED\n",
-                       "orvane: files checked: 6, different: 2, unreadable: 2\n"}));
-    EXPECT_EQ(
-        checked(MD5_OF_ABC "  other\n"),
-        (outcome{1, "other: FAILED\n", "orvane: files checked: 1, different: 1, unreadable: 0\n"}));
-    const std::string name(100000, 'n');
-    EXPECT_EQ(checked(MD5_OF_ABC "  " + name + "\n"),
-              (outcome{1, name + ": FAILED: File name too long\n",
-                       "orvane: files checked: 1, different: 0, unreadable: 1\n"}));
+                       count("6", "2", "2") + "\n"}));
 }
 
-TEST_F(digest_command, refuses_a_list_with_a_malformed_line_before_it_checks_a_file)
+TEST_F(digest_command, cannot_tell_of_a_list_with_unreadable_files_and_no_different_one)
+{
+    EXPECT_EQ(checked(MD5_OF_ABC "  a\n" MD5_OF_ABC "  missing\n"),
+              (outcome{3, "a: OK\nmissing: FAILED: No such file or directory\n",
+                       count("2", "0", "1") + "\n"}));
+    const std::string name(100000, 'n');
+    EXPECT_EQ(checked(MD5_OF_ABC "  " + name + "\n"),
+              (outcome{3, name + ": FAILED: File name too long\n", count("1", "0", "1") + "\n"}));
+    EXPECT_EQ(
+        checked(MD5_OF_ABC "  /proc/self/mem\n"),
+        (outcome{3, "/proc/self/mem: FAILED: Input/output error\n", count("1", "0", "1") + "\n"}));
+}
+
+TEST_F(digest_command, warns_of_a_malformed_line_and_goes_on)
 {
     for (const std::string line : {
              SHA256_OF_ABC,
@@ -187,42 +270,138 @@ TEST_F(digest_command, refuses_a_list_with_a_malformed_line_before_it_checks_a_f
              SHA256_OF_ABC "0  a",
              "ga7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad  a",
              SHA256_OF_ABC SHA256_OF_ABC "  a", // as sha512sum writes it
-             "SHA256 (a) = " SHA256_OF_ABC,
+             "SHA256 (a) = ",
+             "SHA256 () = " SHA256_OF_ABC,
+             "SHA256 (a) " SHA256_OF_ABC,
+             "SHA256 a = " SHA256_OF_ABC,
+             "SHA256 )a( = " SHA256_OF_ABC,
+             "MD5 (a) = " SHA256_OF_ABC,
+             "SHA512 (a) = " SHA256_OF_ABC,
+             "SHA256 (a) = " SHA256_OF_ABC " ",
+             "(",
              "\\",
              "\\\\" SHA256_OF_ABC "  a",
              "\\" SHA256_OF_ABC "  a\\tb",
              "\\" SHA256_OF_ABC "  a\\",
-         })
-        EXPECT_EQ(checked(SHA256_OF_ABC "  a\n" + line + "\n" SHA256_OF_ABC "  a\n"),
-                  failed("list: line 2 is not one of sha256sum, sha1sum or md5sum without --tag"))
+         }) {
+        const outcome result = {0, "a: OK\na: OK\n",
+                                "orvane: list: line 2 is not a digest and a file\n" +
+                                    count("2", "0", "0") + ", malformed lines: 1\n"};
+        EXPECT_EQ(checked(SHA256_OF_ABC "  a\n" + line + "\n" SHA256_OF_ABC "  a\n"), result)
             << line;
+    }
 }
 
-TEST_F(digest_command, reads_an_endless_list_to_its_first_malformed_line)
+// The name before the zero byte is a file.
+TEST_F(digest_command, takes_no_line_with_a_zero_byte)
 {
-    const auto checked = [this](const std::string &endless) {
-        return shell("(ulimit -t 5; " + endless + ") | orvane digest --check /dev/stdin");
-    };
+    EXPECT_EQ(checked(std::string(SHA256_OF_ABC "  a\0b\n", 70) + MD5_OF_ABC "  a\n"),
+              (outcome{0, "a: OK\n",
+                       "orvane: list: line 1 is not a digest and a file\n" + count("1", "0", "0") +
+                           ", malformed lines: 1\n"}));
+}
+
+TEST_F(digest_command, is_strict_about_malformed_lines_on_demand)
+{
+    EXPECT_EQ(checked(MD5_OF_ABC "  a\n", "--strict"), printed("a: OK\n"));
+    EXPECT_EQ(checked(MD5_OF_ABC "  a\nwrong\nwrong\n" MD5_OF_ABC "  missing\n", "--strict"),
+              (outcome{1, "a: OK\nmissing: FAILED: No such file or directory\n",
+                       "orvane: list: line 2 is not a digest and a file\n"
+                       "orvane: list: line 3 is not a digest and a file\n" +
+                           count("2", "0", "1") + ", malformed lines: 2\n"}));
+}
+
+TEST_F(digest_command, prints_no_file_that_has_its_digest_with_quiet)
+{
+    machine.file("/srv/other", "abd");
+    EXPECT_EQ(checked(MD5_OF_ABC "  a\n", "--quiet"), printed(""));
     EXPECT_EQ(
-        checked("yes"),
-        failed("/dev/stdin: line 1 is not one of sha256sum, sha1sum or md5sum without --tag"));
-    EXPECT_EQ(checked("echo; yes | tr -d '\\n'"),
-              failed("/dev/stdin: line 2: it is longer than 1048576 bytes"));
+        checked(MD5_OF_ABC "  a\n" MD5_OF_ABC "  other\n" MD5_OF_ABC "  missing\n", "--quiet"),
+        (outcome{1, "other: FAILED\nmissing: FAILED: No such file or directory\n",
+                 count("3", "1", "1") + "\n"}));
+}
+
+TEST_F(digest_command, prints_nothing_of_the_files_with_status)
+{
+    machine.file("/srv/other", "abd");
+    const struct {
+        std::string list;
+        std::string options;
+        int status;
+    } lists[] = {
+        {MD5_OF_ABC "  a\n", "--status", 0},
+        {MD5_OF_ABC "  a\nwrong\n", "--status", 0},
+        {MD5_OF_ABC "  a\nwrong\n", "--status --strict", 1},
+        {MD5_OF_ABC "  other\n" MD5_OF_ABC "  missing\n", "--status", 1},
+        {MD5_OF_ABC "  a\n" MD5_OF_ABC "  missing\n", "--status", 3},
+        {MD5_OF_ABC "  missing\n", "--status --ignore-missing", 3},
+    };
+    for (const auto &[list, options, status] : lists)
+        EXPECT_EQ(checked(list, options), (outcome{status, "", ""})) << list << options;
+}
+
+TEST_F(digest_command, passes_over_missing_files_on_demand)
+{
+    machine.file("/srv/other", "abd");
+    machine.directory("/srv/directory");
+    machine.link("/srv/dangling", "target");
+    const std::string missing = MD5_OF_ABC "  missing\n" MD5_OF_ABC "  dangling\n";
+    EXPECT_EQ(checked(missing + MD5_OF_ABC "  a\n", "--ignore-missing"), printed("a: OK\n"));
+    EXPECT_EQ(checked(missing + MD5_OF_ABC "  other\n", "--ignore-missing"),
+              (outcome{1, "other: FAILED\n", count("1", "1", "0") + "\n"}));
+    EXPECT_EQ(checked(missing, "--ignore-missing"), undetermined("list: no file was checked"));
+    EXPECT_EQ(checked(missing + MD5_OF_ABC "  directory\n", "--ignore-missing"),
+              (outcome{3, "directory: FAILED: Is a directory\n",
+                       count("1", "0", "1") + "\norvane: list: no file was checked\n"}));
+}
+
+TEST_F(digest_command, prints_results_and_warnings_in_order)
+{
+    machine.file("/srv/other", "abd");
+    EXPECT_EQ(checked(MD5_OF_ABC "  a\nwrong\n" MD5_OF_ABC "  other\n", "2>&1"),
+              (outcome{1,
+                       "a: OK\norvane: list: line 2 is not a digest and a file\nother: FAILED\n" +
+                           count("2", "1", "0") + ", malformed lines: 1\n",
+                       ""}));
+}
+
+TEST_F(digest_command, refuses_a_list_with_an_endless_line_where_that_begins)
+{
+    EXPECT_EQ(shell("(ulimit -t 5; echo '" MD5_OF_ABC "  a'; yes | tr -d '\\n') | "
+                    "orvane digest --check - 2>&1"),
+              (outcome{3,
+                       "a: OK\n"
+                       "orvane: standard input: line 2: it is longer than 1048576 bytes\n",
+                       ""}));
 }
 
 TEST_F(digest_command, reports_a_list_that_cannot_be_used)
 {
-    EXPECT_EQ(checked(""), failed("list: it lists no file"));
-    EXPECT_EQ(checked("# none\n"), failed("list: it lists no file"));
-    // The name before the zero byte is a file.
-    EXPECT_EQ(checked(std::string(SHA256_OF_ABC "  a\0b\n", 70)),
-              failed("list: a zero byte is not of a text"));
+    EXPECT_EQ(checked(""), undetermined("list: no line is a digest and a file"));
+    EXPECT_EQ(checked("# none\n"), undetermined("list: no line is a digest and a file"));
+    EXPECT_EQ(checked("none\n", "--ignore-missing"),
+              (outcome{3, "",
+                       "orvane: list: line 1 is not a digest and a file\n"
+                       "orvane: list: no line is a digest and a file\n"}));
+    EXPECT_EQ(checked("none\n", "--status"), undetermined("list: no line is a digest and a file"));
     EXPECT_EQ(orvane({"digest", "--check", "/srv/missing"}),
-              failed("/srv/missing: No such file or directory"));
-    EXPECT_EQ(orvane({"digest", "--check", "/srv"}), failed("/srv: Is a directory"));
+              undetermined("/srv/missing: No such file or directory"));
+    EXPECT_EQ(orvane({"digest", "--check", "/srv"}), undetermined("/srv: Is a directory"));
 }
 
 TEST_F(digest_command, reads_a_list_from_a_pipe)
 {
     EXPECT_EQ(shell("md5sum a | orvane digest --check /dev/fd/0"), printed("a: OK\n"));
+    EXPECT_EQ(shell("md5sum a | orvane digest --check -"), printed("a: OK\n"));
+}
+
+TEST_F(digest_command, checks_standard_input_that_a_list_names)
+{
+    machine.file("/srv/list", MD5_OF_ABC "  a\n" MD5_OF_ABC "  -\n");
+    EXPECT_EQ(shell("printf abc | orvane digest --check list"), printed("a: OK\n-: OK\n"));
+    EXPECT_EQ(shell("printf abd | orvane digest --check list"),
+              (outcome{1, "a: OK\n-: FAILED\n", count("2", "1", "0") + "\n"}));
+    EXPECT_EQ(shell("orvane digest --check - <list"),
+              (outcome{3, "a: OK\n-: FAILED: the list is read from standard input\n",
+                       count("2", "0", "1") + "\n"}));
 }

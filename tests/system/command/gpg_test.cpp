@@ -2,6 +2,7 @@
 #include "command_machine.h"
 #include "gpg_machine.h"
 
+#include <filesystem>
 #include <string>
 
 namespace {
@@ -16,6 +17,12 @@ protected:
     {
         machine.file("/srv/output", "before");
         return orvane({"gpg", "verify", file, "--output", "/srv/output"});
+    }
+    [[nodiscard]] std::string fingerprint_of(const std::string &key)
+    {
+        const std::string listed = signers().gpg({"--with-colons", "--list-keys", key});
+        const std::string before = "\nfpr:::::::::";
+        return listed.substr(listed.find(before) + before.size(), 40);
     }
     [[nodiscard]] outcome encrypted(const std::string &text)
     {
@@ -61,8 +68,9 @@ TEST_F(gpg_command, writes_the_content_of_a_signed_file)
         EXPECT_EQ(verified_to_output(signed_file(content)), printed(""));
         EXPECT_EQ(machine.content("/srv/output"), content);
     }
-    EXPECT_EQ(verified_to_output(signed_file(every_byte(4097))),
-              failed("/srv/made: valid, but content of more than 4096 bytes is not handed over"));
+    EXPECT_EQ(
+        verified_to_output(signed_file(every_byte(4097))),
+        undetermined("/srv/made: valid, but content of more than 4096 bytes is not handed over"));
     EXPECT_EQ(machine.content("/srv/output"), "before");
     EXPECT_EQ(orvane({"gpg", "verify", "--output=-", signed_file()}), printed("hello\n"));
 }
@@ -70,26 +78,102 @@ TEST_F(gpg_command, writes_the_content_of_a_signed_file)
 TEST_F(gpg_command, reports_why_a_file_is_not_valid)
 {
     machine.file("/srv/plain", "hello\n");
-    EXPECT_EQ(verified("/srv/plain"), failed("/srv/plain: gpg cannot verify it"));
-    EXPECT_EQ(verified("/srv/b \n\x1b[31m"), failed("/srv/b   [31m: the file cannot be read"));
+    EXPECT_EQ(verified("/srv/plain"),
+              failed("/srv/plain: it is not OpenPGP or is damaged, or gpg fails"));
+    machine.file("/srv/empty", "");
+    EXPECT_EQ(verified("/srv/empty"),
+              failed("/srv/empty: it is not OpenPGP or is damaged, or gpg fails"));
+    EXPECT_EQ(verified(written_by_gpg("hello\n", {"--store"})),
+              failed("/srv/made: gpg finds no signature"));
 
     std::string text = machine.content(signed_file("hello\n", {"--clear-sign"}));
     text.replace(text.find("hello"), 5, "hallo");
     machine.file("/srv/altered", text);
-    EXPECT_EQ(verified_to_output("/srv/altered"),
-              failed("/srv/altered: the file was altered, or is a detached signature"));
+    EXPECT_EQ(verified_to_output("/srv/altered"), failed("/srv/altered: the file was altered"));
     EXPECT_EQ(machine.content("/srv/output"), "before");
 
     const std::string whole = machine.content(signed_file());
     machine.file("/srv/half", whole.substr(0, whole.size() / 2));
     EXPECT_TRUE(is_failure(verified("/srv/half")));
+}
 
+TEST_F(gpg_command, cannot_tell_of_a_file_that_it_cannot_read)
+{
+    EXPECT_EQ(verified("/srv/b \n\x1b[31m"),
+              undetermined("/srv/b   [31m: No such file or directory"));
+    EXPECT_EQ(verified("/srv"), undetermined("/srv: Is a directory"));
+    EXPECT_EQ(shell("mkfifo pipe; exec orvane gpg verify pipe"),
+              undetermined("pipe: the file cannot be read"));
+}
+
+TEST_F(gpg_command, asks_for_the_content_of_a_detached_signature)
+{
+    const outcome detached =
+        undetermined("/srv/made: a detached signature: give a file that carries its content");
+    EXPECT_EQ(verified(signed_file("hello\n", {"--detach-sign"})), detached);
+    EXPECT_EQ(verified(signed_file("hello\n", {"--armor", "--detach-sign"})), detached);
     make_other_key();
-    const std::string by_other = written_by_gpg("hello\n", {"-u", "other", "--sign"});
-    EXPECT_EQ(verified(by_other),
-              failed("/srv/made: the key store does not have the key, or cannot be used"));
-    import_for_user("other");
-    EXPECT_EQ(verified(by_other), failed("/srv/made: a signature is by another key"));
+    EXPECT_EQ(verified(written_by_gpg("hello\n", {"-u", "other", "--detach-sign"})), detached);
+    EXPECT_EQ(verified(signed_file("hello\n", {"-u", "other", "--detach-sign"})), detached);
+    machine.file("/srv/made", "Signature of hello:\n" +
+                                  machine.content(signed_file("hello\n", {"-ab"})) + "End\n");
+    EXPECT_EQ(verified("/srv/made"), detached);
+}
+
+// Packets with a detached signature among them, and lengths that no file has.
+TEST_F(gpg_command, takes_no_damaged_file_for_a_detached_signature)
+{
+    const std::string signature = machine.content(signed_file("hello\n", {"--detach-sign"}));
+    const std::string whole = machine.content(signed_file("hello\n", {"-z0", "--sign"}));
+    for (const std::string &bytes :
+         {signature.substr(0, signature.size() - 1), signature + "x", signature + whole,
+          std::string("\x88"), std::string("\x89\x01"), std::string("\x8b") + "x",
+          std::string("\x8a\xff\xff\xff\xff"), std::string("\xc2"), std::string("\xc2\xc0"),
+          std::string("\xc2\xe1xx"), std::string("\xc2\xff\xff\xff\xff\xff")}) {
+        machine.file("/srv/damaged", bytes);
+        const outcome result = verified("/srv/damaged");
+        EXPECT_NE(result.status, 0) << result;
+        EXPECT_EQ(result.error.find("detached"), std::string::npos) << result;
+    }
+}
+
+TEST_F(gpg_command, names_the_key_of_another_signer_and_its_own)
+{
+    make_other_key();
+    const outcome other = failed("/srv/made: signed by " + fingerprint_of("other") +
+                                 ", not by the built-in key " + fingerprint());
+    const texts forms[] = {
+        {"--sign"},
+        {"--armor", "--sign"},
+        {"--clear-sign"},
+        {"-z0", "--sign"},
+        {"--compress-algo", "zlib", "--sign"},
+        {"--compress-algo", "bzip2", "--sign"},
+    };
+    for (const bool is_known : {false, true}) {
+        for (const texts &form : forms)
+            EXPECT_EQ(verified(written_by_gpg("hello\n", texts{"-u", "other"} + form)), other)
+                << testing::PrintToString(form);
+        if (!is_known)
+            import_for_user("other");
+    }
+    EXPECT_EQ(verified(signed_file("hello\n", {"-u", "other", "--sign"})), other);
+}
+
+TEST_F(gpg_command, changes_nothing_to_name_another_signer)
+{
+    make_other_key();
+    const std::string by_other =
+        machine.content(written_by_gpg("hello\n", {"-u", "other", "--sign"}));
+    for (const std::string name : {"-", "-x", "--help", "a \n\x1b[31m", "$(touch done)", "x.sig"}) {
+        machine.file("/srv/" + name, by_other);
+        const outcome result = shell("exec orvane gpg verify -- '" + name + "'");
+        EXPECT_EQ(result.status, 1) << result;
+        EXPECT_NE(result.error.find(fingerprint_of("other")), std::string::npos) << result;
+    }
+    EXPECT_FALSE(std::filesystem::exists("/srv/done"));
+    EXPECT_FALSE(user.has("other"));
+    EXPECT_TRUE(user.has(fingerprint()));
 }
 
 TEST_F(gpg_command, encrypts_standard_input_to_the_built_in_key)
@@ -113,65 +197,90 @@ TEST_F(gpg_command, writes_no_message_of_what_it_cannot_encrypt)
 {
     machine.file("/srv/output", "before");
     EXPECT_EQ(shell("printf 'a\\0b' | orvane gpg encrypt --output output"),
-              failed("standard input: a zero byte is not of a text"));
+              undetermined("standard input: a zero byte is not of a text"));
     EXPECT_EQ(shell("orvane gpg encrypt --output output </srv"),
-              failed("standard input: Is a directory"));
+              undetermined("standard input: Is a directory"));
     EXPECT_EQ(shell("printf text | GNUPGHOME=/missing orvane gpg encrypt --output output"),
-              failed("standard input: the key store does not have the key, or cannot be used"));
+              undetermined("standard input: the key store /missing: No such file or directory"));
     EXPECT_EQ(machine.content("/srv/output"), "before");
 }
 
+TEST_F(gpg_command, cannot_tell_without_a_key_store)
+{
+    const std::string file = signed_file();
+    EXPECT_EQ(shell("GNUPGHOME=/missing exec orvane gpg verify " + file),
+              undetermined("/srv/made: the key store /missing: No such file or directory"));
+    EXPECT_EQ(shell("unset GNUPGHOME; HOME=/missing exec orvane gpg verify " + file),
+              undetermined("/srv/made: the key store /missing/.gnupg: No such file or directory"));
+    use_read_only_key_store();
+    EXPECT_EQ(verified(file),
+              undetermined("/srv/made: the key store /srv/keys: Read-only file system"));
+}
+
 // GPGME looks for gpg once in a process.
-TEST_F(gpg_command, fails_without_gpg)
+TEST_F(gpg_command, reports_that_gpg_is_not_installed)
 {
     const std::string file = signed_file();
     EXPECT_EQ(shell("PATH=/opt/orvane/bin orvane gpg verify " + file),
-              failed("/srv/made: gpg cannot verify it"));
+              undetermined("/srv/made: gpg is not installed"));
     EXPECT_EQ(shell("echo text | PATH=/opt/orvane/bin orvane gpg encrypt"),
-              failed("standard input: the key store does not have the key, or cannot be used"));
+              undetermined("standard input: gpg is not installed"));
 }
 
 TEST_F(gpg_results, have_messages)
 {
     const struct {
+        int status;
         const char *number;
         const char *message;
     } results[] = {
-        {"1", "gpg cannot verify it"},
-        {"14", "the key store does not have the key, or cannot be used"},
-        {"15", "the clock is earlier than the key"},
-        {"16", "GPGME cannot be set up"},
-        {"44", "GPGME does not take the text"},
-        {"45", "gpg cannot encrypt it, or the key expired or was revoked"},
-        {"46", "a signature is by another key"},
-        {"49", "the file cannot be read"},
-        {"50", "the file was altered, or is a detached signature"},
-        {"51", "the signature is bad"},
-        {"52", "the signature is not valid or expired, or its key expired or was revoked"},
-        {"53", "gpg finds no signature, or cannot use the key store"},
-        {"59", "the length is not a multiple of 4"},
-        {"60", "a character is not of base64"},
-        {"61", "a \"=\" is out of place"},
-        {"62", "there is nothing to encode"},
-        {"63", "there is nothing to decode"},
-        {"64", "a character is neither of base64 nor \"%\""},
-        {"65", "there is nothing to convert"},
-        {"66", "a \"%\" is not followed by 2B, 2F or 3D"},
-        {"67", "there is nothing to convert"},
-        {"100", "GPGME has no memory for the result"},
-        {"4711", "the library gives a result that is not known"},
+        {1, "1", "it is not OpenPGP or is damaged, or gpg fails"},
+        {3, "14", "the key store does not have the key, or cannot be used"},
+        {3, "15", "the clock is earlier than the key"},
+        {3, "16", "GPGME cannot be set up"},
+        {3, "44", "GPGME does not take the text"},
+        {3, "45", "gpg cannot encrypt it, or the key expired or was revoked"},
+        {1, "50", "the file was altered"},
+        {1, "51", "the signature is bad"},
+        {1, "52", "the signature is not valid or expired, or its key expired or was revoked"},
+        {1, "53", "gpg finds no signature"},
+        {1, "59", "the length is not a multiple of 4"},
+        {1, "60", "a character is not of base64"},
+        {1, "61", "a \"=\" is out of place"},
+        {1, "62", "there is nothing to encode"},
+        {1, "63", "there is nothing to decode"},
+        {1, "64", "a character is neither of base64 nor \"%\""},
+        {1, "65", "there is nothing to convert"},
+        {1, "66", "a \"%\" is not followed by 2B, 2F or 3D"},
+        {1, "67", "there is nothing to convert"},
+        {3, "100", "GPGME has no memory for the result"},
+        {3, "4711", "the library gives a result that is not known"},
     };
     machine.file("/srv/output", "before");
-    for (const auto &[number, message] : results) {
-        const std::string result = std::string("RESULT=") + number;
+    for (const auto &[status, number, message] : results) {
+        const std::string result = std::string("GNUPGHOME=/srv RESULT=") + number;
+        const auto reported = [status, message](const std::string &name) {
+            return outcome{status, "", "orvane: " + name + ": " + message + "\n"};
+        };
         EXPECT_EQ(preloaded("given_result", result, "gpg verify signed --output output"),
-                  failed(std::string("signed: ") + message));
+                  reported("signed"));
         for (const char *const words : {"gpg encrypt --output output", "base64 decode"})
-            EXPECT_EQ(preloaded("given_result", result, words),
-                      failed(std::string("standard input: ") + message))
+            EXPECT_EQ(preloaded("given_result", result, words), reported("standard input"))
                 << words;
     }
+    EXPECT_EQ(preloaded("given_result", "RESULT=49", "gpg verify list"),
+              undetermined("list: No such file or directory"));
     EXPECT_EQ(preloaded("given_result", "RESULT=0", "gpg encrypt --output output"),
-              failed("standard input: the message was not handed over"));
+              undetermined("standard input: the message was not handed over"));
     EXPECT_EQ(machine.content("/srv/output"), "before");
+}
+
+// As where gpg reports no signer any more.
+TEST_F(gpg_results, name_the_built_in_key_where_the_signer_is_not_known)
+{
+    const outcome result = preloaded("given_result", "RESULT=46", "gpg verify signed");
+    EXPECT_EQ(result.status, 1) << result;
+    EXPECT_TRUE(
+        result.error.starts_with("orvane: signed: signed by another key than the built-in key "))
+        << result;
 }

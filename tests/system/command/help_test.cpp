@@ -50,7 +50,7 @@ protected:
                                                 "Permanent HW addr: f4:8e:38:00:00:01\n");
         machine.tool("/usr/bin/lsblk", R"({"blockdevices": [{"name": "sda", "children": [)"
                                        R"({"name": "sda1", "mountpoint": "/"}]}]})");
-        machine.file("/etc/orvane/public.pem", public_key_2048);
+        machine.file("/srv/public.pem", public_key_2048);
         machine.file("/srv/licence.gpg", machine.content(signed_file("abc")));
     }
 
@@ -167,9 +167,9 @@ Subcommands:
   doctor         find what keeps this machine from answering, and how to mend it
   save           save the facts in a file, to compare with later
   compare        compare the facts with those that were saved
-  root-disk      print the disk that lsblk -J lists with the root file system
-  digest         check the digests of files
-  signature      check an RSA signature under the key in /etc/orvane/public.pem
+  root-disk      print the disk with the root file system
+  digest         print or check the digests of files
+  signature      check an RSA signature of a text
   gpg            verify or encrypt with the built-in GPG key
   base64         convert standard input to or from base64
   help           describe a subcommand, or the facts
@@ -267,11 +267,11 @@ Exit status:
   0  valid
   1  not valid
   2  wrong use
-  3  it cannot be told: no key, no gpg,
-     an unreadable file
+  3  it cannot be told: no gpg, no key
+     store, an unreadable file, a
+     detached signature
 
-More: docs/keys.md,
-      docs/troubleshooting.md
+More: docs/keys.md
 )";
     EXPECT_EQ(page_in(40, "gpg verify"), narrow);
     EXPECT_EQ(page_in(10, "gpg verify"), narrow);

@@ -128,12 +128,14 @@ TEST_F(standard_streams, are_checked_by_every_subcommand)
     for (const std::string &words :
          {std::string("show"), std::string("show --json"), std::string("show vendor"),
           std::string("--help"), digest, std::string("digest --check list"),
-          std::string("signature text signature"), gpg_verify, gpg_verify + " --output -",
-          std::string("base64 encode <abc"), std::string("base64 encode <large")}) {
+          std::string("digest md5 abc"), std::string("signature text signature"), gpg_verify,
+          gpg_verify + " --output -", std::string("base64 encode <abc"),
+          std::string("base64 encode <large")}) {
         EXPECT_EQ(shell("orvane " + words + " >/dev/full"),
-                  failed("standard output: No space left on device"))
+                  undetermined("standard output: No space left on device"))
             << words;
-        EXPECT_EQ(shell("orvane " + words + " >&-"), failed("standard output is closed")) << words;
+        EXPECT_EQ(shell("orvane " + words + " >&-"), undetermined("standard output is closed"))
+            << words;
     }
     const struct {
         std::string words;
@@ -148,6 +150,12 @@ TEST_F(standard_streams, are_checked_by_every_subcommand)
         EXPECT_EQ(shell("orvane " + words + " <&- 2>&-"), printed(output)) << words;
     EXPECT_EQ(shell("orvane base64 encode <&-"),
               failed("standard input: there is nothing to encode"));
+}
+
+TEST_F(standard_streams, are_checked_before_a_line_that_follows_on_standard_error)
+{
+    EXPECT_EQ(shell("orvane digest md5 abc missing abc >/dev/full"),
+              undetermined("standard output: No space left on device"));
 }
 
 TEST_F(standard_streams, end_the_command_with_their_reader)
@@ -177,7 +185,7 @@ TEST_F(output_file, leaves_no_other_file)
         shell("ulimit -f 1; LD_PRELOAD=/opt/preloads/given_result.so CONTENT=$(printf %01000d 0) "
               "ASAN_OPTIONS=verify_asan_link_order=0 "
               "exec orvane gpg verify signed --output directory/output"),
-        failed("directory/output: File too large"));
+        undetermined("directory/output: File too large"));
     EXPECT_EQ(machine.content("/srv/directory/output"), "hello\n");
     EXPECT_EQ(names_in("/srv/directory"), (texts{"output"}));
 }
@@ -255,12 +263,12 @@ TEST_F(output_file, is_as_before_where_it_cannot_be_written)
     machine.file("/srv/file", "before");
     machine.directory("/srv/directory");
     machine.link("/srv/circle", "circle");
-    EXPECT_EQ(written_to("/dev/full"), failed("/dev/full: No space left on device"));
-    EXPECT_EQ(written_to("/srv/directory"), failed("/srv/directory: Is a directory"));
+    EXPECT_EQ(written_to("/dev/full"), undetermined("/dev/full: No space left on device"));
+    EXPECT_EQ(written_to("/srv/directory"), undetermined("/srv/directory: Is a directory"));
     EXPECT_EQ(written_to("/srv/missing/output"),
-              failed("/srv/missing/output: No such file or directory"));
-    EXPECT_TRUE(is_failure(written_to("/srv/file/output")));
-    EXPECT_TRUE(is_failure(written_to("/srv/circle")));
+              undetermined("/srv/missing/output: No such file or directory"));
+    EXPECT_TRUE(is_failure(written_to("/srv/file/output"), 3));
+    EXPECT_TRUE(is_failure(written_to("/srv/circle"), 3));
     EXPECT_EQ(machine.content("/srv/file"), "before");
     EXPECT_EQ(fs::read_symlink("/srv/circle"), "circle");
     EXPECT_EQ(names_in("/srv/directory"), texts{});
@@ -273,7 +281,7 @@ TEST_F(output_file, is_as_before_where_it_cannot_be_written)
     machine.file("/srv/fixed/output", "before");
     machine.read_only("/srv/fixed");
     for (const std::string directory : {"/srv/full", "/srv/fixed"}) {
-        EXPECT_TRUE(is_failure(written_to(directory + "/output"))) << directory;
+        EXPECT_TRUE(is_failure(written_to(directory + "/output"), 3)) << directory;
         EXPECT_EQ(machine.content(directory + "/output"), "before");
     }
     EXPECT_EQ(names_in("/srv/full").size(), 2U);

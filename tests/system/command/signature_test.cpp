@@ -14,6 +14,13 @@ outcome refused(const std::string &reason)
     return failed("/srv/signature: no valid signature: " + reason);
 }
 
+constexpr char malformed[] = "\"-----BEGIN RSA PUBLIC KEY-----\" and a key in PEM are needed";
+
+outcome no_key(const std::string &file, const std::string &reason)
+{
+    return undetermined(file + ": no RSA public key: " + reason);
+}
+
 // A machine with a public key, and a text that its holder signed.
 class signature_command : public command_machine {
 protected:
@@ -28,6 +35,10 @@ protected:
     [[nodiscard]] outcome checked() const
     {
         return orvane({"signature", "/srv/text", "/srv/signature"});
+    }
+    [[nodiscard]] outcome checked_with_key(const std::string &key) const
+    {
+        return orvane({"signature", "/srv/text", "/srv/signature", "--key", key});
     }
     [[nodiscard]] outcome checked_text(const std::string &text)
     {
@@ -91,26 +102,53 @@ TEST_F(signature_command, refuses_what_does_not_match)
         EXPECT_EQ(checked_signature(text), refused("it is not base64"));
 }
 
-TEST_F(signature_command, reports_a_public_key_that_cannot_be_read)
+TEST_F(signature_command, cannot_tell_without_a_public_key)
 {
     machine.file("/etc/orvane/public.pem", "-----BEGIN PUBLIC KEY-----\n");
-    EXPECT_EQ(checked(), refused("Error reading public key from file: /etc/orvane/public.pem"));
+    EXPECT_EQ(checked(), no_key("/etc/orvane/public.pem", malformed));
     machine.remove("/etc/orvane/public.pem");
-    EXPECT_EQ(checked(), refused("Error opening public key file: /etc/orvane/public.pem"));
+    EXPECT_EQ(checked(), no_key("/etc/orvane/public.pem", "No such file or directory"));
+    EXPECT_EQ(checked_signature("?"), refused("it is not base64"));
+}
+
+TEST_F(signature_command, checks_under_a_given_key)
+{
+    machine.file("/srv/key.pem", public_key_3072);
+    EXPECT_EQ(checked_with_key("/srv/key.pem"), refused("it does not match the text"));
+    machine.file("/srv/signature", signature_3072);
+    EXPECT_EQ(checked_with_key("/srv/key.pem"), valid);
+    EXPECT_EQ(checked(), refused("it does not match the text"));
+    machine.remove("/etc/orvane/public.pem");
+    EXPECT_EQ(checked_with_key("/srv/key.pem"), valid);
+    EXPECT_EQ(shell("cd /; exec orvane signature --key=srv/key.pem srv/text srv/signature"),
+              printed("srv/text: valid\n"));
+}
+
+TEST_F(signature_command, cannot_tell_without_the_given_key)
+{
+    EXPECT_EQ(checked_with_key("/srv/missing"),
+              no_key("/srv/missing", "No such file or directory"));
+    EXPECT_EQ(checked_with_key("/srv"), no_key("/srv", "Is a directory"));
+    machine.file("/srv/key.pem", "");
+    EXPECT_EQ(checked_with_key("/srv/key.pem"), no_key("/srv/key.pem", malformed));
+    machine.file("/srv/key.pem", public_key_2048, 0600);
+    EXPECT_EQ(orvane({"signature", "--key", "/srv/key.pem", "/srv/text", "/srv/signature"},
+                     other_user::nobody),
+              no_key("/srv/key.pem", "Permission denied"));
 }
 
 TEST_F(signature_command, reports_a_file_that_is_no_text)
 {
     EXPECT_EQ(checked_signature(std::string(signature_2048) + std::string(1, '\0')),
-              failed("/srv/signature: a zero byte is not of a text"));
+              undetermined("/srv/signature: a zero byte is not of a text"));
     EXPECT_EQ(orvane({"signature", "/dev/zero", "/srv/signature"}),
-              failed("/dev/zero: a zero byte is not of a text"));
+              undetermined("/dev/zero: a zero byte is not of a text"));
     machine.remove("/srv/signature");
-    EXPECT_EQ(checked(), failed("/srv/signature: No such file or directory"));
+    EXPECT_EQ(checked(), undetermined("/srv/signature: No such file or directory"));
     EXPECT_EQ(checked_text(std::string(sample_text) + std::string(1, '\0') + "and this"),
-              failed("/srv/text: a zero byte is not of a text"));
+              undetermined("/srv/text: a zero byte is not of a text"));
     machine.remove("/srv/text");
-    EXPECT_EQ(checked(), failed("/srv/text: No such file or directory"));
+    EXPECT_EQ(checked(), undetermined("/srv/text: No such file or directory"));
     machine.directory("/srv/text");
-    EXPECT_EQ(checked(), failed("/srv/text: Is a directory"));
+    EXPECT_EQ(checked(), undetermined("/srv/text: Is a directory"));
 }

@@ -23,6 +23,7 @@ constexpr char sha256_of_large[] =
 constexpr char sha256_of_one_byte_less[] =
     "db1c8b00542f319ab452fcf272ff7b9013a1751e1e05c73bf64c4521f2baee63";
 
+constexpr char erasure[] = "\r\033[K";
 constexpr char bar_at_50[] = "\r[####################                    ]  50 %";
 // The bar at any state, drawn over itself from 0 % on and erased.
 const std::string any_bar =
@@ -63,6 +64,24 @@ protected:
         return bar;
     }
 
+    // The last that is written of the bar where this signal ends the command meanwhile.
+    [[nodiscard]] std::string end_of_bar(const std::string &signal)
+    {
+        const std::string reached = machine.scratch("reached");
+        machine.remove(reached);
+        check(::mkfifo(reached.c_str(), 0600), "mkfifo");
+        // A shell makes its background processes ignore SIGINT.
+        const outcome ended =
+            shell("env --default-signal=INT LD_PRELOAD=/opt/preloads/half_read.so "
+                  "ASAN_OPTIONS=verify_asan_link_order=0 REACHED=" +
+                  reached + " GO=" + reached + " orvane digest sha256 large " + sha256_of_large +
+                  " 2>" + standard_error.path() + " & : <" + reached + "; sleep 0.2; kill -" +
+                  signal + " $!; wait $!; kill -l $?");
+        EXPECT_EQ(ended.output, signal + "\n");
+        const std::string written = standard_error.text();
+        return written.substr(written.rfind('%') + 1);
+    }
+
     const terminal standard_error;
 };
 
@@ -84,10 +103,11 @@ TEST_F(on_terminal, shows_the_progress_of_each_large_file)
         {std::string("sha256 small ") + sha256_of_one_byte_less, printed("small: OK\n"), ""},
         {"sha256 large " + std::string(64, '0'),
          {1, "", ""},
-         any_bar + "orvane: large: the sha256 digest differs, or the file cannot be read to its "
-                   "end\n"},
+         any_bar + "orvane: large: the sha256 digest differs\n"},
+        {"sha256 large", printed(digits + "  large\n"), any_bar},
+        {"sha256 <large", printed(digits + "  -\n"), any_bar},
         {"--check list", printed("large: OK\nsmall: OK\nlarge: OK\n"), any_bar + any_bar},
-        {"sha256 missing " + digits, {1, "", ""}, "orvane: missing: No such file or directory\n"},
+        {"sha256 missing " + digits, {3, "", ""}, "orvane: missing: No such file or directory\n"},
     };
     for (const auto &[words, result, text] : cases) {
         EXPECT_EQ(digest(words), result) << words;
@@ -102,6 +122,38 @@ TEST_F(on_terminal, shows_how_much_of_the_file_is_read)
     machine.link("/srv/link", "large");
     for (const std::string words : {"sha256 large ", "sha256 link ", "sha256 /dev/stdin <large "})
         EXPECT_EQ(bar_at_half(words + sha256_of_large), bar_at_50) << words;
+}
+
+TEST_F(on_terminal, shows_a_bar_of_one_line_whatever_its_width)
+{
+    zeros("/srv/large", large);
+    const struct {
+        unsigned short columns;
+        std::string bar;
+    } widths[] = {
+        {49, "\r[####################                    ]  50 %"},
+        {48, "\r[###################                    ]  50 %"},
+        {20, "\r[#####      ]  50 %"},
+        {13, "\r[##  ]  50 %"},
+        {12, "\r 50 %"},
+        {6, "\r 50 %"},
+        {0, "\r[####################                    ]  50 %"}, // not known
+    };
+    for (const auto &[columns, bar] : widths) {
+        standard_error.set_width(columns);
+        EXPECT_EQ(bar_at_half("sha256 large " + std::string(sha256_of_large)), bar) << columns;
+    }
+    static_cast<void>(standard_error.text());
+    standard_error.set_width(5);
+    EXPECT_EQ(digest("sha256 large"), printed(std::string(sha256_of_large) + "  large\n"));
+    EXPECT_EQ(standard_error.text(), erasure);
+}
+
+TEST_F(on_terminal, keeps_nothing_of_the_bar_of_an_interrupted_command)
+{
+    zeros("/srv/large", large);
+    for (const std::string signal : {"INT", "TERM", "HUP"})
+        EXPECT_EQ(end_of_bar(signal), erasure) << signal;
 }
 
 TEST_F(on_terminal, shows_no_progress_of_a_pipe)
