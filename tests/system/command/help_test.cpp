@@ -277,9 +277,18 @@ More: docs/keys.md
     EXPECT_EQ(page_in(10, "gpg verify"), narrow);
 }
 
+TEST_F(help_on_terminal, has_two_blanks_between_the_columns)
+{
+    EXPECT_NE(page_in(40, "show").find("\n  --format=FORMAT\n                  table, json,"),
+              std::string::npos);
+    EXPECT_NE(page_in(42, "show").find("\n  --format=FORMAT\n                  table, json,"),
+              std::string::npos);
+    EXPECT_NE(page_in(43, "show").find("\n  --format=FORMAT  table, json,"), std::string::npos);
+}
+
 TEST_F(help_on_terminal, has_no_line_that_is_too_long)
 {
-    constexpr unsigned short widths[] = {40, 57, 80, 132};
+    constexpr unsigned short widths[] = {40, 49, 50, 57, 80, 132};
     for (const std::string &subcommand : subcommands) {
         for (const unsigned short columns : widths) {
             for (const std::string &line : lines_of(page_in(columns, subcommand))) {
