@@ -271,13 +271,14 @@ void print_comparisons(const comparisons &all, const std::vector<std::string> &m
         if (one.result == outcome::same)
             continue;
         const bool has_changed = one.result == outcome::changed;
-        lines += std::string(one.then.what->name) +
-                 (has_changed ? ": changed\n" : ": cannot be compared, for want of rights\n") +
-                 wrapped(value_then(one.then), "  then: ", "        ", output_columns()) +
-                 wrapped(value_now(one.now), "  now:  ", "        ", output_columns());
+        lines +=
+            std::string(one.then.what->name) +
+            (has_changed ? ": changed\n" : ": cannot be compared without the rights of root\n") +
+            wrapped(value_then(one.then), "  then: ", "        ", output_columns()) +
+            wrapped(value_now(one.now), "  now:  ", "        ", output_columns());
     }
     for (const std::string &meaning : meanings)
-        lines += wrapped("mostly means: " + meaning, "", "  ", output_columns());
+        lines += wrapped("this usually means: " + meaning, "", "  ", output_columns());
     print_text(lines.empty() ? "nothing has changed\n" : lines);
 }
 

@@ -81,7 +81,8 @@ int doctor(const query_options &options)
         print_text(printed(lacks_in_json(lacks)) + "\n");
     } else {
         for (const lack &one : lacks)
-            print_line(remedy(one) + ": " + one.why + ": " + joined(one.facts, ", "));
+            print_line(remedy(one) + ": needed for " + joined(one.facts, ", ") +
+                       (one.tool.empty() ? "" : " (" + one.why + ")"));
         if (lacks.empty())
             print_line("nothing is missing");
     }

@@ -53,7 +53,7 @@ std::string words_for_result(const step &one)
         return one.text + (result == reasons::device_missing.code ? ": there is no such device"
                                                                   : ": no block device");
     if (result == reasons::form_not_followed.code)
-        return one.text + ": this form is not followed";
+        return one.text + ": this form of root= is not known";
     return one.text.empty() ? "no answer" : one.text;
 }
 
@@ -128,9 +128,9 @@ std::string words_for(const stability &lasts)
         const char *event;
     } events[] = {{lasts.reboot, "reboot"},
                   {lasts.reinstall, "reinstallation"},
-                  {lasts.disk_change, "another disk"},
+                  {lasts.disk_change, "replacing the disk"},
                   {lasts.docking, "docking"},
-                  {lasts.cloning, "the disk's copy in another machine"}};
+                  {lasts.cloning, "copying the disk to another machine"}};
     std::string text;
     for (const change what : {change::same, change::may_change, change::changes}) {
         std::string names;
@@ -166,7 +166,8 @@ std::string explained(const finding &one)
     if (is_known(one)) {
         lines += paragraph("Source:", one.source);
         if (one.what->is_identity && !is_usable_as_identity(one))
-            lines += paragraph("Note:", "many machines have this value: it identifies none.");
+            lines +=
+                paragraph("Note:", "many machines have this value, so it identifies none of them.");
     } else {
         lines += paragraph("Reason:", explanation_of(one) + " (" + one.why->code + ").");
         lines += paragraph("What to do:", advice_on(one) + ".");

@@ -136,6 +136,8 @@ std::string explanation_of(const finding &one)
 
 std::string advice_on(const finding &one)
 {
+    if (one.why == &reasons::permission_denied && ::geteuid() == 0)
+        return "give the process the capabilities and devices that SECURITY.md lists";
     std::string text = one.why->advice;
     constexpr std::string_view package = "{package}";
     if (const std::size_t at = text.find(package); at != std::string::npos)

@@ -29,7 +29,7 @@ constexpr help_page pages[] = {
         .success = "valid, or known",
         .negative = "not valid, or no answer",
         .undetermined = "no key, no gpg, an unreadable file, no permission",
-        .more = "docs/facts.md, docs/troubleshooting.md, docs/limits.md",
+        .more = "orvane help facts, docs/troubleshooting.md, docs/limits.md",
     },
     {
         .subcommand = "show",
@@ -51,9 +51,9 @@ constexpr help_page pages[] = {
                      {"orvane show --require disk,mac",
                       "Show all facts, and fail unless these two are known."}},
         .success = "shown",
-        .negative = "a named or required fact has no answer",
-        .undetermined = "a named or required fact needs root, or a tool that is missing",
-        .more = "docs/facts.md, docs/troubleshooting.md",
+        .negative = "a named fact has no answer, or a required one is not known",
+        .undetermined = "a named fact needs root, or a tool that is missing",
+        .more = "orvane help facts, docs/troubleshooting.md",
     },
     {
         .subcommand = "explain",
@@ -67,7 +67,7 @@ constexpr help_page pages[] = {
         .success = "explained, and each named fact is known",
         .negative = "a named fact has no answer",
         .undetermined = "a named fact needs root, or a tool that is missing",
-        .more = "docs/facts.md, docs/troubleshooting.md",
+        .more = "orvane help facts, docs/troubleshooting.md",
     },
     {
         .subcommand = "doctor",
@@ -77,7 +77,6 @@ constexpr help_page pages[] = {
         .examples = {{"orvane doctor", "Examine this machine."}},
         .success = "nothing is in the way",
         .negative = "something is in the way",
-        .undetermined = "no permission",
     },
     {
         .subcommand = "save",

@@ -31,8 +31,8 @@ std::string table_of_facts()
 
 std::string table_of_stability()
 {
-    std::string lines = row({"Fact", "Reboot", "Reinstallation", "Another disk", "Docking",
-                             "The disk's copy in another machine"}) +
+    std::string lines = row({"Fact", "Reboot", "Reinstallation", "Replacing the disk", "Docking",
+                             "Copying the disk to another machine"}) +
                         row({"---", "---", "---", "---", "---", "---"});
     for (const fact &one : all_facts())
         lines += row({std::string("`") + one.name + "`", words_for(one.lasts.reboot),

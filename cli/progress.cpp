@@ -52,12 +52,13 @@ off_t position_in(const struct stat &file)
     return position;
 }
 
-// In the last column of a terminal a line might wrap, and could not be erased then.
+// A line that wraps cannot be erased: it ends before the last column, and leaves place for the "^C"
+// by which the terminal shows an interrupt.
 int free_columns()
 {
     struct winsize size = {};
     const bool is_known = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return (is_known ? size.ws_col : usual_columns) - 1;
+    return (is_known ? size.ws_col : usual_columns) - 3;
 }
 
 void draw(off_t position, off_t size)

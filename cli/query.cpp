@@ -33,6 +33,6 @@ int status_of_all(const findings &found)
 std::string missing_line(const finding &one)
 {
     return std::string(one.what->name) + ": " + words_for(status_of(one)) + ": " +
-           explanation_of(one) + ": " + advice_on(one) + " (see orvane explain " + one.what->name +
+           explanation_of(one) + "; " + advice_on(one) + " (see orvane explain " + one.what->name +
            ")";
 }

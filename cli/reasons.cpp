@@ -14,13 +14,13 @@ constexpr reason tool_missing = {"tool-missing", fact_status::not_determinable,
                                  "the tool that could answer is not installed",
                                  "install the package {package}"};
 constexpr reason tool_failed = {"tool-failed", fact_status::not_determinable,
-                                "the tool that could answer printed nothing of use",
-                                "run the command line that is shown and see what it reports"};
+                                "the tools that could answer print no model and serial number",
+                                "run the command line that is shown, and read what it reports"};
 constexpr reason file_absent = {"file-absent", fact_status::absent,
-                                "there is no such file on this machine",
-                                "nothing: the machine does not have it"};
+                                "the file that would hold it is not on this machine",
+                                "nothing, because this machine does not have it"};
 constexpr reason no_firmware_tables = {"no-firmware-tables", fact_status::absent,
-                                       "the firmware has no DMI tables",
+                                       "the kernel shows no DMI tables",
                                        "use the disk or the MAC address"};
 constexpr reason not_in_firmware = {"not-in-firmware", fact_status::absent,
                                     "the firmware's tables do not have it", "use another fact"};
@@ -31,22 +31,24 @@ constexpr reason placeholder = {"placeholder", fact_status::refused,
                                 "use another fact, or have the board's maker set it"};
 constexpr reason not_a_block_device = {
     "not-a-block-device", fact_status::absent, "the root file system is on no block device",
-    "query the machine outside of the container, or use another fact"};
+    "run the command on the host where this is a container, or use another fact"};
 constexpr reason device_missing = {
     "device-missing", fact_status::not_determinable, "a device has no node in /dev",
     "see that udev makes the node, or boot with root=/dev/... or root=UUID=..."};
 constexpr reason form_not_followed = {"form-not-followed", fact_status::not_determinable,
-                                      "this form of root= is not followed",
+                                      "this form of root= is not known",
                                       "boot with root=/dev/..., root=UUID=... or root=LABEL=..."};
 constexpr reason mapping_not_followed = {
-    "mapping-not-followed", fact_status::not_determinable, "encryption or a mapping hides the disk",
-    "query the device below it, which is shown, with harddisk_id()"};
+    "mapping-not-followed", fact_status::not_determinable,
+    "the disk below the encryption or the mapping is not found",
+    "read the disk below it, which is shown, with smartctl -i"};
 constexpr reason several_devices = {"several-devices", fact_status::not_determinable,
                                     "the root device stands on several devices",
-                                    "query its devices, which are shown, with harddisk_id()"};
-constexpr reason array_not_followed = {"array-not-followed", fact_status::not_determinable,
-                                       "a software RAID array is not followed to its members",
-                                       "query its members, which are shown, with harddisk_id()"};
+                                    "read each of its devices, which are shown, with smartctl -i"};
+constexpr reason array_not_followed = {
+    "array-not-followed", fact_status::not_determinable,
+    "a software RAID array is not followed to its members",
+    "read its members, which are shown, with smartctl -i, or use another fact"};
 constexpr reason disk_unsupported = {"disk-unsupported", fact_status::not_determinable,
                                      "the disk answers neither the identify request nor smartctl",
                                      "use the system UUID or the MAC address"};
@@ -59,7 +61,7 @@ constexpr reason no_interface = {"no-interface", fact_status::absent,
 constexpr reason usb_adapter = {
     "usb-adapter", fact_status::not_determinable,
     "an interface on the USB bus comes first, where the search ends",
-    "name the adapter so that it does not count, such as usb0 (see systemd.link)"};
+    "name the adapter so that it does not count, such as dock0 (see systemd.link)"};
 constexpr reason no_device_behind = {
     "no-device-behind", fact_status::not_determinable,
     "an interface without a device comes first, where the search ends",

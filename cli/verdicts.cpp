@@ -478,7 +478,8 @@ void explain_logical_volume(finding &one)
 {
     if (step *const volume = find(one.steps, "is_logical_volume")) {
         const bool is_volume = volume->text != "0";
-        volume->text = is_volume ? "LVM's tools are run for it" : "it is no logical volume";
+        volume->text =
+            is_volume ? "it may be one, so LVM's tools are run" : "it is no logical volume";
         for (step &tool : volume->below)
             tool.text = tool.text.empty() ? "" : "\"" + tool.text + "\"";
     }

@@ -64,25 +64,29 @@ TEST_F(compare_command, names_what_changed_with_its_sources)
 {
     save();
     disk("S999");
-    EXPECT_EQ(compared(),
-              (outcome{1,
-                       "disk: changed\n"
-                       "  then: Fast-Disk-1_S123 (/sys/block/nvme0n1/device/serial)\n"
-                       "  now:  Fast-Disk-1_S999 (/sys/block/nvme0n1/device/serial)\n"
-                       "mostly means: disk: the disk was replaced, or the root file system was "
-                       "moved\n",
-                       ""}));
+    EXPECT_EQ(
+        compared(),
+        (outcome{1,
+                 "disk: changed\n"
+                 "  then: Fast-Disk-1_S123 (/sys/block/nvme0n1/device/serial)\n"
+                 "  now:  Fast-Disk-1_S999 (/sys/block/nvme0n1/device/serial)\n"
+                 "this usually means: disk: the disk was replaced, or the root file system was "
+                 "moved\n",
+                 ""}));
 }
 
 TEST_F(compare_command, tells_a_new_mainboard_from_a_clone)
 {
     save();
     uuid("00000000-1111-2222-3333-444444444444");
-    expect_change({"mostly means: the same disk is in another machine, or the mainboard was"});
+    expect_change(
+        {"this usually means: the same disk is in another machine, or the mainboard was"});
     disk("S999");
-    expect_change({"mostly means: this is another machine with another disk: the system was"});
+    expect_change(
+        {"this usually means: this is another machine with another disk: the system was"});
     vendor("QEMU");
-    expect_change({"mostly means: this is a virtual machine now: the system was virtualised"});
+    expect_change(
+        {"this usually means: this is a virtual machine now: the system was virtualised"});
 }
 
 TEST_F(compare_command, names_a_tool_that_was_removed)
@@ -94,7 +98,7 @@ TEST_F(compare_command, names_a_tool_that_was_removed)
     machine.remove("/usr/sbin/smartctl");
     expect_change({"disk: changed\n  then: A_B (/usr/sbin/smartctl -i /dev/sda2)\n"
                    "  now:  no answer (tool-missing)\n",
-                   "mostly means: disk: a tool was removed: /usr/sbin/smartctl\n"});
+                   "this usually means: disk: a tool was removed: /usr/sbin/smartctl\n"});
 }
 
 TEST_F(compare_command, cannot_compare_what_another_user_may_not_read)
@@ -102,8 +106,9 @@ TEST_F(compare_command, cannot_compare_what_another_user_may_not_read)
     save();
     const outcome result = compared(ordinary_user);
     EXPECT_EQ(result.status, 3);
-    EXPECT_TRUE(result.output.starts_with("system_uuid: cannot be compared, for want of rights\n"
-                                          "  then: 4c4c4544-0042-3510-8052-b4c04f4d3132\n"))
+    EXPECT_TRUE(
+        result.output.starts_with("system_uuid: cannot be compared without the rights of root\n"
+                                  "  then: 4c4c4544-0042-3510-8052-b4c04f4d3132\n"))
         << result;
 }
 

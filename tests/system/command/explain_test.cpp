@@ -60,30 +60,31 @@ TEST_F(explain_command, names_the_source_that_answered_and_those_that_were_not_q
                       "├─/sys/class/dmi/id/sys_vendor: Acme Inc.\n"
                       "└─/usr/sbin/dmidecode: not queried: an earlier source answered\n"
                       "  Source: /sys/class/dmi/id/sys_vendor\n"
-                      "  Stability: the same after reboot, reinstallation, another disk, docking; "
-                      "may\n"
-                      "      change after the disk's copy in another machine.\n"));
+                      "  Stability: the same after reboot, reinstallation, replacing the disk, "
+                      "docking;\n"
+                      "      may change after copying the disk to another machine.\n"));
 }
 
 TEST_F(explain_command, names_what_each_source_returned_where_none_answers)
 {
     const std::string placeholder = "03000200-0400-0500-0006-000700080009";
     machine.file("/sys/devices/virtual/dmi/id/product_uuid", placeholder + "\n");
-    EXPECT_EQ(explained("system_uuid"),
-              (outcome{1,
-                       "system_uuid: refused\n"
-                       "├─/sys/devices/virtual/dmi/id/product_uuid:\n│   " +
-                           placeholder +
-                           ": a placeholder, refused\n"
-                           "└─/usr/sbin/dmidecode: not installed (package dmidecode)\n"
-                           "  Reason: the firmware holds a placeholder that many machines share\n"
-                           "      (placeholder).\n"
-                           "  What to do: use another fact, or have the board's maker set it.\n"
-                           "  More: docs/troubleshooting.md#placeholder\n"
-                           "  Stability: the same after reboot, reinstallation, another disk, "
-                           "docking;\n"
-                           "      changes after the disk's copy in another machine.\n",
-                       ""}));
+    EXPECT_EQ(
+        explained("system_uuid"),
+        (outcome{1,
+                 "system_uuid: refused\n"
+                 "├─/sys/devices/virtual/dmi/id/product_uuid:\n│   " +
+                     placeholder +
+                     ": a placeholder, refused\n"
+                     "└─/usr/sbin/dmidecode: not installed (package dmidecode)\n"
+                     "  Reason: the firmware holds a placeholder that many machines share\n"
+                     "      (placeholder).\n"
+                     "  What to do: use another fact, or have the board's maker set it.\n"
+                     "  More: docs/troubleshooting.md#placeholder\n"
+                     "  Stability: the same after reboot, reinstallation, replacing the disk, "
+                     "docking;\n"
+                     "      changes after copying the disk to another machine.\n",
+                 ""}));
 }
 
 TEST_F(explain_command, draws_the_way_to_the_disk_and_marks_where_it_ends)
@@ -91,13 +92,14 @@ TEST_F(explain_command, draws_the_way_to_the_disk_and_marks_where_it_ends)
     describe_encrypted_disk();
     const outcome disk = explained("disk");
     EXPECT_EQ(disk.status, 3);
-    EXPECT_NE(disk.output.find("/  file system ext4\n"
-                               "└─sda2_crypt  encryption\n"
-                               "  └─sda2  partition  <-- the way ends here\n"
-                               "    └─sda  disk\n"
-                               "  Reason: encryption or a mapping hides the disk "
-                               "(mapping-not-followed).\n"),
-              std::string::npos)
+    EXPECT_NE(
+        disk.output.find("/  file system ext4\n"
+                         "└─sda2_crypt  encryption\n"
+                         "  └─sda2  partition  <-- the way ends here\n"
+                         "    └─sda  disk\n"
+                         "  Reason: the disk below the encryption or the mapping is not found\n"
+                         "      (mapping-not-followed).\n"),
+        std::string::npos)
         << disk;
     EXPECT_NE(disk.output.find("├─harddisk_id_smartctl(\"/dev/mapper/sda2_crypt\"): no answer\n"
                                "│ └─/usr/sbin/smartctl -i /dev/dm-0: /dev/dm-0: Unable to detect "
@@ -171,9 +173,9 @@ TEST_F(explain_command, doctor_names_the_package_of_each_missing_tool)
     machine.file("/proc/mounts", "/dev/sda2 / ext4 rw 0 0\n");
     machine.block_device("/dev/sda2");
     const std::string missing =
-        "package smartmontools: /usr/sbin/smartctl is not installed: disk\n"
-        "package dmidecode: /usr/sbin/dmidecode is not installed: system_uuid, model, serial, "
-        "manufacturer, lenovo\n";
+        "package smartmontools: needed for disk (/usr/sbin/smartctl is not installed)\n"
+        "package dmidecode: needed for system_uuid, model, serial, manufacturer, lenovo "
+        "(/usr/sbin/dmidecode is not installed)\n";
     EXPECT_EQ(orvane({"doctor"}), (outcome{1, missing, ""}));
     EXPECT_NE(orvane({"doctor", "--json"})
                   .output.find("      \"package\": \"smartmontools\",\n"
@@ -198,8 +200,5 @@ TEST_F(explain_command, doctor_names_the_rights_that_are_missing)
     vendor("Acme\n");
     machine.file("/sys/class/dmi/id/product_sku", "0A1B\n");
     EXPECT_EQ(orvane({"doctor"}, ordinary_user),
-              (outcome{1,
-                       "root: root alone may read the source: system_uuid, serial, manufacturer, "
-                       "lenovo\n",
-                       ""}));
+              (outcome{1, "root: needed for system_uuid, serial, manufacturer, lenovo\n", ""}));
 }

@@ -230,12 +230,11 @@ Examples:
 
 Exit status:
   0  shown
-  1  a named or required fact has no answer
+  1  a named fact has no answer, or a required one is not known
   2  wrong use
-  3  it cannot be told: a named or required fact needs root, or a tool that is
-     missing
+  3  it cannot be told: a named fact needs root, or a tool that is missing
 
-More: docs/facts.md, docs/troubleshooting.md
+More: orvane help facts, docs/troubleshooting.md
 )");
 }
 

@@ -195,21 +195,21 @@ TEST_F(show_command, prints_one_value_alone)
 
 TEST_F(show_command, reports_in_one_line_why_a_fact_has_no_value)
 {
-    EXPECT_EQ(shown("vendor"), missing(1, "vendor",
-                                       "absent: the firmware has no DMI tables: use the disk or "
-                                       "the MAC address"));
+    EXPECT_EQ(shown("vendor"),
+              missing(1, "vendor",
+                      "absent: the kernel shows no DMI tables; use the disk or the MAC address"));
     vendor("\n");
     EXPECT_EQ(shown("vendor"),
-              missing(1, "vendor", "absent: the source holds an empty text: use another fact"));
+              missing(1, "vendor", "absent: the source holds an empty text; use another fact"));
     EXPECT_EQ(shown("model"),
               missing(3, "model",
-                      "not determinable here: /usr/sbin/dmidecode is not installed: install the "
+                      "not determinable here: /usr/sbin/dmidecode is not installed; install the "
                       "package dmidecode"));
     machine.file("/sys/devices/virtual/dmi/id/product_uuid",
                  "FFFFFFFF-FFFF-FFFF-FFFF-FFFFFFFFFFFF\n");
     EXPECT_EQ(shown("system_uuid"),
               missing(1, "system_uuid",
-                      "refused: the firmware holds a placeholder that many machines share: use "
+                      "refused: the firmware holds a placeholder that many machines share; use "
                       "another fact, or have the board's maker set it"));
 }
 
@@ -273,7 +273,7 @@ TEST_F(show_command, fails_where_a_required_fact_is_not_known)
     EXPECT_EQ(orvane({"show", "vendor", "--require", "vendor", "disk"}),
               (outcome{0, "Acme Inc.\n", ""}));
     outcome expected = missing(1, "manufacturer",
-                               "not determinable here: /usr/sbin/dmidecode is not installed: "
+                               "not determinable here: /usr/sbin/dmidecode is not installed; "
                                "install the package dmidecode");
     expected.output = "Acme Inc.\n";
     EXPECT_EQ(orvane({"show", "vendor", "--require", "disk,manufacturer"}), expected);
@@ -312,7 +312,7 @@ TEST_F(show_command, names_the_facts_for_which_root_is_needed)
               std::string::npos)
         << all;
     EXPECT_EQ(all.status, 0);
-    const std::string explanation = "needs root: root alone may read the source: run the command "
+    const std::string explanation = "needs root: root alone may read the source; run the command "
                                     "as root, with the capabilities that SECURITY.md lists";
     for (const std::string name : {"serial", "lenovo", "manufacturer"})
         EXPECT_EQ(shown(name, ordinary_user), missing(3, name, explanation));

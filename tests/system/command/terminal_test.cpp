@@ -131,12 +131,12 @@ TEST_F(on_terminal, shows_a_bar_of_one_line_whatever_its_width)
         unsigned short columns;
         std::string bar;
     } widths[] = {
-        {49, "\r[####################                    ]  50 %"},
-        {48, "\r[###################                    ]  50 %"},
-        {20, "\r[#####      ]  50 %"},
-        {13, "\r[##  ]  50 %"},
-        {12, "\r 50 %"},
-        {6, "\r 50 %"},
+        {51, "\r[####################                    ]  50 %"},
+        {50, "\r[###################                    ]  50 %"},
+        {22, "\r[#####      ]  50 %"},
+        {15, "\r[##  ]  50 %"},
+        {14, "\r 50 %"},
+        {8, "\r 50 %"},
         {0, "\r[####################                    ]  50 %"}, // not known
     };
     for (const auto &[columns, bar] : widths) {
@@ -144,7 +144,7 @@ TEST_F(on_terminal, shows_a_bar_of_one_line_whatever_its_width)
         EXPECT_EQ(bar_at_half("sha256 large " + std::string(sha256_of_large)), bar) << columns;
     }
     static_cast<void>(standard_error.text());
-    standard_error.set_width(5);
+    standard_error.set_width(7);
     EXPECT_EQ(digest("sha256 large"), printed(std::string(sha256_of_large) + "  large\n"));
     EXPECT_EQ(standard_error.text(), erasure);
 }
