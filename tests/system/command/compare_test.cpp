@@ -64,15 +64,14 @@ TEST_F(compare_command, names_what_changed_with_its_sources)
 {
     save();
     disk("S999");
-    EXPECT_EQ(
-        compared(),
-        (outcome{1,
-                 "disk: changed\n"
-                 "  then: Fast-Disk-1_S123 (/sys/block/nvme0n1/device/serial)\n"
-                 "  now:  Fast-Disk-1_S999 (/sys/block/nvme0n1/device/serial)\n"
-                 "this usually means: disk: the disk was replaced, or the root file system was "
-                 "moved\n",
-                 ""}));
+    EXPECT_EQ(compared(),
+              (outcome{1,
+                       "disk: changed\n"
+                       "  then: Fast-Disk-1_S123 (/sys/block/nvme0n1/device/serial)\n"
+                       "  now:  Fast-Disk-1_S999 (/sys/block/nvme0n1/device/serial)\n"
+                       "this usually means: disk: the disk was replaced, or the root file system "
+                       "was\n  moved\n",
+                       ""}));
 }
 
 TEST_F(compare_command, tells_a_new_mainboard_from_a_clone)
