@@ -148,7 +148,7 @@ std::string paragraph(const char *title, const std::string &text)
 {
     return text.empty()
                ? ""
-               : wrapped(text, std::string("  ") + title + " ", "      ", output_columns());
+               : wrapped(text, {std::string("  ") + title + " ", "      "}, output_columns());
 }
 
 std::string headline(const finding &one)
@@ -160,7 +160,7 @@ std::string headline(const finding &one)
 
 std::string explained(const finding &one)
 {
-    std::string lines = wrapped(headline(one), "", "  ", output_columns());
+    std::string lines = wrapped(headline(one), {"", "  "}, output_columns());
     add_branches(branches_in(one.steps), "", lines);
     lines += way_to_disk(one);
     if (is_known(one)) {

@@ -4,11 +4,9 @@
 #include "help.h"
 
 #include "help_page.h"
+#include "layout.h"
 
 #include <algorithm>
-
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 namespace {
 
@@ -235,16 +233,6 @@ constexpr help_page pages[] = {
     },
 };
 
-// Of standard output. Narrower than this nothing is readable.
-std::size_t width_of_terminal()
-{
-    constexpr unsigned short least = 40;
-    constexpr std::size_t elsewhere = 80;
-    winsize size = {};
-    const bool is_known = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return is_known ? std::max(size.ws_col, least) : elsewhere;
-}
-
 } // namespace
 
 std::string help_of(std::string_view subcommand)
@@ -252,5 +240,5 @@ std::string help_of(std::string_view subcommand)
     const help_page *const found =
         std::find_if(std::begin(pages), std::end(pages),
                      [&](const help_page &one) { return one.subcommand == subcommand; });
-    return lay_out(*found, pages, width_of_terminal());
+    return lay_out(*found, pages, output_columns());
 }

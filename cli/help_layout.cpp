@@ -3,6 +3,7 @@
 // The layout of a page of the help: paragraphs, and lists in two columns.
 #include "facts.h"
 #include "help_page.h"
+#include "layout.h"
 
 #include <algorithm>
 #include <cctype>
@@ -14,18 +15,6 @@ constexpr std::size_t indent = 2;
 constexpr std::size_t gap = 2; // between the columns
 constexpr std::size_t deep_indent = 6;
 constexpr std::size_t status_column = 5;
-
-// Takes a word from the start of the text. What stands in brackets is one word.
-std::string_view take_word(std::string_view &text)
-{
-    int depth = 0;
-    std::size_t size = 0;
-    for (; size < text.size() && (depth > 0 || text[size] != ' '); ++size)
-        depth += text[size] == '[' ? 1 : text[size] == ']' ? -1 : 0;
-    const std::string_view word = text.substr(0, size);
-    text.remove_prefix(std::min(size + 1, text.size()));
-    return word;
-}
 
 class lines {
 public:
@@ -45,22 +34,14 @@ public:
     // A paragraph that begins at the column. Lines that follow begin at another one. Where a line
     // is broken, `mark` stands at its end.
     void paragraph(std::string_view text, std::size_t column, std::size_t following,
-                   std::string_view mark = "")
+                   const char *mark = "")
     {
         pad_to(column);
-        for (bool is_first = true; !text.empty(); is_first = false) {
-            const std::string_view word = take_word(text);
-            const std::size_t reserved = text.empty() ? 0 : mark.size();
-            if (!is_first && this->column() + 1 + word.size() + reserved > width_) {
-                text_ += mark;
-                text_ += '\n';
-                pad_to(following);
-            } else if (!is_first) {
-                text_ += ' ';
-            }
-            text_ += word;
-        }
-        text_ += '\n';
+        const std::size_t start = text_.rfind('\n') + 1;
+        const std::string first = text_.substr(start);
+        text_.resize(start);
+        text_ +=
+            wrapped(std::string(text), {first, std::string(following, ' '), mark, true}, width_);
     }
 
     // A word, and what it stands for beside it, or below it where it is too long.

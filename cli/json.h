@@ -18,6 +18,8 @@ public:
     using object = std::vector<member>; // in the order in which they are printed
 
     json() = default; // null
+    // A document is written as the values that it has.
+    // NOLINTBEGIN(google-explicit-constructor)
     json(bool truth) : value_(truth) {}
     json(std::int64_t number) : value_(number) {}
     json(unsigned int number) : value_(std::int64_t{number}) {}
@@ -25,6 +27,7 @@ public:
     json(const char *text) : value_(std::string(text)) {}
     json(array elements) : value_(std::move(elements)) {}
     json(object members) : value_(std::move(members)) {}
+    // NOLINTEND(google-explicit-constructor)
 
     template <class Type> [[nodiscard]] const Type *as() const
     {

@@ -11,14 +11,32 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-unsigned int output_columns()
+namespace {
+
+// From the start of the text.
+std::string_view take_word(std::string_view &text, bool keeps_brackets)
 {
-    constexpr unsigned int usual = 80;
-    constexpr unsigned int least = 40;
+    int depth = 0;
+    std::size_t size = 0;
+    for (; size < text.size() && (depth > 0 || text[size] != ' '); ++size) {
+        if (keeps_brackets)
+            depth += text[size] == '[' ? 1 : text[size] == ']' ? -1 : 0;
+    }
+    const std::string_view word = text.substr(0, size);
+    text.remove_prefix(std::min(size + 1, text.size()));
+    return word;
+}
+
+} // namespace
+
+std::size_t output_columns()
+{
+    constexpr std::size_t usual = 80;
+    constexpr std::size_t least = 40;
     winsize size = {};
     if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
         return usual;
-    return std::max<unsigned int>(size.ws_col, least);
+    return std::max<std::size_t>(size.ws_col, least);
 }
 
 std::size_t columns_of(std::string_view text)
@@ -38,26 +56,25 @@ std::size_t columns_of(std::string_view text)
     return columns;
 }
 
-std::string wrapped(const std::string &words, const std::string &first, const std::string &others,
-                    unsigned int columns)
+std::string wrapped(const std::string &words, const wrapping &how, std::size_t columns)
 {
     const std::string plain = without_controls(words);
     std::string_view text = plain;
-    std::string lines = first;
-    std::size_t used = columns_of(first);
-    bool is_line_empty = true;
-    while (!text.empty()) {
-        const std::string_view word = text.substr(0, text.find(' '));
-        text.remove_prefix(std::min(word.size() + 1, text.size()));
+    std::string lines = how.first;
+    std::size_t used = columns_of(how.first);
+    for (bool is_line_empty = true; !text.empty(); is_line_empty = false) {
+        const std::string_view word = take_word(text, how.keeps_brackets);
         const std::size_t width = columns_of(word);
-        if (!is_line_empty && used + 1 + width > columns) {
-            lines.append("\n").append(others);
-            used = columns_of(others);
-            is_line_empty = true;
+        const std::size_t reserved = text.empty() ? 0 : std::strlen(how.mark);
+        if (!is_line_empty && used + 1 + width + reserved > columns) {
+            lines.append(how.mark).append("\n").append(how.others);
+            used = columns_of(how.others);
+        } else if (!is_line_empty) {
+            lines.append(" ");
+            ++used;
         }
-        lines.append(is_line_empty ? "" : " ").append(word);
-        used += width + (is_line_empty ? 0 : 1);
-        is_line_empty = false;
+        lines.append(word);
+        used += width;
     }
     return lines + "\n";
 }

@@ -42,3 +42,8 @@ observation observe(answer (*query)(), bool to_trace_log);
 
 // Records an event in a process that is observed; does nothing in any other.
 void record(event_kind kind, std::string_view subject, std::string_view text = {}, int error = 0);
+
+// For the functions that record.
+bool is_observed();
+bool is_trace_log_wanted();
+std::string new_errors(); // on standard error since the last time

@@ -6,33 +6,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace {
-
-// Files that a source of facts lies in. Others are the C library's and the tools' own.
-bool is_source(std::string_view path)
-{
-    constexpr std::string_view folders[] = {
-        "/proc/bootdevice/",         "/proc/cmdline",   "/proc/cpuinfo",
-        "/proc/net/bonding/",        "/sys/block/",     "/sys/class/dmi/",
-        "/sys/devices/virtual/dmi/", "/etc/os-release", "/usr/lib/os-release"};
-    return std::any_of(std::begin(folders), std::end(folders),
-                       [path](std::string_view folder) { return path.starts_with(folder); });
-}
-
-bool is_tool(std::string_view path)
-{
-    return path.starts_with("/usr/") || path.starts_with("/bin/") || path.starts_with("/sbin/");
-}
-
-const char *result_of_error(std::string_view path, int error)
-{
-    if (error == EACCES || error == EPERM)
-        return reasons::permission_denied.code;
-    if (error != ENOENT && error != ENOTDIR)
-        return results::no_answer;
-    return is_tool(path) ? reasons::tool_missing.code : reasons::file_absent.code;
-}
 
 constexpr std::string_view request = "identify request to ";
 
@@ -40,12 +16,6 @@ constexpr std::string_view request = "identify request to ";
 std::string as_call(const std::string &function, const std::string &argument)
 {
     return function + (argument.empty() ? "()" : "(\"" + argument + "\")");
-}
-
-// The value behind a label in a trace line.
-std::string behind(const std::string &line, std::string_view label)
-{
-    return line.substr(std::min(line.find(label) + label.size(), line.size()));
 }
 
 // The shell's words for a filter that is missing: "sh: 1: awk: not found".
@@ -231,79 +201,6 @@ void complete(std::vector<step> &steps)
     }
 }
 
-constexpr std::string_view found_interface = "found network interface device: ";
-constexpr std::string_view permanent_address = "permanent_mac: <";
-constexpr std::string_view slave_address = "Permanent HW addr: ";
-
-std::string up_to(const std::string &text, char end)
-{
-    return text.substr(0, text.find(end));
-}
-
-// The walk over the interfaces, from the lines that it leaves in the trace.
-class network_walk {
-public:
-    void add(const event &seen)
-    {
-        if (seen.kind == event_kind::traced)
-            add_line(seen.text);
-        else if (seen.kind == event_kind::opened && is_source(seen.subject))
-            steps_.push_back(
-                {seen.subject,
-                 seen.error == 0 ? results::no_answer : result_of_error(seen.subject, seen.error),
-                 seen.error == 0 ? "" : std::strerror(seen.error)});
-        else if (seen.kind == event_kind::read && is_source(seen.subject))
-            add_slave(seen.text);
-    }
-
-    std::vector<step> steps() { return std::move(steps_); }
-
-private:
-    void add_line(const std::string &line)
-    {
-        if (line.starts_with(found_interface)) {
-            name_ = up_to(line.substr(found_interface.size()), ',');
-            why_ = reasons::usb_adapter.code;
-            note_.clear();
-        } else if (line == "get stat error" || line == "is not link file") {
-            why_ = reasons::no_device_behind.code;
-        } else if (line == "get basename error" || line == "get real path error") {
-            why_ = reasons::tool_missing.code;
-        } else if (line.starts_with("Could not read permanent MAC.")) {
-            note_ = ": the driver reports no permanent address";
-        } else if (line.find(" mounted on the usb bus, ignore.") != std::string::npos) {
-            add_interface(why_, "the search ends here");
-        } else if (line.find(permanent_address) != std::string::npos) {
-            add_interface(results::answered, up_to(behind(line, permanent_address), '>') + note_);
-        }
-    }
-
-    // Each address of an interface is a step of the walk; one is enough to see.
-    void add_interface(const char *result, const std::string &text)
-    {
-        const bool is_there = std::any_of(steps_.begin(), steps_.end(), [&](const step &one) {
-            return one.source == name_ && one.result == result && one.text == text;
-        });
-        if (!is_there)
-            steps_.push_back({name_, result, text});
-    }
-
-    void add_slave(const std::string &line)
-    {
-        if (steps_.empty() || line.find(slave_address) == std::string::npos)
-            return;
-        step &report = steps_.back();
-        report.result = results::answered;
-        report.text +=
-            (report.text.empty() ? "" : ", ") + first_line_with_text(behind(line, slave_address));
-    }
-
-    std::vector<step> steps_;
-    std::string name_;
-    const char *why_ = reasons::usb_adapter.code;
-    std::string note_;
-};
-
 void add_leaves(const std::vector<step> &steps, std::vector<const step *> &leaves)
 {
     for (const step &one : steps) {
@@ -316,6 +213,37 @@ void add_leaves(const std::vector<step> &steps, std::vector<const step *> &leave
 
 } // namespace
 
+// Files that a source of facts lies in. Others are the C library's and the tools' own.
+bool is_source(std::string_view path)
+{
+    constexpr std::string_view folders[] = {
+        "/proc/bootdevice/",         "/proc/cmdline",   "/proc/cpuinfo",
+        "/proc/net/bonding/",        "/sys/block/",     "/sys/class/dmi/",
+        "/sys/devices/virtual/dmi/", "/etc/os-release", "/usr/lib/os-release"};
+    return std::any_of(std::begin(folders), std::end(folders),
+                       [path](std::string_view folder) { return path.starts_with(folder); });
+}
+
+bool is_tool(std::string_view path)
+{
+    return path.starts_with("/usr/") || path.starts_with("/bin/") || path.starts_with("/sbin/");
+}
+
+const char *result_of_error(std::string_view path, int error)
+{
+    if (error == EACCES || error == EPERM)
+        return reasons::permission_denied.code;
+    if (error != ENOENT && error != ENOTDIR)
+        return results::no_answer;
+    return is_tool(path) ? reasons::tool_missing.code : reasons::file_absent.code;
+}
+
+// The value behind a label in a trace line.
+std::string behind(const std::string &line, std::string_view label)
+{
+    return line.substr(std::min(line.find(label) + label.size(), line.size()));
+}
+
 std::vector<step> steps_in(const std::vector<event> &events)
 {
     tree_builder builder;
@@ -324,14 +252,6 @@ std::vector<step> steps_in(const std::vector<event> &events)
     std::vector<step> steps = builder.steps();
     complete(steps);
     return steps;
-}
-
-std::vector<step> network_steps_in(const std::vector<event> &events)
-{
-    network_walk walk;
-    for (const event &seen : events)
-        walk.add(seen);
-    return walk.steps();
 }
 
 std::vector<const step *> leaves_of(const std::vector<step> &steps)
@@ -358,6 +278,11 @@ const step *find_call(const std::vector<step> &steps, std::string_view function)
             return below;
     }
     return nullptr;
+}
+
+step *find_call(std::vector<step> &steps, std::string_view function)
+{
+    return const_cast<step *>(find_call(std::as_const(steps), function));
 }
 
 std::string first_line_with_text(std::string_view text)

@@ -28,6 +28,17 @@ std::vector<step> steps_in(const std::vector<event> &events);
 // The interfaces that a query of the network walked over, and the reports of bonds.
 std::vector<step> network_steps_in(const std::vector<event> &events);
 
+// Whether a file is one in which a source of facts lies, and not the C library's or a tool's own.
+bool is_source(std::string_view path);
+
+bool is_tool(std::string_view path);
+
+// The result of a source that cannot be opened or run.
+const char *result_of_error(std::string_view path, int error);
+
+// What stands behind a label in a line.
+std::string behind(const std::string &line, std::string_view label);
+
 // The steps that have none below, in their order.
 std::vector<const step *> leaves_of(const std::vector<step> &steps);
 
@@ -36,6 +47,7 @@ const step *last_with(const std::vector<step> &steps, std::string_view result);
 
 // The step of a call, such as "harddisk_id"; nullptr where it was not called.
 const step *find_call(const std::vector<step> &steps, std::string_view function);
+step *find_call(std::vector<step> &steps, std::string_view function);
 
 // The first line of a text that has anything in it, without blanks around it.
 std::string first_line_with_text(std::string_view text);

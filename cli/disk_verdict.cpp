@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+//
+// The disk of the root file system: what it stands on, and where the way to it ends.
+#include "verdicts.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include <unistd.h>
+
+namespace {
+
+using layers = storage_layers;
+
+bool has(const layers &below, layer_kind kind)
+{
+    return std::any_of(below.begin(), below.end(),
+                       [kind](const storage_layer &one) { return one.kind == kind; });
+}
+
+bool stand_on_no_identity(const layers &below)
+{
+    return std::any_of(below.begin(), below.end(), [](const storage_layer &one) {
+        return one.below.empty() && is_without_identity(one);
+    });
+}
+
+// The library knows the way from a mapping to one NVMe partition, and from a logical volume.
+bool is_followed(const storage_layer &top)
+{
+    if (top.kind == layer_kind::multipath)
+        return false;
+    const bool is_mapping = top.kind == layer_kind::encryption || top.kind == layer_kind::mapping;
+    return !is_mapping || (top.below.size() == 1 && top.below.front().starts_with("nvme"));
+}
+
+// What no tool and no right would change; nullptr where there is nothing such.
+const reason *reason_by_layers(const layers &below)
+{
+    if (below.empty())
+        return nullptr;
+    if (stand_on_no_identity(below))
+        return &reasons::disk_unsupported;
+    if (has(below, layer_kind::array))
+        return &reasons::array_not_followed;
+    if (is_followed(below.front()))
+        return nullptr;
+    return below.front().below.size() > 1 && below.front().kind != layer_kind::multipath
+               ? &reasons::several_devices
+               : &reasons::mapping_not_followed;
+}
+
+// The LVM tools name a physical volume that is a mapping itself, and whose name is not followed.
+bool ends_at_mapping(const finding &one)
+{
+    const step *const volume = find_call(one.steps, "harddisk_id_lvm");
+    const step *const disk =
+        volume != nullptr ? find_call(volume->below, "harddisk_id_smartctl") : nullptr;
+    return disk != nullptr && (disk->source.find("/dev/mapper/") != std::string::npos ||
+                               disk->source.find("/dev/dm-") != std::string::npos);
+}
+
+bool is_of_lvm(std::string_view tool)
+{
+    return tool.ends_with("/lvdisplay") || tool.ends_with("/pvdisplay") || tool.ends_with("/lsblk");
+}
+
+// The missing tools that would be of use for such a device.
+std::vector<std::string> useful_tools(const finding &one)
+{
+    const bool may_be_mapped = one.layers.empty() ? one.device.starts_with("/dev/mapper/")
+                                                  : !one.layers.front().below.empty();
+    const bool may_be_volume =
+        one.layers.empty() ? may_be_mapped : one.layers.front().kind == layer_kind::logical_volume;
+    std::vector<std::string> tools;
+    for (const step *const leaf : leaves_of(one.steps)) {
+        const std::string &tool = leaf->source;
+        const bool is_useful = is_of_lvm(tool)              ? may_be_volume
+                               : tool.ends_with("/dmsetup") ? may_be_mapped
+                                                            : true;
+        if (leaf->result == reasons::tool_missing.code && is_useful &&
+            std::find(tools.begin(), tools.end(), tool) == tools.end())
+            tools.push_back(tool);
+    }
+    return tools;
+}
+
+std::string output_of_smartctl(const finding &one)
+{
+    std::string output;
+    for (const step *const leaf : leaves_of(one.steps)) {
+        if (leaf->source.find("smartctl -i ") != std::string::npos)
+            output += leaf->output;
+    }
+    return output;
+}
+
+bool has_model(const std::string &report)
+{
+    constexpr const char *labels[] = {"Device Model:", "Model Number:", "Product:"};
+    return std::any_of(std::begin(labels), std::end(labels), [&report](const char *label) {
+        return report.find(label) != std::string::npos;
+    });
+}
+
+bool has_serial_number(const std::string &report)
+{
+    return report.find("Serial Number:") != std::string::npos ||
+           report.find("Serial number:") != std::string::npos;
+}
+
+// Whether the kernel refuses this user the device; the file's mode says so before any request.
+bool is_device_refused(const std::string &device)
+{
+    return ::access(device.c_str(), R_OK) != 0 && (errno == EACCES || errno == EPERM);
+}
+
+const reason &reason_by_smartctl(const finding &one)
+{
+    const std::string report = output_of_smartctl(one);
+    if (report.find("Unknown USB bridge") != std::string::npos)
+        return reasons::disk_unsupported;
+    return has_model(report) && !has_serial_number(report) ? reasons::no_serial_number
+                                                           : reasons::tool_failed;
+}
+
+// What a mapping stands on is known by name, and has no node.
+bool is_node_missing(const layers &below)
+{
+    if (below.empty() || below.front().below.size() != 1)
+        return false;
+    const storage_layer *const lower = find_layer(below, below.front().below.front());
+    return lower != nullptr && !exists(("/dev/" + lower->node).c_str());
+}
+
+const reason &reason_without_disk(finding &one)
+{
+    if (const reason *const why = reason_by_layers(one.layers))
+        return *why;
+    if (is_node_missing(one.layers))
+        return reasons::device_missing;
+    if (with(one, reasons::permission_denied) != nullptr || is_device_refused(one.device))
+        return reasons::permission_denied;
+    if (ends_at_mapping(one))
+        return reasons::mapping_not_followed;
+    one.missing_tools = useful_tools(one);
+    return one.missing_tools.empty() ? reason_by_smartctl(one) : reasons::tool_missing;
+}
+
+// Each answers for the next one, unless it is not reached.
+void add_unqueried_sources_of_disk(finding &one)
+{
+    constexpr const char *sources[] = {"harddisk_id", "harddisk_id_smartctl", "harddisk_id_lvm"};
+    const bool is_answered = is_text(one);
+    const bool is_no_volume = find_call(one.steps, "is_logical_volume") != nullptr;
+    for (const char *const source : sources) {
+        if (find_call(one.steps, source) != nullptr)
+            continue;
+        add_unqueried(one.steps, source,
+                      is_answered    ? earlier_one_answered
+                      : is_no_volume ? "the root device is no logical volume"
+                                     : "there is no root device");
+    }
+}
+
+void explain_logical_volume(finding &one)
+{
+    if (step *const volume = find_call(one.steps, "is_logical_volume")) {
+        const bool is_volume = volume->text != "0";
+        volume->text =
+            is_volume ? "it may be one, so LVM's tools are run" : "it is no logical volume";
+        for (step &tool : volume->below)
+            tool.text = tool.text.empty() ? "" : "\"" + tool.text + "\"";
+    }
+}
+
+} // namespace
+
+void judge_disk(finding &one)
+{
+    one.device = explain_root_device(one);
+    one.file_system = type_of_root();
+    one.layers = layers_of(one.device);
+    explain_logical_volume(one);
+    if (!is_text(one))
+        miss(one, one.device.empty() ? reason_without_root_device(one) : reason_without_disk(one));
+    add_unqueried_sources_of_disk(one);
+}
