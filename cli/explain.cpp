@@ -27,9 +27,9 @@ void add_branches(const std::vector<branch> &all, const std::string &before, std
         const bool is_last = &one == &all.back();
         const std::string past = before + (is_last ? drawn.past_last : drawn.past_middle);
         const bool has_below = !one.below.empty();
-        lines +=
-            wrapped(one.text, before + (is_last ? drawn.last : drawn.middle),
-                    past + (has_below ? drawn.past_middle : drawn.past_last), output_columns());
+        const wrapping how = {before + (is_last ? drawn.last : drawn.middle),
+                              past + (has_below ? drawn.past_middle : drawn.past_last)};
+        lines += wrapped(one.text, how, output_columns());
         add_branches(one.below, past, lines);
     }
 }
