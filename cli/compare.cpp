@@ -188,12 +188,11 @@ void print_comparisons(const comparisons &all, const std::vector<std::string> &m
     for (const comparison &one : all) {
         if (one.result == outcome::same)
             continue;
-        const bool has_changed = one.result == outcome::changed;
-        lines +=
-            std::string(one.then.what->name) +
-            (has_changed ? ": changed\n" : ": cannot be compared without the rights of root\n") +
-            wrapped(value_then(one.then), {"  then: ", "        "}, output_columns()) +
-            wrapped(value_now(one.now), {"  now:  ", "        "}, output_columns());
+        const bool is_change = one.result == outcome::changed;
+        lines += std::string(one.then.what->name) +
+                 (is_change ? ": changed\n" : ": cannot be compared without the rights of root\n") +
+                 wrapped(value_then(one.then), {"  then: ", "        "}, output_columns()) +
+                 wrapped(value_now(one.now), {"  now:  ", "        "}, output_columns());
     }
     for (const std::string &meaning : meanings)
         lines += wrapped("this usually means: " + meaning, {"", "  "}, output_columns());

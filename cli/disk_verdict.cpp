@@ -65,18 +65,32 @@ bool is_of_lvm(std::string_view tool)
     return tool.ends_with("/lvdisplay") || tool.ends_with("/pvdisplay") || tool.ends_with("/lsblk");
 }
 
+// dmsetup leads from a mapping to an NVMe partition or a whole disk, and no further.
+bool may_lead_to_disk(const finding &one)
+{
+    if (one.layers.empty())
+        return one.device.starts_with("/dev/mapper/");
+    const storage_layer &top = one.layers.front();
+    const storage_layer *const lower =
+        top.below.size() == 1 ? find_layer(one.layers, top.below.front()) : nullptr;
+    return lower != nullptr && top.kind != layer_kind::partition &&
+           (lower->kind == layer_kind::disk || lower->node.starts_with("nvme"));
+}
+
+bool may_be_volume(const finding &one)
+{
+    return one.layers.empty() ? one.device.starts_with("/dev/mapper/")
+                              : one.layers.front().kind == layer_kind::logical_volume;
+}
+
 // The missing tools that would be of use for such a device.
 std::vector<std::string> useful_tools(const finding &one)
 {
-    const bool may_be_mapped = one.layers.empty() ? one.device.starts_with("/dev/mapper/")
-                                                  : !one.layers.front().below.empty();
-    const bool may_be_volume =
-        one.layers.empty() ? may_be_mapped : one.layers.front().kind == layer_kind::logical_volume;
     std::vector<std::string> tools;
     for (const step *const leaf : leaves_of(one.steps)) {
         const std::string &tool = leaf->source;
-        const bool is_useful = is_of_lvm(tool)              ? may_be_volume
-                               : tool.ends_with("/dmsetup") ? may_be_mapped
+        const bool is_useful = is_of_lvm(tool)              ? may_be_volume(one)
+                               : tool.ends_with("/dmsetup") ? may_lead_to_disk(one)
                                                             : true;
         if (leaf->result == reasons::tool_missing.code && is_useful &&
             std::find(tools.begin(), tools.end(), tool) == tools.end())
@@ -151,21 +165,22 @@ const reason &reason_without_disk(finding &one)
 void add_unqueried_sources_of_disk(finding &one)
 {
     constexpr const char *sources[] = {"harddisk_id", "harddisk_id_smartctl", "harddisk_id_lvm"};
-    const bool is_answered = is_text(one);
+    const bool has_answer = is_text(one);
     const bool is_no_volume = find_call(one.steps, "is_logical_volume") != nullptr;
     for (const char *const source : sources) {
         if (find_call(one.steps, source) != nullptr)
             continue;
         add_unqueried(one.steps, source,
-                      is_answered    ? earlier_one_answered
+                      has_answer     ? earlier_one_answered
                       : is_no_volume ? "the root device is no logical volume"
                                      : "there is no root device");
     }
 }
 
-void explain_logical_volume(finding &one)
+// cppcheck-suppress constParameter ; one of the steps is changed
+void explain_logical_volume(std::vector<step> &steps)
 {
-    if (step *const volume = find_call(one.steps, "is_logical_volume")) {
+    if (step *const volume = find_call(steps, "is_logical_volume")) {
         const bool is_volume = volume->text != "0";
         volume->text =
             is_volume ? "it may be one, so LVM's tools are run" : "it is no logical volume";
@@ -181,8 +196,10 @@ void judge_disk(finding &one)
     one.device = explain_root_device(one);
     one.file_system = type_of_root();
     one.layers = layers_of(one.device);
-    explain_logical_volume(one);
-    if (!is_text(one))
-        miss(one, one.device.empty() ? reason_without_root_device(one) : reason_without_disk(one));
+    explain_logical_volume(one.steps);
+    if (!is_text(one) && one.device.empty())
+        miss_root_device(one);
+    else if (!is_text(one))
+        miss(one, reason_without_disk(one));
     add_unqueried_sources_of_disk(one);
 }

@@ -57,11 +57,11 @@ json lacks_in_json(const std::vector<lack> &lacks)
     json::array elements;
     for (const lack &one : lacks) {
         json object = json::object();
-        const bool is_tool = !one.tool.empty();
+        const bool is_of_tool = !one.tool.empty();
         object.add("reason",
-                   is_tool ? reasons::tool_missing.code : reasons::permission_denied.code);
-        object.add("tool", is_tool ? json(one.tool) : json());
-        object.add("package", is_tool ? json(package_of(one.tool)) : json());
+                   is_of_tool ? reasons::tool_missing.code : reasons::permission_denied.code);
+        object.add("tool", is_of_tool ? json(one.tool) : json());
+        object.add("package", is_of_tool ? json(package_of(one.tool)) : json());
         object.add("explanation", one.why);
         object.add("facts", json::array(one.facts.begin(), one.facts.end()));
         elements.push_back(std::move(object));

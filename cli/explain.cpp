@@ -75,12 +75,21 @@ bool speaks_of(const step &one, const storage_layer &layer)
             const std::size_t at = text->find("/" + name);
             const std::size_t end = at + 1 + name.size();
             if (at != std::string::npos &&
-                (end == text->size() || (*text)[end] == '/' || (*text)[end] == ',' ||
-                 (*text)[end] == ' ' || (*text)[end] == ':'))
+                (end == text->size() ||
+                 std::string_view("/, :\"").find((*text)[end]) != std::string::npos))
                 return true;
         }
     }
     return false;
+}
+
+bool is_reached(const finding &disk, const std::vector<step> &steps, const storage_layer &layer)
+{
+    return std::any_of(steps.begin(), steps.end(), [&](const step &one) {
+        const bool counts =
+            is_known(disk) ? one.source == disk.source : one.result != results::not_queried;
+        return (counts && speaks_of(one, layer)) || is_reached(disk, one.below, layer);
+    });
 }
 
 // The lowest layer that the answering source speaks of, or, without an answer, any source.
@@ -134,9 +143,9 @@ std::string words_for(const stability &lasts)
     std::string text;
     for (const change what : {change::same, change::may_change, change::changes}) {
         std::string names;
-        for (const auto &[becomes, event] : events) {
-            if (becomes == what)
-                names += (names.empty() ? "" : ", ") + std::string(event);
+        for (const auto &one : events) {
+            if (one.what == what)
+                names += (names.empty() ? "" : ", ") + std::string(one.event);
         }
         if (!names.empty())
             text += (text.empty() ? "" : "; ") + std::string(words_for(what)) + " after " + names;

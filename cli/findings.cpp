@@ -97,9 +97,9 @@ std::string package_of(const std::string &tool)
         {"/awk", "mawk"},
         {"/grep", "grep"},
     };
-    for (const auto &[name, package] : packages) {
-        if (("/" + tool).ends_with(name)) // some are searched for in PATH
-            return package;
+    for (const auto &one : packages) {
+        if (("/" + tool).ends_with(one.tool)) // some are searched for in PATH
+            return one.package;
     }
     return tool;
 }
@@ -123,6 +123,15 @@ std::string joined(const std::vector<std::string> &names, const char *separator)
     return text;
 }
 
+namespace {
+
+std::string words_for_packages(const std::vector<std::string> &packages)
+{
+    return (packages.size() > 1 ? "the packages " : "the package ") + joined(packages, " and ");
+}
+
+} // namespace
+
 std::string explanation_of(const finding &one)
 {
     std::string text = one.why->text;
@@ -131,16 +140,17 @@ std::string explanation_of(const finding &one)
     if (one.why == &reasons::tool_missing)
         text = joined(one.missing_tools, " and ") +
                (one.missing_tools.size() > 1 ? " are not installed" : " is not installed");
-    return text;
+    return one.subject.empty() ? text : text + ": " + one.subject;
 }
 
 std::string advice_on(const finding &one)
 {
     if (one.why == &reasons::permission_denied && ::geteuid() == 0)
-        return "give the process the capabilities and devices that SECURITY.md lists";
+        return "run the command as root of the host, with the capabilities and devices that "
+               "SECURITY.md lists";
     std::string text = one.why->advice;
     constexpr std::string_view package = "{package}";
     if (const std::size_t at = text.find(package); at != std::string::npos)
-        text.replace(at, package.size(), joined(packages_of(one.missing_tools), " and "));
+        text.replace(at, package.size(), words_for_packages(packages_of(one.missing_tools)));
     return text;
 }

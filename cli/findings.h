@@ -16,7 +16,8 @@ struct finding {
     const fact *what = nullptr;
     answer value = {};
     const reason *why = &reasons::answered;
-    std::string source = {};                     // that answered
+    std::string source = {};  // that answered
+    std::string subject = {}; // what the reason is about: a device, an interface, a placeholder
     std::vector<std::string> missing_tools = {}; // the paths of those that would answer
     std::vector<step> steps = {};
     std::vector<std::string> trace = {};

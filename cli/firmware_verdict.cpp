@@ -88,7 +88,7 @@ void judge_uuid(finding &one)
 {
     mark_placeholders(one);
     if (!is_text(one) && with(one, reasons::placeholder) != nullptr)
-        miss(one, reasons::placeholder);
+        miss(one, reasons::placeholder, with(one, reasons::placeholder)->text);
     else
         judge_firmware(one);
 }

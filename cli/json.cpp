@@ -12,7 +12,7 @@ namespace {
 using library_json = nlohmann::ordered_json;
 
 struct as_library_json {
-    library_json operator()(std::monostate) const { return nullptr; }
+    library_json operator()(std::monostate /*none*/) const { return nullptr; }
     library_json operator()(bool truth) const { return truth; }
     library_json operator()(std::int64_t number) const { return number; }
     library_json operator()(const std::string &text) const { return text; }

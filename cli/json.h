@@ -7,6 +7,7 @@
 #include <initializer_list>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -19,15 +20,12 @@ public:
 
     json() = default; // null
     // A document is written as the values that it has.
-    // NOLINTBEGIN(google-explicit-constructor)
-    json(bool truth) : value_(truth) {}
-    json(std::int64_t number) : value_(number) {}
-    json(unsigned int number) : value_(std::int64_t{number}) {}
-    json(std::string text) : value_(std::move(text)) {}
-    json(const char *text) : value_(std::string(text)) {}
-    json(array elements) : value_(std::move(elements)) {}
-    json(object members) : value_(std::move(members)) {}
-    // NOLINTEND(google-explicit-constructor)
+    template <class Value>
+    // NOLINTNEXTLINE(google-explicit-constructor)
+    json(Value value) // cppcheck-suppress noExplicitConstructor
+        : value_(stored(std::move(value)))
+    {
+    }
 
     template <class Type> [[nodiscard]] const Type *as() const
     {
@@ -44,6 +42,16 @@ public:
     [[nodiscard]] std::string text_of(std::string_view name) const;
 
 private:
+    template <class Value> static auto stored(Value value)
+    {
+        if constexpr (std::is_integral_v<Value> && !std::is_same_v<Value, bool>)
+            return std::int64_t{value};
+        else if constexpr (std::is_same_v<Value, const char *>)
+            return std::string(value);
+        else
+            return value;
+    }
+
     std::variant<std::monostate, bool, std::int64_t, std::string, array, object> value_;
 };
 

@@ -126,9 +126,8 @@ void add_layers(const std::string &node, storage_layers &layers)
     const layer_kind kind = kind_of(node);
     const std::string name = name_of(node);
     const std::vector<std::string> below = nodes_below(node, kind);
-    std::vector<std::string> names;
-    for (const std::string &lower : below)
-        names.push_back(name_of(lower));
+    std::vector<std::string> names(below.size());
+    std::transform(below.begin(), below.end(), names.begin(), name_of);
     layers.push_back({name, kind, node, names, note_on(node, kind, name)});
     for (const std::string &lower : below)
         add_layers(lower, layers);

@@ -45,9 +45,9 @@ void judge_network(finding &one)
         one.missing_tools = {"/usr/bin/readlink"};
         miss(one, reasons::tool_missing);
     } else if (with(one, reasons::usb_adapter) != nullptr) {
-        miss(one, reasons::usb_adapter);
+        miss(one, reasons::usb_adapter, with(one, reasons::usb_adapter)->source);
     } else if (with(one, reasons::no_device_behind) != nullptr) {
-        miss(one, reasons::no_device_behind);
+        miss(one, reasons::no_device_behind, with(one, reasons::no_device_behind)->source);
     } else {
         miss(one, reasons::no_interface);
     }

@@ -13,7 +13,6 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
-#include <sys/uio.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -146,7 +145,7 @@ observation observe(answer (*query)(), bool to_trace_log)
 
 std::string new_errors()
 {
-    const std::string text = text_of(STDERR_FILENO, reported_of_stderr);
+    std::string text = text_of(STDERR_FILENO, reported_of_stderr);
     reported_of_stderr += static_cast<off_t>(text.size());
     return text;
 }
@@ -163,13 +162,13 @@ bool is_trace_log_wanted()
 
 void record(event_kind kind, std::string_view subject, std::string_view text, int error)
 {
-    if (events_file < 0)
+    if (!is_observed())
         return;
     const int kept = errno;
-    event_header header = {kind, error, subject.size(), text.size()};
-    const iovec parts[] = {{&header, sizeof header},
-                           {const_cast<char *>(subject.data()), subject.size()},
-                           {const_cast<char *>(text.data()), text.size()}};
-    [[maybe_unused]] const ssize_t written = ::writev(events_file, parts, std::size(parts));
+    const event_header header = {kind, error, subject.size(), text.size()};
+    std::string bytes(sizeof header, '\0');
+    std::memcpy(bytes.data(), &header, sizeof header);
+    bytes.append(subject).append(text);
+    [[maybe_unused]] const ssize_t written = ::write(events_file, bytes.data(), bytes.size());
     errno = kept;
 }

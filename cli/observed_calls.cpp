@@ -28,13 +28,13 @@ template <class Function> Function *next(const char *name)
 // The names of files and the command lines behind streams. A closed stream's place may be taken by
 // another, which is found first.
 struct named_stream {
-    std::FILE *stream;
+    const std::FILE *stream;
     std::string name;
 };
 std::vector<named_stream> *streams = nullptr;
 std::string *last_path = nullptr;
 
-void remember_stream(std::FILE *stream, std::string_view name)
+void remember_stream(const std::FILE *stream, std::string_view name)
 {
     if (!is_observed() || stream == nullptr)
         return;
@@ -43,16 +43,17 @@ void remember_stream(std::FILE *stream, std::string_view name)
     streams->push_back({stream, std::string(name)});
 }
 
-std::string_view name_of(std::FILE *stream)
+std::string_view name_of(const std::FILE *stream)
 {
     for (std::size_t at = streams != nullptr ? streams->size() : 0; at > 0; --at) {
-        if ((*streams)[at - 1].stream == stream)
-            return (*streams)[at - 1].name;
+        const named_stream &one = (*streams)[at - 1];
+        if (one.stream == stream)
+            return one.name;
     }
     return {};
 }
 
-void record_read(std::FILE *stream, std::string_view text)
+void record_read(const std::FILE *stream, std::string_view text)
 {
     if (is_observed())
         record(event_kind::read, name_of(stream), text.substr(0, text.find('\0')));

@@ -5,14 +5,14 @@
 
 namespace reasons {
 
-// In advice, {tool} stands for the path of the tool that is missing, and {package} for its package.
+// In advice, {package} stands for the package of the tool that is missing.
 constexpr reason answered = {"answered", fact_status::known, "a source answered", ""};
 constexpr reason permission_denied = {
     "permission-denied", fact_status::needs_root, "root alone may read the source",
     "run the command as root, with the capabilities that SECURITY.md lists"};
 constexpr reason tool_missing = {"tool-missing", fact_status::not_determinable,
                                  "the tool that could answer is not installed",
-                                 "install the package {package}"};
+                                 "install {package}"};
 constexpr reason tool_failed = {"tool-failed", fact_status::not_determinable,
                                 "the tools that could answer print no model and serial number",
                                 "run the command line that is shown, and read what it reports"};

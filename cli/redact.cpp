@@ -108,7 +108,8 @@ private:
 // Of a disk the model may be known.
 std::string without_model(const finding &one, const std::string &value)
 {
-    const std::size_t end = one.what->kind == fact_kind::disk ? value.rfind('_') : value.npos;
+    const std::size_t end =
+        one.what->kind == fact_kind::disk ? value.rfind('_') : std::string::npos;
     return end != std::string::npos ? value.substr(end + 1) : value;
 }
 
@@ -148,6 +149,7 @@ void redact(findings &found)
             one.value = redact.redacted(*value);
         one.source = redact.redacted(one.source);
         one.device = redact.redacted(one.device);
+        one.subject = redact.redacted(one.subject);
         redact_steps(one.steps, redact);
         for (storage_layer &layer : one.layers) {
             layer.name = redact.redacted(layer.name);

@@ -54,9 +54,10 @@ void add_mount_table(const std::string &answered, std::vector<step> &steps)
         add_unqueried(steps, "/proc/cmdline", earlier_one_answered);
 }
 
-void mark_command_line(finding &one, const std::string &answered)
+// cppcheck-suppress constParameter ; one of the steps is changed
+void mark_command_line(std::vector<step> &steps, const std::string &answered)
 {
-    step *const cmdline = find_call(one.steps, "command_line_get_root_device_name");
+    step *const cmdline = find_call(steps, "command_line_get_root_device_name");
     if (cmdline == nullptr || cmdline->text.empty() || cmdline->text == answered)
         return;
     cmdline->result = cmdline->text.find('/') == std::string::npos ? reasons::form_not_followed.code
@@ -68,27 +69,29 @@ void mark_command_line(finding &one, const std::string &answered)
 std::string explain_root_device(finding &one)
 {
     step *const call = find_call(one.steps, "root_device");
-    const bool is_answered = call != nullptr && call->result == results::answered;
-    const std::string device = is_answered ? call->text : "";
+    const bool has_answer = call != nullptr && call->result == results::answered;
+    std::string device = has_answer ? call->text : "";
     add_mount_table(device, call != nullptr ? call->below : one.steps);
-    mark_command_line(one, device);
+    mark_command_line(one.steps, device);
     return device;
 }
 
-// That of the mount table where it names something else than a device, and otherwise that of the
-// command line, which comes last.
-const reason &reason_without_root_device(const finding &one)
+// The reason is the mount table's where it names something else than a device, and otherwise that
+// of the command line, which comes last.
+void miss_root_device(finding &one)
 {
     const mounted root = root_mount();
     const step *const cmdline = find_call(one.steps, "command_line_get_root_device_name");
     const std::string named = cmdline != nullptr ? cmdline->text : "";
-    if (!root.device.empty() && !is_path_of_device(root.device))
-        return reasons::not_a_block_device;
-    if (!named.empty() && named.find('/') == std::string::npos)
-        return reasons::form_not_followed;
     const std::string device = named.empty() ? root.device : named;
-    return device.empty() || exists(device.c_str()) ? reasons::not_a_block_device
-                                                    : reasons::device_missing;
+    if (!root.device.empty() && !is_path_of_device(root.device))
+        miss(one, reasons::not_a_block_device, root.device);
+    else if (!named.empty() && named.find('/') == std::string::npos)
+        miss(one, reasons::form_not_followed, named);
+    else if (device.empty() || exists(device.c_str()))
+        miss(one, reasons::not_a_block_device, device);
+    else
+        miss(one, reasons::device_missing, device);
 }
 
 std::string type_of_root()
@@ -99,5 +102,5 @@ std::string type_of_root()
 void judge_device(finding &one)
 {
     if (explain_root_device(one).empty())
-        miss(one, reason_without_root_device(one));
+        miss_root_device(one);
 }

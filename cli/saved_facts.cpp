@@ -41,8 +41,8 @@ saved_fact saved_in(const std::string &file, const json::member &member)
         refuse(file, "there is no fact '" + name + "'");
     saved_fact saved{what, value_in(object), object.text_of("status"), object.text_of("reason"),
                      object.text_of("source")};
-    const bool is_known = saved.status == name_of(fact_status::known);
-    if (!is_status(saved.status) || (is_known && !is_answered(saved.value)))
+    const bool was_known = saved.status == name_of(fact_status::known);
+    if (!is_status(saved.status) || (was_known && !is_answered(saved.value)))
         refuse(file, "the fact '" + name + "' has no status that fits its value");
     return saved;
 }

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <utility>
 
 namespace {
 
@@ -64,7 +63,7 @@ public:
         }
     }
 
-    std::vector<step> steps()
+    std::vector<step> finished()
     {
         while (!open_.empty()) // the process ended within a call
             close({event_kind::left, 1, "", ""});
@@ -143,12 +142,21 @@ private:
                    line.find("(null)") == std::string::npos) {
             current().back().text = behind(line, "physicalDiskNode: ");
             current().back().result = results::answered;
-        } else if (!current().empty() && line.find("' is not a block device, '") != line.npos) {
-            current().back().text += ", which is no block device";
-            current().back().result = reasons::several_devices.code;
+        } else if (!current().empty() &&
+                   line.find("' is not a block device, '") != std::string::npos) {
+            mark_unfollowed(current().back());
         } else if (!current().empty() && line.starts_with("cannot found deps")) {
             current().back().text = "the mapping stands on nothing";
         }
+    }
+
+    // dmsetup's answer is no device; where it could not be run there is none.
+    static void mark_unfollowed(step &tool)
+    {
+        if (tool.result != results::answered)
+            return;
+        tool.text += ", which is no block device";
+        tool.result = results::no_answer;
     }
 
     std::vector<step> steps_;
@@ -184,6 +192,8 @@ std::string line_of_note(const step &one)
         return last_line_with("PV Name", one.output);
     if (one.source.find("/lvdisplay") != std::string::npos)
         return last_line_with("VG Name", one.output);
+    if (one.source.find("/lsblk -J") != std::string::npos)
+        return "a listing";
     return first_line_with_text(one.output);
 }
 
@@ -199,6 +209,17 @@ void complete(std::vector<step> &steps)
                      : one.text.empty()               ? reasons::empty.code
                                                       : results::answered;
     }
+}
+
+template <class Steps> auto found_in(Steps &steps, std::string_view function) -> decltype(&steps[0])
+{
+    for (auto &one : steps) {
+        if (one.source.starts_with(function) && one.source[function.size()] == '(')
+            return &one;
+        if (auto *const below = found_in(one.below, function))
+            return below;
+    }
+    return nullptr;
 }
 
 void add_leaves(const std::vector<step> &steps, std::vector<const step *> &leaves)
@@ -249,7 +270,7 @@ std::vector<step> steps_in(const std::vector<event> &events)
     tree_builder builder;
     for (const event &seen : events)
         builder.add(seen);
-    std::vector<step> steps = builder.steps();
+    std::vector<step> steps = builder.finished();
     complete(steps);
     return steps;
 }
@@ -271,18 +292,12 @@ const step *last_with(const std::vector<step> &steps, std::string_view result)
 
 const step *find_call(const std::vector<step> &steps, std::string_view function)
 {
-    for (const step &one : steps) {
-        if (one.source.starts_with(function) && one.source[function.size()] == '(')
-            return &one;
-        if (const step *const below = find_call(one.below, function))
-            return below;
-    }
-    return nullptr;
+    return found_in(steps, function);
 }
 
 step *find_call(std::vector<step> &steps, std::string_view function)
 {
-    return const_cast<step *>(find_call(std::as_const(steps), function));
+    return found_in(steps, function);
 }
 
 std::string first_line_with_text(std::string_view text)

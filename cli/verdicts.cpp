@@ -62,10 +62,11 @@ const step *with(const finding &one, const reason &result)
     return last_with(one.steps, result.code);
 }
 
-void miss(finding &one, const reason &why)
+void miss(finding &one, const reason &why, const std::string &subject)
 {
     one.value = {};
     one.why = &why;
+    one.subject = subject;
     if (&why != &reasons::tool_missing || !one.missing_tools.empty())
         return;
     for (const step *const leaf : leaves_of(one.steps)) {

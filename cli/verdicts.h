@@ -28,14 +28,14 @@ bool is_text(const finding &one);
 // The last step with this result; nullptr where there is none.
 const step *with(const finding &one, const reason &result);
 
-// Takes the value away for this reason.
-void miss(finding &one, const reason &why);
+// Takes the value away for this reason, which is about something.
+void miss(finding &one, const reason &why, const std::string &subject = "");
 
 inline constexpr char earlier_one_answered[] = "an earlier source answered";
 void add_unqueried(std::vector<step> &steps, const char *source, const std::string &why);
 
-// The reason why root_device() has no answer, once its steps are explained.
-const reason &reason_without_root_device(const finding &one);
+// The same where root_device() has no answer, once its steps are explained.
+void miss_root_device(finding &one);
 
 // Adds what the mount table and the command line name to the steps of the fact's call of
 // root_device(), and returns its answer.

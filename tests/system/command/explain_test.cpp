@@ -11,6 +11,12 @@ constexpr uid_t ordinary_user = 65534;
 
 class explain_command : public command_machine {
 protected:
+    void furnish() override
+    {
+        command_machine::furnish();
+        machine.file("/etc/os-release", "NAME=Debian\n");
+    }
+
     [[nodiscard]] outcome explained(const std::string &name, uid_t user = 0) const
     {
         return machine.run(

@@ -209,7 +209,8 @@ TEST_F(show_command, reports_in_one_line_why_a_fact_has_no_value)
                  "FFFFFFFF-FFFF-FFFF-FFFF-FFFFFFFFFFFF\n");
     EXPECT_EQ(shown("system_uuid"),
               missing(1, "system_uuid",
-                      "refused: the firmware holds a placeholder that many machines share; use "
+                      "refused: the firmware holds a placeholder that many machines share: "
+                      "FFFFFFFF-FFFF-FFFF-FFFF-FFFFFFFFFFFF; use "
                       "another fact, or have the board's maker set it"));
 }
 
