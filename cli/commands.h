@@ -42,7 +42,7 @@ struct show_options : query_options {
 };
 int show(const show_options &options);
 int explain(const query_options &options);
-int print_schema(); // of the JSON that show, explain, save and doctor print
+int print_schema(); // of the JSON of show, explain and save
 int print_facts_page();
 int doctor(const query_options &options);
 

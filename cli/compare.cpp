@@ -17,7 +17,7 @@
 
 namespace {
 
-enum class outcome { same, changed, not_comparable };
+enum class outcome { same, changed, not_known, not_comparable };
 
 const char *name_of(outcome result)
 {
@@ -26,6 +26,8 @@ const char *name_of(outcome result)
         return "same";
     case outcome::changed:
         return "changed";
+    case outcome::not_known:
+        return "not_known";
     default:
         return "not_comparable";
     }
@@ -43,21 +45,43 @@ bool was_known(const saved_fact &then)
     return then.status == name_of(fact_status::known);
 }
 
-// Whether the fact is out of reach for want of rights, so that nothing is to be said about it.
-bool is_out_of_reach(const std::string &status, std::string_view reason)
+// What is out of reach may be as it was, or not.
+bool is_out_of_reach(std::string_view status)
 {
-    return status == name_of(fact_status::needs_root) || reason == reasons::permission_denied.code;
+    return status == name_of(fact_status::needs_root) ||
+           status == name_of(fact_status::not_determinable);
+}
+
+// What no tool and no right would make known is as it was, as long as the reason is the same.
+bool is_of_this_machine(const reason &why)
+{
+    const reason *const passing[] = {&reasons::permission_denied, &reasons::tool_missing,
+                                     &reasons::tool_failed, &reasons::source_failed,
+                                     &reasons::library_ended};
+    return std::find(std::begin(passing), std::end(passing), &why) == std::end(passing);
+}
+
+// A value as JSON has it, which is UTF-8.
+answer as_saved(const answer &value)
+{
+    const auto *const text = std::get_if<std::string>(&value);
+    if (text == nullptr)
+        return value;
+    const json saved = parsed(printed(json(*text)));
+    return *saved.as<std::string>();
 }
 
 outcome compared(const saved_fact &then, const finding &now)
 {
-    const bool is_same_value =
-        was_known(then) == is_known(now) && (!is_known(now) || then.value == now.value);
-    if (is_same_value)
+    if (was_known(then) && is_known(now))
+        return then.value == as_saved(now.value) ? outcome::same : outcome::changed;
+    if (then.reason == now.why->code && is_of_this_machine(*now.why))
         return outcome::same;
-    const bool was_reached = !is_out_of_reach(then.status, then.reason);
-    const bool is_reached = !is_out_of_reach(name_of(status_of(now)), now.why->code);
-    return was_reached && is_reached ? outcome::changed : outcome::not_comparable;
+    if (!was_known(then) && !is_known(now) && is_out_of_reach(then.status))
+        return outcome::not_known;
+    return is_out_of_reach(then.status) || is_out_of_reach(name_of(status_of(now)))
+               ? outcome::not_comparable
+               : outcome::changed;
 }
 
 comparisons compare(const std::vector<saved_fact> &saved, bool to_trace_log)
@@ -97,8 +121,8 @@ bool is_same(const comparisons &all, std::string_view name)
 
 bool is_virtual(const std::string &vendor)
 {
-    constexpr const char *makers[] = {"QEMU",       "VMware", "Xen",       "innotek",   "Microsoft",
-                                      "Amazon EC2", "Google", "Parallels", "OpenStack", "KVM"};
+    constexpr const char *makers[] = {"QEMU",       "VMware",    "Xen",       "innotek",
+                                      "Amazon EC2", "Parallels", "OpenStack", "KVM"};
     return std::any_of(std::begin(makers), std::end(makers),
                        [&vendor](const char *maker) { return vendor.starts_with(maker); });
 }
@@ -129,7 +153,7 @@ bool has_other_source(const comparison &one)
 
 bool lost_tool(const comparison &one)
 {
-    return one.result == outcome::changed && one.now.why == &reasons::tool_missing;
+    return was_known(one.then) && one.now.why == &reasons::tool_missing;
 }
 
 // What the changes mostly mean, all in all.
@@ -182,21 +206,41 @@ std::string value_now(const finding &now)
                          : "no answer (" + std::string(now.why->code) + ")";
 }
 
+bool has(const comparisons &all, outcome result)
+{
+    return std::any_of(all.begin(), all.end(),
+                       [result](const comparison &one) { return one.result == result; });
+}
+
+std::string names_with(const comparisons &all, outcome result)
+{
+    std::vector<std::string> names;
+    for (const comparison &one : all) {
+        if (one.result == result)
+            names.emplace_back(one.then.what->name);
+    }
+    return joined(names, ", ");
+}
+
 void print_comparisons(const comparisons &all, const std::vector<std::string> &meanings)
 {
     std::string lines;
     for (const comparison &one : all) {
-        if (one.result == outcome::same)
+        if (one.result == outcome::same || one.result == outcome::not_known)
             continue;
         const bool is_change = one.result == outcome::changed;
         lines += std::string(one.then.what->name) +
-                 (is_change ? ": changed\n" : ": cannot be compared without the rights of root\n") +
+                 (is_change ? ": changed\n" : ": cannot be compared\n") +
                  wrapped(value_then(one.then), {"  then: ", "        "}, output_columns()) +
                  wrapped(value_now(one.now), {"  now:  ", "        "}, output_columns());
     }
     for (const std::string &meaning : meanings)
         lines += wrapped("this usually means: " + meaning, {"", "  "}, output_columns());
-    print_text(lines.empty() ? "nothing has changed\n" : lines);
+    if (lines.empty())
+        lines = has(all, outcome::same) ? "nothing has changed\n" : "nothing can be compared\n";
+    if (const std::string names = names_with(all, outcome::not_known); !names.empty())
+        lines += wrapped("not known, then and now: " + names, {"", "  "}, output_columns());
+    print_text(lines);
 }
 
 json comparisons_in_json(const comparisons &all, const std::vector<std::string> &meanings)
@@ -226,13 +270,9 @@ json comparisons_in_json(const comparisons &all, const std::vector<std::string> 
 
 int status_of(const comparisons &all)
 {
-    const auto has = [&all](outcome result) {
-        return std::any_of(all.begin(), all.end(),
-                           [result](const comparison &one) { return one.result == result; });
-    };
-    if (has(outcome::changed))
+    if (has(all, outcome::changed))
         return negative;
-    return has(outcome::not_comparable) ? undetermined : success;
+    return has(all, outcome::not_comparable) || !has(all, outcome::same) ? undetermined : success;
 }
 
 } // namespace

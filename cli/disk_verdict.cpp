@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cerrno>
 
+#include <linux/capability.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
@@ -25,25 +27,29 @@ bool stand_on_no_identity(const layers &below)
     });
 }
 
-// The library knows the way from a mapping to one NVMe partition, and from a logical volume.
-bool is_followed(const storage_layer &top)
+// The library knows the way from a mapping, by its name, to one NVMe partition, and from a logical
+// volume.
+bool is_followed(const finding &one)
 {
-    if (top.kind == layer_kind::multipath)
-        return false;
-    const bool is_mapping = top.kind == layer_kind::encryption || top.kind == layer_kind::mapping;
-    return !is_mapping || (top.below.size() == 1 && top.below.front().starts_with("nvme"));
+    const storage_layer &top = one.layers.front();
+    const bool is_mapping = top.kind == layer_kind::encryption || top.kind == layer_kind::mapping ||
+                            top.kind == layer_kind::multipath;
+    return !is_mapping ||
+           (top.kind != layer_kind::multipath && top.below.size() == 1 &&
+            top.below.front().starts_with("nvme") && one.device.starts_with("/dev/mapper"));
 }
 
 // What no tool and no right would change; nullptr where there is nothing such.
-const reason *reason_by_layers(const layers &below)
+const reason *reason_by_layers(const finding &one)
 {
+    const layers &below = one.layers;
     if (below.empty())
         return nullptr;
     if (stand_on_no_identity(below))
         return &reasons::disk_unsupported;
     if (has(below, layer_kind::array))
         return &reasons::array_not_followed;
-    if (is_followed(below.front()))
+    if (is_followed(one))
         return nullptr;
     return below.front().below.size() > 1 && below.front().kind != layer_kind::multipath
                ? &reasons::several_devices
@@ -147,18 +153,48 @@ bool is_node_missing(const layers &below)
     return lower != nullptr && !exists(("/dev/" + lower->node).c_str());
 }
 
+// Root answers the identify request of a disk like this, without a tool.
+bool is_ata_partition(const finding &one)
+{
+    if (one.layers.empty())
+        return true; // as far as is known
+    const storage_layer &top = one.layers.front();
+    const storage_layer &disk = one.layers.back();
+    const bool is_mapped = top.kind != layer_kind::partition && top.kind != layer_kind::disk;
+    return !is_mapped && is_ata(disk);
+}
+
+// The capabilities that the requests to a disk need.
+bool lacks_capabilities()
+{
+    __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3] = {};
+    constexpr unsigned int wanted = 1U << CAP_SYS_RAWIO | 1U << CAP_SYS_ADMIN;
+    return ::geteuid() == 0 && ::syscall(SYS_capget, &header, data) == 0 &&
+           (data[0].effective & wanted) != wanted;
+}
+
+bool is_refused(const finding &one)
+{
+    return with(one, reasons::permission_denied) != nullptr || is_device_refused(one.device) ||
+           lacks_capabilities();
+}
+
 const reason &reason_without_disk(finding &one)
 {
-    if (const reason *const why = reason_by_layers(one.layers))
+    if (const reason *const why = reason_by_layers(one))
         return *why;
     if (is_node_missing(one.layers))
         return reasons::device_missing;
-    if (with(one, reasons::permission_denied) != nullptr || is_device_refused(one.device))
+    if (with(one, reasons::source_failed) != nullptr)
+        return reasons::source_failed;
+    const std::vector<std::string> tools = useful_tools(one);
+    if (is_refused(one) && (tools.empty() || is_ata_partition(one)))
         return reasons::permission_denied;
     if (ends_at_mapping(one))
         return reasons::mapping_not_followed;
-    one.missing_tools = useful_tools(one);
-    return one.missing_tools.empty() ? reason_by_smartctl(one) : reasons::tool_missing;
+    one.missing_tools = tools;
+    return tools.empty() ? reason_by_smartctl(one) : reasons::tool_missing;
 }
 
 // Each answers for the next one, unless it is not reached.
@@ -166,14 +202,14 @@ void add_unqueried_sources_of_disk(finding &one)
 {
     constexpr const char *sources[] = {"harddisk_id", "harddisk_id_smartctl", "harddisk_id_lvm"};
     const bool has_answer = is_text(one);
-    const bool is_no_volume = find_call(one.steps, "is_logical_volume") != nullptr;
+    const step *const volume = find_call(one.steps, "is_logical_volume");
     for (const char *const source : sources) {
         if (find_call(one.steps, source) != nullptr)
             continue;
         add_unqueried(one.steps, source,
-                      has_answer     ? earlier_one_answered
-                      : is_no_volume ? "the root device is no logical volume"
-                                     : "there is no root device");
+                      has_answer          ? earlier_one_answered
+                      : volume != nullptr ? volume->text
+                                          : "there is no root device");
     }
 }
 
@@ -181,9 +217,10 @@ void add_unqueried_sources_of_disk(finding &one)
 void explain_logical_volume(std::vector<step> &steps)
 {
     if (step *const volume = find_call(steps, "is_logical_volume")) {
-        const bool is_volume = volume->text != "0";
-        volume->text =
-            is_volume ? "it may be one, so LVM's tools are run" : "it is no logical volume";
+        volume->text = last_with(volume->below, reasons::tool_missing.code) != nullptr
+                           ? "it is not known, because lsblk is missing"
+                       : volume->text != "0" ? "it may be one, so LVM's tools are run"
+                                             : "it is no logical volume";
         for (step &tool : volume->below)
             tool.text = tool.text.empty() ? "" : "\"" + tool.text + "\"";
     }

@@ -130,29 +130,6 @@ std::string way_to_disk(const finding &disk)
     return lines;
 }
 
-std::string words_for(const stability &lasts)
-{
-    const struct {
-        change what;
-        const char *event;
-    } events[] = {{lasts.reboot, "reboot"},
-                  {lasts.reinstall, "reinstallation"},
-                  {lasts.disk_change, "replacing the disk"},
-                  {lasts.docking, "docking"},
-                  {lasts.cloning, "copying the disk to another machine"}};
-    std::string text;
-    for (const change what : {change::same, change::may_change, change::changes}) {
-        std::string names;
-        for (const auto &one : events) {
-            if (one.what == what)
-                names += (names.empty() ? "" : ", ") + std::string(one.event);
-        }
-        if (!names.empty())
-            text += (text.empty() ? "" : "; ") + std::string(words_for(what)) + " after " + names;
-    }
-    return text;
-}
-
 std::string paragraph(const char *title, const std::string &text)
 {
     return text.empty()
@@ -191,7 +168,7 @@ int explain(const query_options &options)
 {
     const findings found = queried(options);
     if (options.json) {
-        print_text(printed(document_of(found, detail::full)) + "\n");
+        print_text(printed(document_of(found, detail::full, options.redact)) + "\n");
         return options.names.empty() ? success : status_of_all(found);
     }
     std::string text;

@@ -87,8 +87,19 @@ constexpr const char *templates[] = {
 
 // Serial numbers that bridges and emulators give to every disk behind them.
 constexpr std::string_view endings_of_no_disk[] = {
-    "_0123456789ABCDEF",     "_0123456789ABCDE", "_123456789012", "_1234567890", "_000000000000",
-    "_00000000000000000000", "_QM00001",         "_DISK00_0001",  "_",
+    "_0123456789ABCDEF",
+    "_0123456789ABCDE",
+    "_123456789012",
+    "_1234567890",
+    "_000000000000",
+    "_00000000000000000000",
+    "_QM00001",
+    "_QM00003",
+    "_QM00005",
+    "_00000000000000000001",
+    "_VMware-NVME-0000",
+    "_DISK00_0001",
+    "_",
 };
 
 bool is_same_without_case(std::string_view one, std::string_view other)
@@ -240,4 +251,33 @@ bool is_repeated(std::string_view value)
                        [value](const char *one) { return is_same_without_case(value, one); }) ||
            std::any_of(std::begin(endings_of_no_disk), std::end(endings_of_no_disk),
                        [value](std::string_view end) { return value.ends_with(end); });
+}
+
+bool is_locally_administered(std::string_view address)
+{
+    constexpr std::string_view digits_with_the_bit = "2367abef"; // of the first byte
+    return address.size() > 1 && digits_with_the_bit.find(address[1]) != std::string_view::npos;
+}
+
+std::string words_for(const stability &lasts)
+{
+    const struct {
+        change what;
+        const char *event;
+    } events[] = {{lasts.reboot, "reboot"},
+                  {lasts.reinstall, "reinstallation"},
+                  {lasts.disk_change, "replacing the disk"},
+                  {lasts.docking, "docking"},
+                  {lasts.cloning, "copying the disk to another machine"}};
+    std::string text;
+    for (const change what : {change::same, change::may_change, change::changes}) {
+        std::string names;
+        for (const auto &one : events) {
+            if (one.what == what)
+                names += (names.empty() ? "" : ", ") + std::string(one.event);
+        }
+        if (!names.empty())
+            text += (text.empty() ? "" : "; ") + std::string(words_for(what)) + " after " + names;
+    }
+    return text;
 }

@@ -31,6 +31,9 @@ struct stability {
     change cloning;     // a copy of the disk in another machine
 };
 
+// In a sentence.
+std::string words_for(const stability &lasts);
+
 // Where the sources of facts are looked for, and how an answer is understood.
 enum class fact_kind { device, disk, network, uuid, firmware, flash, maker, processor, system };
 
@@ -53,3 +56,6 @@ const fact *find_fact(std::string_view name);
 // Whether a value is known to repeat on many machines: a template of firmware, a number that stands
 // for none, or a name of no disk.
 bool is_repeated(std::string_view value);
+
+// Whether a MAC address was chosen by an administrator or a hypervisor: no maker makes it unique.
+bool is_locally_administered(std::string_view address);

@@ -78,7 +78,9 @@ fact_status status_of(const finding &one)
 
 bool is_usable_as_identity(const finding &one)
 {
-    return is_known(one) && one.what->is_identity && !is_repeated(to_text(one.value));
+    const std::string value = to_text(one.value);
+    const bool is_local = one.what->kind == fact_kind::network && is_locally_administered(value);
+    return is_known(one) && one.what->is_identity && !is_repeated(value) && !is_local;
 }
 
 std::string package_of(const std::string &tool)

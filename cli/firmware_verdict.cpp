@@ -18,8 +18,7 @@ bool has_firmware_tables()
 
 bool runs_dmidecode(const step &one)
 {
-    return one.source.find("dmidecode") != std::string::npos &&
-           one.source.find(' ') != std::string::npos;
+    return one.source.find("dmidecode ") != std::string::npos;
 }
 
 // dmidecode prints nothing where it may not read the tables, and its filters hide its status.
@@ -33,16 +32,24 @@ void mark_refused_dmidecode(finding &one)
     }
 }
 
-void miss_in_firmware(finding &one)
+// That is known of the kernel's files alone: dmidecode's refusal hides what else is missing.
+bool is_file_refused(const finding &one)
 {
+    return std::any_of(one.steps.begin(), one.steps.end(), [](const step &source) {
+        return source.result == reasons::permission_denied.code && !runs_dmidecode(source);
+    });
+}
+
+const reason &reason_in_firmware(const finding &one)
+{
+    if (with(one, reasons::source_failed) != nullptr || !exists("/sys/class"))
+        return reasons::source_failed;
     if (!has_firmware_tables())
-        miss(one, reasons::no_firmware_tables);
-    else if (with(one, reasons::permission_denied) != nullptr)
-        miss(one, reasons::permission_denied);
-    else if (with(one, reasons::tool_missing) != nullptr)
-        miss(one, reasons::tool_missing);
-    else
-        miss(one, reasons::not_in_firmware);
+        return reasons::no_firmware_tables;
+    if (with(one, reasons::tool_missing) != nullptr && !is_file_refused(one))
+        return reasons::tool_missing;
+    return with(one, reasons::permission_denied) != nullptr ? reasons::permission_denied
+                                                            : reasons::not_in_firmware;
 }
 
 // What was read and is not the answer was refused.
@@ -75,13 +82,13 @@ void judge_firmware(finding &one)
 {
     if (is_text(one)) {
         if (to_text(one.value).empty())
-            one.why = &reasons::empty;
+            miss(one, reasons::empty);
         else if (one.steps.size() == 1)
             add_unqueried(one.steps, "/usr/sbin/dmidecode", earlier_one_answered);
         return;
     }
     mark_refused_dmidecode(one);
-    miss_in_firmware(one);
+    miss(one, reason_in_firmware(one));
 }
 
 void judge_uuid(finding &one)
@@ -103,9 +110,9 @@ void judge_flash(finding &one)
     if (!exists("/proc/bootdevice/product_name") || !exists("/proc/bootdevice/cid"))
         miss(one, reasons::file_absent);
     else if (is_empty && with(one, reasons::permission_denied) == nullptr)
-        one.why = &reasons::empty;
+        miss(one, reasons::empty);
     else
-        miss_in_firmware(one);
+        miss(one, reason_in_firmware(one));
 }
 
 // 0 and TYPE_UNKNOWN are answers only where the manufacturer's name was read.
@@ -118,5 +125,5 @@ void judge_maker(finding &one)
     if (was_read)
         return;
     mark_refused_dmidecode(one);
-    miss_in_firmware(one);
+    miss(one, reason_in_firmware(one));
 }

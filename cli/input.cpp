@@ -63,8 +63,8 @@ std::string read_text(const std::string &path)
 
 std::string read_file(const std::string &path)
 {
-    const unique_stream file = opened(path);
-    return read_all({file.get(), path, content::bytes, longest_input});
+    const unique_stream file = open_input(path);
+    return read_all({file.get(), name_of_input(path), content::bytes, longest_input});
 }
 
 void check_readable(const std::string &path)

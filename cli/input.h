@@ -40,7 +40,7 @@ std::string read_input(std::uintmax_t limit = longest_input);
 std::string read_input_text();
 std::string read_text(const std::string &path);
 
-// All bytes of a file.
+// All bytes of a file, where "-" is standard input.
 std::string read_file(const std::string &path);
 
 // Throws where a file is missing or cannot be read to its end. Nothing is read of a pipe or a

@@ -64,7 +64,10 @@ layer_kind kind_of(const std::string &node)
     const std::string uuid = first_line_of(folder_of(node) + "/dm/uuid");
     if (uuid.starts_with("LVM-"))
         return layer_kind::logical_volume;
-    if (uuid.starts_with("CRYPT-"))
+    constexpr std::string_view encryptions[] = {"CRYPT-LUKS", "CRYPT-PLAIN", "CRYPT-TCRYPT",
+                                                "CRYPT-BITLK"};
+    if (std::any_of(std::begin(encryptions), std::end(encryptions),
+                    [&uuid](std::string_view one) { return uuid.starts_with(one); }))
         return layer_kind::encryption;
     if (uuid.find("mpath-") != std::string::npos)
         return layer_kind::multipath;
@@ -74,7 +77,8 @@ layer_kind kind_of(const std::string &node)
         return layer_kind::array;
     if (!first_line_of(folder_of(node) + "/partition").empty())
         return layer_kind::partition;
-    return layer_kind::disk;
+    // Others that stand on devices, such as a cache.
+    return names_in(folder_of(node) + "/slaves").empty() ? layer_kind::disk : layer_kind::mapping;
 }
 
 // In the name of a logical volume's mapping, one "-" stands between the group and the volume, and
@@ -174,8 +178,14 @@ const char *words_for(layer_kind kind)
 
 bool is_without_identity(const storage_layer &disk)
 {
-    constexpr std::string_view prefixes[] = {"vd", "xvd", "mmcblk", "nbd", "loop", "zram", "rbd"};
+    constexpr std::string_view prefixes[] = {"vd",   "xvd", "mmcblk", "nbd",  "loop",
+                                             "zram", "rbd", "dasd",   "pmem", "mtdblock"};
     return disk.kind == layer_kind::disk &&
            std::any_of(std::begin(prefixes), std::end(prefixes),
                        [&disk](std::string_view prefix) { return disk.node.starts_with(prefix); });
+}
+
+bool is_ata(const storage_layer &disk)
+{
+    return first_line_of(folder_of(disk.node) + "/device/vendor").starts_with("ATA");
 }

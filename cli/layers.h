@@ -28,3 +28,6 @@ const char *words_for(layer_kind kind);
 
 // A disk that knows neither an identify request nor smartctl's: of a virtual machine, eMMC or SD.
 bool is_without_identity(const storage_layer &disk);
+
+// Whether the kernel speaks ATA with the disk.
+bool is_ata(const storage_layer &disk);

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -37,6 +38,7 @@ int main(int argc, char **argv)
 {
     const bool has_output = ::fcntl(STDOUT_FILENO, F_GETFD) >= 0;
     redirect_stdio();
+    std::signal(SIGCHLD, SIG_DFL); // ignored, it would hide how a tool ended
     try {
         if (!has_output)
             throw std::runtime_error("standard output is closed");

@@ -17,28 +17,35 @@ struct free_names {
     void operator()(struct if_nameindex *names) const noexcept { ::if_freenameindex(names); }
 };
 
-// Interfaces that the walk did not come to, or whose names do not count.
-void add_other_interfaces(finding &one)
+// Adds interfaces that the walk did not come to, or whose names do not count. Whether there is one
+// whose name counts, as far as that can be told.
+bool add_other_interfaces(finding &one)
 {
+    bool has_other = false;
     const std::unique_ptr<struct if_nameindex, free_names> names(::if_nameindex());
+    if (!names)
+        return true;
     for (const struct if_nameindex *next = names.get(); next != nullptr && next->if_name != nullptr;
          ++next) {
         const std::string name = next->if_name;
         const bool is_there =
             std::any_of(one.steps.begin(), one.steps.end(),
                         [&name](const step &source) { return source.source == name; });
-        if (!is_there && name != "lo")
-            add_unqueried(one.steps, name.c_str(),
-                          has_counting_name(name) ? "the search ended before it"
-                                                  : "its name does not count");
+        if (is_there || name == "lo")
+            continue;
+        has_other = has_other || has_counting_name(name);
+        add_unqueried(one.steps, name.c_str(),
+                      has_counting_name(name) ? "the search ended before it"
+                                              : "its name does not count");
     }
+    return has_other;
 }
 
 } // namespace
 
 void judge_network(finding &one)
 {
-    add_other_interfaces(one);
+    const bool has_other = add_other_interfaces(one);
     if (is_text(one))
         return;
     if (const step *const end = with(one, reasons::tool_missing); end != nullptr) {
@@ -49,6 +56,6 @@ void judge_network(finding &one)
     } else if (with(one, reasons::no_device_behind) != nullptr) {
         miss(one, reasons::no_device_behind, with(one, reasons::no_device_behind)->source);
     } else {
-        miss(one, reasons::no_interface);
+        miss(one, has_other ? reasons::source_failed : reasons::no_interface);
     }
 }

@@ -3,6 +3,8 @@
 
 #include "orvane.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -45,6 +47,45 @@ public:
 
 private:
     int number_;
+};
+
+// What the child records. The tools that it runs do not have it.
+class event_pipe {
+public:
+    event_pipe()
+    {
+        if (::pipe2(ends_.data(), O_CLOEXEC) != 0)
+            throw std::runtime_error(std::string("a pipe: ") + std::strerror(errno));
+    }
+    event_pipe(const event_pipe &) = delete;
+    event_pipe &operator=(const event_pipe &) = delete;
+    ~event_pipe()
+    {
+        ::close(ends_[0]);
+        if (ends_[1] >= 0)
+            ::close(ends_[1]);
+    }
+
+    [[nodiscard]] int writer() const { return ends_[1]; }
+
+    // Up to the end of the child, which alone writes from now on.
+    [[nodiscard]] std::string read_all() const
+    {
+        ::close(ends_[1]);
+        ends_[1] = -1;
+        std::string all;
+        std::array<char, 65536> block = {};
+        while (true) {
+            const ssize_t count = ::read(ends_[0], block.data(), block.size());
+            if (count == 0 || (count < 0 && errno != EINTR))
+                return all;
+            if (count > 0)
+                all.append(block.data(), static_cast<std::size_t>(count));
+        }
+    }
+
+private:
+    mutable std::array<int, 2> ends_ = {-1, -1};
 };
 
 std::string text_of(int file, off_t start)
@@ -97,46 +138,48 @@ answer answer_in(const event &last)
 }
 
 // The child has one thread, and copies of this process's owners: it leaves without destroying them.
-[[noreturn]] void answer_as_child(answer (*query)(), bool to_trace_log, int events, int errors)
+// A signal that is ignored is ignored by the tools, too: a file size limit does not end them when
+// they write to standard error, which is a file here.
+[[noreturn]] void answer_as_child(answer (*query)(), bool to_trace_log, int events, int errors,
+                                  pid_t parent)
 {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (::dup2(errors, STDERR_FILENO) < 0)
+    if (::getppid() != parent || ::dup2(errors, STDERR_FILENO) < 0)
         std::_Exit(1);
     std::signal(SIGABRT, SIG_DFL);
+    std::signal(SIGXFSZ, SIG_IGN);
     events_file = events;
     is_trace_wanted = to_trace_log;
     record_answer(query());
     std::_Exit(0);
 }
 
-bool has_exited_normally(pid_t child)
+void wait_for(pid_t child)
 {
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0) {
-        if (errno != EINTR)
-            return false;
+    while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
     }
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 } // namespace
 
 observation observe(answer (*query)(), bool to_trace_log)
 {
-    const memory_file events("events");
     const memory_file errors("errors");
+    const event_pipe events;
     std::fflush(nullptr); // or the child has it, too
+    const pid_t parent = ::getpid();
     const pid_t child = ::fork();
     if (child < 0)
         throw std::runtime_error(std::string("a process: ") + std::strerror(errno));
     if (child == 0)
-        answer_as_child(query, to_trace_log, events.get(), errors.get());
+        answer_as_child(query, to_trace_log, events.writer(), errors.get(), parent);
 
     observation seen;
-    seen.has_ended = !has_exited_normally(child);
-    seen.events = events_in(text_of(events.get(), 0));
+    seen.events = events_in(events.read_all());
+    wait_for(child);
     seen.last_words = text_of(errors.get(), 0);
-    if (!seen.has_ended && !seen.events.empty()) {
+    seen.has_ended = seen.events.empty() || seen.events.back().kind != event_kind::answered;
+    if (!seen.has_ended) {
         seen.value = answer_in(seen.events.back());
         seen.events.pop_back();
     }
@@ -169,6 +212,11 @@ void record(event_kind kind, std::string_view subject, std::string_view text, in
     std::string bytes(sizeof header, '\0');
     std::memcpy(bytes.data(), &header, sizeof header);
     bytes.append(subject).append(text);
-    [[maybe_unused]] const ssize_t written = ::write(events_file, bytes.data(), bytes.size());
+    for (std::string_view left = bytes; !left.empty();) {
+        const ssize_t count = ::write(events_file, left.data(), left.size());
+        if (count < 0 && errno != EINTR)
+            break;
+        left.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    }
     errno = kept;
 }

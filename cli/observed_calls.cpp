@@ -30,33 +30,47 @@ template <class Function> Function *next(const char *name)
 struct named_stream {
     const std::FILE *stream;
     std::string name;
+    std::size_t kept = 0; // of what was read from it
 };
 std::vector<named_stream> *streams = nullptr;
 std::string *last_path = nullptr;
 
 void remember_stream(const std::FILE *stream, std::string_view name)
 {
-    if (!is_observed() || stream == nullptr)
+    if (!is_observed() || stream == nullptr || name.empty())
         return;
     if (streams == nullptr)
         streams = new std::vector<named_stream>; // for the rest of the process
     streams->push_back({stream, std::string(name)});
 }
 
-std::string_view name_of(const std::FILE *stream)
+named_stream *find_stream(const std::FILE *stream)
 {
     for (std::size_t at = streams != nullptr ? streams->size() : 0; at > 0; --at) {
-        const named_stream &one = (*streams)[at - 1];
+        named_stream &one = (*streams)[at - 1];
         if (one.stream == stream)
-            return one.name;
+            return &one;
     }
-    return {};
+    return nullptr;
 }
 
+// The start is enough to see what a source returned.
 void record_read(const std::FILE *stream, std::string_view text)
 {
-    if (is_observed())
-        record(event_kind::read, name_of(stream), text.substr(0, text.find('\0')));
+    constexpr std::size_t most = 65536;
+    named_stream *const source = is_observed() ? find_stream(stream) : nullptr;
+    if (source == nullptr || source->kept > most)
+        return;
+    source->kept += text.size();
+    record(event_kind::read, source->name, text.substr(0, text.find('\0')));
+}
+
+// What was written to standard error since the last time, by a tool or, without one, by the last.
+void record_errors(std::string_view tool, int status = 0)
+{
+    const std::string errors = new_errors();
+    if (!errors.empty())
+        record(event_kind::ended, tool, errors, status);
 }
 
 void record_opened(const char *path, bool is_open)
@@ -80,7 +94,8 @@ IN_PLACE_OF(int, access, (const char *path, int mode))
 {
     static auto *const real = next<int(const char *, int)>("access");
     const int result = real(path, mode);
-    record(event_kind::examined, path, {}, result == 0 ? 0 : errno);
+    if (is_observed() && path != nullptr)
+        record(event_kind::examined, path, {}, result == 0 ? 0 : errno);
     return result;
 }
 
@@ -98,7 +113,8 @@ std::FILE *opened_stream(std::FILE *(*real)(const char *, const char *), const c
 {
     std::FILE *const stream = real(path, mode);
     record_opened(path, stream != nullptr);
-    remember_stream(stream, path);
+    if (path != nullptr)
+        remember_stream(stream, path);
     return stream;
 }
 
@@ -153,6 +169,9 @@ IN_PLACE_OF(std::FILE *, fdopen, (int fd, const char *mode))
 IN_PLACE_OF(std::FILE *, popen, (const char *command, const char *mode))
 {
     static auto *const real = next<std::FILE *(const char *, const char *)>("popen");
+    if (!is_observed() || command == nullptr)
+        return real(command, mode);
+    record_errors(""); // of the tool before
     std::FILE *const stream = real(command, mode);
     record(event_kind::ran, command, {}, stream != nullptr ? 0 : errno);
     remember_stream(stream, command);
@@ -162,10 +181,10 @@ IN_PLACE_OF(std::FILE *, popen, (const char *command, const char *mode))
 IN_PLACE_OF(int, pclose, (std::FILE * stream))
 {
     static auto *const real = next<int(std::FILE *)>("pclose");
-    const std::string command(is_observed() ? name_of(stream) : std::string_view());
+    const named_stream *const tool = is_observed() ? find_stream(stream) : nullptr;
     const int status = real(stream);
-    if (is_observed())
-        record(event_kind::ended, command, new_errors(), status);
+    if (tool != nullptr)
+        record_errors(tool->name, status);
     return status;
 }
 
@@ -199,6 +218,26 @@ IN_PLACE_OF(std::size_t, __fread_chk,
     return observed_fread(buffer, size, n, stream);
 }
 
+IN_PLACE_OF(ssize_t, getdelim, (char **text, std::size_t *size, int end, std::FILE *stream))
+{
+    using function = ssize_t(char **, std::size_t *, int, std::FILE *);
+    static auto *const real = next<function>("getdelim");
+    const ssize_t count = real(text, size, end, stream);
+    if (count > 0)
+        record_read(stream, {*text, static_cast<std::size_t>(count)});
+    return count;
+}
+
+IN_PLACE_OF(ssize_t, __getdelim, (char **text, std::size_t *size, int end, std::FILE *stream))
+{
+    return observed_getdelim(text, size, end, stream);
+}
+
+IN_PLACE_OF(ssize_t, getline, (char **text, std::size_t *size, std::FILE *stream))
+{
+    return observed_getdelim(text, size, '\n', stream);
+}
+
 // dmsetup is run without a shell, in a child that ends where it cannot be.
 IN_PLACE_OF(int, execve, (const char *path, char *const *arguments, char *const *environment))
 {
@@ -220,8 +259,8 @@ template <class Call> auto recorded_call(const char *name, const char *argument,
 {
     record(event_kind::entered, name, argument != nullptr ? argument : "");
     const auto result = call();
-    if (const std::string errors = is_observed() ? new_errors() : std::string(); !errors.empty())
-        record(event_kind::ended, name, errors);
+    if (is_observed())
+        record_errors("");
     if constexpr (std::is_pointer_v<decltype(result)>)
         record(event_kind::left, name, result != nullptr ? result : "", result == nullptr ? 1 : 0);
     else

@@ -3,6 +3,7 @@
 // What is made from the tables of facts and reasons: the schema, and the page about facts.
 #include "commands.h"
 #include "facts.h"
+#include "layout.h"
 #include "output.h"
 #include "reasons.h"
 #include "report.h"
@@ -11,44 +12,26 @@
 
 namespace {
 
-std::string row(std::initializer_list<std::string> cells)
+std::string item(const std::string &text)
 {
-    std::string line = "|";
-    for (const std::string &cell : cells)
-        line += " " + cell + " |";
-    return line + "\n";
+    return wrapped(text, {"- ", "  "}, output_columns());
 }
 
-std::string table_of_facts()
+std::string section_on(const fact &one)
 {
-    std::string lines = row({"Fact", "What it is", "Sources, in their order", "An identity"}) +
-                        row({"---", "---", "---", "---"});
-    for (const fact &one : all_facts())
-        lines += row({std::string("`") + one.name + "`", one.description, one.source,
-                      one.is_identity ? "yes" : "no"});
-    return lines;
+    return std::string("\n## ") + one.name + "\n\n" +
+           wrapped(std::string(one.description) + ".", {}, output_columns()) + "\n" +
+           item(std::string("Sources, in their order: ") + one.source + ".") +
+           item("Stability: " + words_for(one.lasts) + ".") +
+           item(one.is_identity ? "It identifies a machine, unless `usable_as_identity` is false."
+                                : "It identifies no machine: many have the same value.");
 }
 
-std::string table_of_stability()
+std::string item_on(const reason &one)
 {
-    std::string lines = row({"Fact", "Reboot", "Reinstallation", "Replacing the disk", "Docking",
-                             "Copying the disk to another machine"}) +
-                        row({"---", "---", "---", "---", "---", "---"});
-    for (const fact &one : all_facts())
-        lines += row({std::string("`") + one.name + "`", words_for(one.lasts.reboot),
-                      words_for(one.lasts.reinstall), words_for(one.lasts.disk_change),
-                      words_for(one.lasts.docking), words_for(one.lasts.cloning)});
-    return lines;
-}
-
-std::string table_of_reasons()
-{
-    std::string lines =
-        row({"Reason", "Status", "What it says", "What to do"}) + row({"---", "---", "---", "---"});
-    for (const reason *const one : all_reasons())
-        lines += row({std::string("`") + one->code + "`",
-                      std::string("`") + name_of(one->status) + "`", one->text, one->advice});
-    return lines;
+    const std::string advice = *one.advice != '\0' ? std::string("; ") + one.advice : "";
+    return item(std::string("`") + one.code + "` (" + words_for(one.status) + "): " + one.text +
+                advice + ".");
 }
 
 } // namespace
@@ -61,8 +44,15 @@ int print_schema()
 
 int print_facts_page()
 {
-    print_text("# Facts\n\nWhat `orvane show` and `orvane explain` know of a machine.\n\n" +
-               table_of_facts() + "\n## What becomes of a value\n\n" + table_of_stability() +
-               "\n## Why a fact has its answer, or none\n\n" + table_of_reasons());
+    std::string page = "# Facts\n\nWhat `orvane show` and `orvane explain` know of a machine.\n";
+    for (const fact &one : all_facts())
+        page += section_on(one);
+    page += "\n## Reasons\n\n" +
+            wrapped("Why a fact has its answer, or none; docs/troubleshooting.md says more.", {},
+                    output_columns()) +
+            "\n";
+    for (const reason *const one : all_reasons())
+        page += item_on(*one);
+    print_text(page);
     return success;
 }

@@ -5,9 +5,19 @@
 
 #include <algorithm>
 
+std::vector<std::string> each_once(const std::vector<std::string> &names)
+{
+    std::vector<std::string> once;
+    for (const std::string &name : names) {
+        if (std::find(once.begin(), once.end(), name) == once.end())
+            once.push_back(name);
+    }
+    return once;
+}
+
 findings queried(const query_options &options)
 {
-    findings found = examine(options.names, options.trace);
+    findings found = examine(each_once(options.names), options.trace);
     const bool is_lost = std::any_of(found.begin(), found.end(),
                                      [](const finding &one) { return one.is_trace_lost; });
     if (is_lost)

@@ -6,6 +6,9 @@
 #include "commands.h"
 #include "findings.h"
 
+// Each name where it stands first.
+std::vector<std::string> each_once(const std::vector<std::string> &names);
+
 // Examines the facts as the options say, and reports a trace log that cannot be written.
 findings queried(const query_options &options);
 

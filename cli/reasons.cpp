@@ -16,12 +16,14 @@ constexpr reason tool_missing = {"tool-missing", fact_status::not_determinable,
 constexpr reason tool_failed = {"tool-failed", fact_status::not_determinable,
                                 "the tools that could answer print no model and serial number",
                                 "run the command line that is shown, and read what it reports"};
+constexpr reason source_failed = {
+    "source-failed", fact_status::not_determinable, "a source could not be read",
+    "read the file that is shown by hand; in a chroot, mount /proc and /sys"};
 constexpr reason file_absent = {"file-absent", fact_status::absent,
                                 "the file that would hold it is not on this machine",
                                 "nothing, because this machine does not have it"};
 constexpr reason no_firmware_tables = {"no-firmware-tables", fact_status::absent,
-                                       "the kernel shows no DMI tables",
-                                       "use the disk or the MAC address"};
+                                       "the kernel shows no DMI tables", "use another fact"};
 constexpr reason not_in_firmware = {"not-in-firmware", fact_status::absent,
                                     "the firmware's tables do not have it", "use another fact"};
 constexpr reason empty = {"empty", fact_status::absent, "the source holds an empty text",
@@ -30,8 +32,9 @@ constexpr reason placeholder = {"placeholder", fact_status::refused,
                                 "the firmware holds a placeholder that many machines share",
                                 "use another fact, or have the board's maker set it"};
 constexpr reason not_a_block_device = {
-    "not-a-block-device", fact_status::absent, "the root file system is on no block device",
-    "run the command on the host where this is a container, or use another fact"};
+    "not-a-block-device", fact_status::not_determinable,
+    "the root file system is on no block device that is known here",
+    "run the command on the host if this is a container, or use another fact"};
 constexpr reason device_missing = {
     "device-missing", fact_status::not_determinable, "a device has no node in /dev",
     "see that udev makes the node, or boot with root=/dev/... or root=UUID=..."};
@@ -49,12 +52,12 @@ constexpr reason array_not_followed = {
     "array-not-followed", fact_status::not_determinable,
     "a software RAID array is not followed to its members",
     "read its members, which are shown, with smartctl -i, or use another fact"};
-constexpr reason disk_unsupported = {"disk-unsupported", fact_status::not_determinable,
-                                     "the disk answers neither the identify request nor smartctl",
-                                     "use the system UUID or the MAC address"};
+constexpr reason disk_unsupported = {
+    "disk-unsupported", fact_status::not_determinable,
+    "disks of this kind answer neither the identify request nor smartctl", "use another fact"};
 constexpr reason no_serial_number = {"no-serial-number", fact_status::not_determinable,
                                      "smartctl reports no serial number of the disk",
-                                     "use the system UUID or the MAC address"};
+                                     "use another fact"};
 constexpr reason no_interface = {"no-interface", fact_status::absent,
                                  "no wired interface has a name that counts",
                                  "name the card eth..., en... or em..., or use another fact"};
@@ -75,26 +78,13 @@ constexpr reason library_ended = {"library-ended", fact_status::not_determinable
 namespace {
 
 constexpr const reason *all[] = {
-    &reasons::answered,
-    &reasons::permission_denied,
-    &reasons::tool_missing,
-    &reasons::tool_failed,
-    &reasons::file_absent,
-    &reasons::no_firmware_tables,
-    &reasons::not_in_firmware,
-    &reasons::empty,
-    &reasons::placeholder,
-    &reasons::not_a_block_device,
-    &reasons::device_missing,
-    &reasons::form_not_followed,
-    &reasons::mapping_not_followed,
-    &reasons::several_devices,
-    &reasons::array_not_followed,
-    &reasons::disk_unsupported,
-    &reasons::no_serial_number,
-    &reasons::no_interface,
-    &reasons::usb_adapter,
-    &reasons::no_device_behind,
+    &reasons::answered,           &reasons::permission_denied,    &reasons::tool_missing,
+    &reasons::tool_failed,        &reasons::source_failed,        &reasons::file_absent,
+    &reasons::no_firmware_tables, &reasons::not_in_firmware,      &reasons::empty,
+    &reasons::placeholder,        &reasons::not_a_block_device,   &reasons::device_missing,
+    &reasons::form_not_followed,  &reasons::mapping_not_followed, &reasons::several_devices,
+    &reasons::array_not_followed, &reasons::disk_unsupported,     &reasons::no_serial_number,
+    &reasons::no_interface,       &reasons::usb_adapter,          &reasons::no_device_behind,
     &reasons::library_ended,
 };
 

@@ -24,10 +24,10 @@ struct reason {
 
 namespace reasons {
 
-extern const reason answered, permission_denied, tool_missing, tool_failed, file_absent,
-    no_firmware_tables, not_in_firmware, empty, placeholder, not_a_block_device, device_missing,
-    form_not_followed, mapping_not_followed, several_devices, array_not_followed, disk_unsupported,
-    no_serial_number, no_interface, usb_adapter, no_device_behind, library_ended;
+extern const reason answered, permission_denied, tool_missing, tool_failed, source_failed,
+    file_absent, no_firmware_tables, not_in_firmware, empty, placeholder, not_a_block_device,
+    device_missing, form_not_followed, mapping_not_followed, several_devices, array_not_followed,
+    disk_unsupported, no_serial_number, no_interface, usb_adapter, no_device_behind, library_ended;
 
 } // namespace reasons
 

@@ -28,8 +28,11 @@ std::string line_of(const char *path)
 // to be had from a report.
 std::string salt()
 {
+    constexpr std::size_t digits = 32; // an image that is to be copied has a word instead
     for (const char *const path : {"/etc/machine-id", "/proc/sys/kernel/random/boot_id"}) {
-        if (std::string line = line_of(path); line.size() > 1)
+        std::string line = line_of(path);
+        if (std::count_if(line.begin(), line.end(),
+                          [](unsigned char c) { return std::isxdigit(c) != 0; }) == digits)
             return line;
     }
     throw std::runtime_error("/etc/machine-id: it is missing, so that nothing can be redacted");
@@ -51,23 +54,24 @@ public:
     // Remembers a text that identifies, wherever else it stands.
     void add_secret(const std::string &text)
     {
-        constexpr std::size_t shortest = 4;
-        if (text.size() >= shortest && !is_repeated(text) && !text.starts_with("/dev/"))
-            secrets_.push_back(text);
+        constexpr std::size_t shortest = 4; // or it would be found in other words
+        if (text.size() < shortest || is_repeated(text))
+            return;
+        secrets_.push_back(text);
+        std::sort(secrets_.begin(), secrets_.end(),
+                  [](const std::string &one, const std::string &other) {
+                      return one.size() > other.size();
+                  });
     }
 
     [[nodiscard]] std::string redacted(const std::string &text) const
     {
-        std::string plain = without_identifiers(text);
         for (const std::string &secret : secrets_) {
-            for (std::size_t at = plain.find(secret); at != std::string::npos;
-                 at = plain.find(secret, at)) {
-                const std::string replacement = hash(secret);
-                plain.replace(at, secret.size(), replacement);
-                at += replacement.size();
-            }
+            if (const std::size_t at = text.find(secret); at != std::string::npos)
+                return redacted(text.substr(0, at)) + hash(secret) +
+                       redacted(text.substr(at + secret.size()));
         }
-        return plain;
+        return without_identifiers(text);
     }
 
 private:
@@ -105,35 +109,48 @@ private:
     std::vector<std::string> secrets_;
 };
 
-// Of a disk the model may be known.
-std::string without_model(const finding &one, const std::string &value)
+// Of a disk the model may be known. Neither it nor the serial number is free of "_": what stands
+// behind the first one is taken for the serial number.
+std::size_t start_of_secret(const finding &one, const std::string &value)
 {
-    const std::size_t end =
-        one.what->kind == fact_kind::disk ? value.rfind('_') : std::string::npos;
-    return end != std::string::npos ? value.substr(end + 1) : value;
+    const std::size_t end = one.what->kind == fact_kind::disk ? value.find('_') : value.size();
+    return end < value.size() ? end + 1 : 0;
 }
 
-void redact_steps(std::vector<step> &steps, const redactor &redact)
+std::string redacted_value(const finding &one, const std::string &value, const redactor &redact)
 {
-    for (step &one : steps) {
-        one.source = redact.redacted(one.source);
-        one.text = redact.redacted(one.text);
-        one.output.clear();
-        redact_steps(one.below, redact);
+    if (!one.what->is_identity || is_repeated(value))
+        return redact.redacted(value);
+    const std::size_t start = start_of_secret(one, value);
+    return redact.redacted(value.substr(0, start)) + redact.hash(value.substr(start));
+}
+
+// Whether all that a step returned identifies the machine.
+bool is_secret(const finding &one, const step &source)
+{
+    const bool is_answer = source.result == results::answered && one.what->is_identity;
+    return is_answer && (one.what->kind != fact_kind::disk || source.source.ends_with("/serial"));
+}
+
+void redact_steps(const finding &one, std::vector<step> &steps, const redactor &redact)
+{
+    for (step &source : steps) {
+        source.text =
+            is_secret(one, source) ? redact.hash(source.text) : redact.redacted(source.text);
+        source.source = redact.redacted(source.source);
+        source.output.clear();
+        redact_steps(one, source.below, redact);
     }
 }
 
 void collect_secrets(const finding &one, redactor &redact)
 {
-    if (!one.what->is_identity)
-        return;
-    if (const auto *const value = std::get_if<std::string>(&one.value))
-        redact.add_secret(without_model(one, *value));
+    if (const auto *const value = std::get_if<std::string>(&one.value);
+        value != nullptr && one.what->is_identity)
+        redact.add_secret(value->substr(start_of_secret(one, *value)));
     for (const step *const leaf : leaves_of(one.steps)) {
-        const bool is_serial =
-            leaf->result == results::answered && leaf->source.ends_with("serial");
-        if (is_serial || one.what->kind != fact_kind::disk)
-            redact.add_secret(leaf->result == results::answered ? leaf->text : "");
+        if (is_secret(one, *leaf))
+            redact.add_secret(leaf->text);
     }
 }
 
@@ -146,11 +163,11 @@ void redact(findings &found)
         collect_secrets(one, redact);
     for (finding &one : found) {
         if (const auto *const value = std::get_if<std::string>(&one.value))
-            one.value = redact.redacted(*value);
+            one.value = redacted_value(one, *value, redact);
         one.source = redact.redacted(one.source);
         one.device = redact.redacted(one.device);
         one.subject = redact.redacted(one.subject);
-        redact_steps(one.steps, redact);
+        redact_steps(one, one.steps, redact);
         for (storage_layer &layer : one.layers) {
             layer.name = redact.redacted(layer.name);
             std::transform(layer.below.begin(), layer.below.end(), layer.below.begin(),

@@ -195,13 +195,15 @@ json layers_in(const finding &one)
     return object;
 }
 
-json document_of(const findings &found, detail how_much)
+json document_of(const findings &found, detail how_much, bool is_redacted)
 {
     json facts = json::object();
     for (const finding &one : found)
         facts.add(one.what->name, fact_in_json(one, how_much));
     json document = json::object();
     document.add("schema", schema_version);
+    if (is_redacted)
+        document.add("redacted", true);
     document.add("facts", std::move(facts));
     return document;
 }
@@ -212,6 +214,7 @@ json document_schema()
     version.add("const", schema_version);
     json members = json::object();
     members.add("schema", std::move(version));
+    members.add("redacted", type("boolean"));
     members.add("facts", schema_of_facts());
     json definitions = json::object();
     definitions.add("fact", schema_of_fact());

@@ -14,7 +14,7 @@ json to_json(const answer &value);
 // {"schema": 1, "facts": {NAME: ...}} with what `show` prints of each fact, or with all that is
 // known of it.
 enum class detail { brief, full };
-json document_of(const findings &found, detail how_much);
+json document_of(const findings &found, detail how_much, bool is_redacted = false);
 
 // The layers by name, "/" first, with those that each stands on.
 json layers_in(const finding &one);

@@ -7,6 +7,8 @@
 #include <memory>
 
 #include <mntent.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -35,6 +37,13 @@ mounted root_mount()
 bool is_path_of_device(const std::string &name)
 {
     return name.starts_with("/dev/");
+}
+
+// In this process: for a moment it may have been none.
+bool is_block_device_now(const std::string &path)
+{
+    struct stat file = {};
+    return !path.empty() && ::stat(path.c_str(), &file) == 0 && S_ISBLK(file.st_mode);
 }
 
 void add_mount_table(const std::string &answered, std::vector<step> &steps)
@@ -84,10 +93,14 @@ void miss_root_device(finding &one)
     const step *const cmdline = find_call(one.steps, "command_line_get_root_device_name");
     const std::string named = cmdline != nullptr ? cmdline->text : "";
     const std::string device = named.empty() ? root.device : named;
-    if (!root.device.empty() && !is_path_of_device(root.device))
+    if (root.device.empty() && ::access("/proc/mounts", R_OK) != 0)
+        miss(one, reasons::source_failed, "/proc/mounts");
+    else if (!root.device.empty() && !is_path_of_device(root.device))
         miss(one, reasons::not_a_block_device, root.device);
     else if (!named.empty() && named.find('/') == std::string::npos)
         miss(one, reasons::form_not_followed, named);
+    else if (is_block_device_now(root.device) || is_block_device_now(named))
+        miss(one, reasons::source_failed, device);
     else if (device.empty() || exists(device.c_str()))
         miss(one, reasons::not_a_block_device, device);
     else

@@ -56,8 +56,8 @@ void print_table(const findings &found)
 {
     const std::unique_ptr<libscols_table, unref_table> table(scols_new_table());
     require(table && scols_table_new_column(table.get(), "FACT", 0, 0) != nullptr &&
-            scols_table_new_column(table.get(), "VALUE", 0, 0) != nullptr &&
-            scols_table_new_column(table.get(), "NOTE", 0, 0) != nullptr &&
+            scols_table_new_column(table.get(), "VALUE", 0, SCOLS_FL_WRAP) != nullptr &&
+            scols_table_new_column(table.get(), "NOTE", 0, SCOLS_FL_WRAP) != nullptr &&
             scols_table_enable_noheadings(table.get(), 1) == 0);
     for (const finding &one : found) {
         libscols_line *const line = scols_table_new_line(table.get(), nullptr);
@@ -122,25 +122,26 @@ void report_what_needs_root(const findings &found)
 std::vector<std::string> names_to_query(const show_options &options)
 {
     std::vector<std::string> names = options.names;
-    for (const std::string &name : options.required) {
-        if (!names.empty() && std::find(names.begin(), names.end(), name) == names.end())
-            names.push_back(name);
+    if (!names.empty())
+        names.insert(names.end(), options.required.begin(), options.required.end());
+    return each_once(names);
+}
+
+void report_required(const std::vector<std::string> &required, const findings &found)
+{
+    for (const finding &one : found) {
+        if (std::find(required.begin(), required.end(), one.what->name) != required.end() &&
+            !is_known(one))
+            print_error(missing_line(one));
     }
-    return names;
 }
 
 bool are_known(const std::vector<std::string> &required, const findings &found)
 {
-    bool are = true;
-    for (const finding &one : found) {
-        const bool is_required =
-            std::find(required.begin(), required.end(), one.what->name) != required.end();
-        if (is_required && !is_known(one)) {
-            are = false;
-            print_error(missing_line(one));
-        }
-    }
-    return are;
+    return std::all_of(found.begin(), found.end(), [&required](const finding &one) {
+        return is_known(one) ||
+               std::find(required.begin(), required.end(), one.what->name) == required.end();
+    });
 }
 
 struct close_tool {
@@ -185,28 +186,29 @@ std::string root_disk()
 
 int show(const show_options &options)
 {
+    const std::size_t count = each_once(options.names).size();
     const findings all =
         queried({names_to_query(options), options.json, options.redact, options.trace});
-    const auto shown_end = options.names.empty()
-                               ? all.end()
-                               : all.begin() + static_cast<std::ptrdiff_t>(options.names.size());
-    const findings shown(all.begin(), shown_end);
-    const bool is_one = options.names.size() == 1 && options.format == show_format::table;
+    const findings shown(all.begin(),
+                         count == 0 ? all.end() : all.begin() + static_cast<std::ptrdiff_t>(count));
+    const findings others(all.begin() + static_cast<std::ptrdiff_t>(count), all.end());
+    const bool is_value_alone = count == 1 && options.format == show_format::table;
 
     if (options.json || options.format == show_format::json)
-        print_text(printed(document_of(shown, detail::brief)) + "\n");
+        print_text(printed(document_of(shown, detail::brief, options.redact)) + "\n");
     else if (options.format == show_format::shell)
         print_assignments(shown);
-    else if (is_one)
+    else if (is_value_alone)
         print_value(shown.front());
     else
         print_table(shown);
 
-    if (!is_one)
+    if (!is_value_alone)
         report_what_needs_root(shown);
+    report_required(options.required, is_value_alone ? others : all);
     if (!are_known(options.required, all))
         return negative;
-    return options.names.empty() ? success : status_of_all(shown);
+    return count == 0 ? success : status_of_all(shown);
 }
 
 int print_root_disk()

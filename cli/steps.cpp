@@ -5,7 +5,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+
+#include <unistd.h>
 
 namespace {
 
@@ -17,14 +20,32 @@ std::string as_call(const std::string &function, const std::string &argument)
     return function + (argument.empty() ? "()" : "(\"" + argument + "\")");
 }
 
-// The shell's words for a filter that is missing: "sh: 1: awk: not found".
-std::string tool_not_found(std::string_view errors)
+bool is_in_path(const std::string &tool)
 {
-    const std::size_t end = errors.find(": not found");
-    if (end == std::string_view::npos)
-        return "";
-    const std::string_view before = errors.substr(0, end);
-    return std::string(before.substr(before.rfind(' ') + 1));
+    const char *const path = std::getenv("PATH");
+    std::string_view folders = path != nullptr ? path : "/usr/bin:/bin";
+    while (!folders.empty()) {
+        const std::string_view folder = folders.substr(0, folders.find(':'));
+        folders.remove_prefix(std::min(folder.size() + 1, folders.size()));
+        if (::access((std::string(folder) + "/" + tool).c_str(), X_OK) == 0)
+            return true;
+    }
+    return false;
+}
+
+// The words behind each "|" of a command line that the shell does not find.
+std::vector<std::string> missing_filters(std::string_view command)
+{
+    std::vector<std::string> missing;
+    for (std::size_t at = command.find('|'); at != std::string_view::npos;
+         at = command.find('|', at + 1)) {
+        const std::string_view filter =
+            command.substr(std::min(command.find_first_not_of("| ", at), command.size()));
+        const std::string name(filter.substr(0, filter.find(' ')));
+        if (!is_in_path(name))
+            missing.push_back(name);
+    }
+    return missing;
 }
 
 class tree_builder {
@@ -47,6 +68,8 @@ public:
             break;
         case event_kind::ran:
             current().push_back({seen.subject, results::no_answer, ""});
+            for (const std::string &filter : missing_filters(seen.subject))
+                current().push_back({filter, reasons::tool_missing.code, "it is not in PATH"});
             break;
         case event_kind::read:
             if (step *const source = latest(seen.subject))
@@ -125,8 +148,6 @@ private:
             source->text = first_line_with_text(seen.text);
         if (source != nullptr && speaks_of_permission(seen.text))
             source->result = reasons::permission_denied.code;
-        if (const std::string tool = tool_not_found(seen.text); !tool.empty())
-            current().push_back({tool, reasons::tool_missing.code, "the shell does not find it"});
     }
 
     // The lines by which the library reports what it asks of the kernel.
@@ -255,7 +276,7 @@ const char *result_of_error(std::string_view path, int error)
     if (error == EACCES || error == EPERM)
         return reasons::permission_denied.code;
     if (error != ENOENT && error != ENOTDIR)
-        return results::no_answer;
+        return reasons::source_failed.code;
     return is_tool(path) ? reasons::tool_missing.code : reasons::file_absent.code;
 }
 

@@ -7,25 +7,31 @@
 
 namespace {
 
+bool is_read(const step &source)
+{
+    return source.result == results::answered || source.result == results::no_answer ||
+           source.result == reasons::empty.code;
+}
+
 // 0 is an answer only where the file was read.
 void judge_file(finding &one)
 {
-    const bool was_read = std::any_of(one.steps.begin(), one.steps.end(), [](const step &source) {
-        return source.result == results::answered || source.result == results::no_answer ||
-               source.result == reasons::empty.code;
-    });
+    const bool was_read = std::any_of(one.steps.begin(), one.steps.end(), is_read);
     const bool is_traced = std::any_of(one.trace.begin(), one.trace.end(), [](const auto &line) {
         return line.find("os_ver = ") != std::string::npos;
     });
-    if (was_read || is_traced) {
-        for (step &source : one.steps) {
-            if (source.result == results::no_answer || source.result == results::answered)
-                source = {source.source, results::answered, "read"};
-        }
-        return;
+    for (step &source : one.steps) {
+        if (is_read(source))
+            source = {source.source, results::answered, "read"};
     }
-    miss(one, with(one, reasons::permission_denied) != nullptr ? reasons::permission_denied
-                                                               : reasons::file_absent);
+    if (was_read || is_traced)
+        return;
+    if (with(one, reasons::permission_denied) != nullptr)
+        miss(one, reasons::permission_denied);
+    else if (with(one, reasons::source_failed) != nullptr || !exists("/proc/self"))
+        miss(one, reasons::source_failed);
+    else
+        miss(one, reasons::file_absent);
 }
 
 } // namespace

@@ -9,6 +9,9 @@ namespace {
 
 constexpr uid_t ordinary_user = 65534;
 
+// dmidecode, which would know them, is not installed.
+const std::string not_known = "not known, then and now: model, serial, manufacturer, lenovo\n";
+
 class compare_command : public command_machine {
 protected:
     void furnish() override
@@ -57,7 +60,7 @@ protected:
 TEST_F(compare_command, finds_nothing_changed)
 {
     save();
-    EXPECT_EQ(compared(), printed("nothing has changed\n"));
+    EXPECT_EQ(compared(), printed("nothing has changed\n" + not_known));
 }
 
 TEST_F(compare_command, names_what_changed_with_its_sources)
@@ -70,8 +73,20 @@ TEST_F(compare_command, names_what_changed_with_its_sources)
                        "  then: Fast-Disk-1_S123 (/sys/block/nvme0n1/device/serial)\n"
                        "  now:  Fast-Disk-1_S999 (/sys/block/nvme0n1/device/serial)\n"
                        "this usually means: disk: the disk was replaced, or the root file system "
-                       "was\n  moved\n",
+                       "was\n  moved\n" +
+                           not_known,
                        ""}));
+}
+
+// JSON is UTF-8; firmware is not.
+TEST_F(compare_command, finds_bytes_that_are_no_utf_8_unchanged)
+{
+    vendor("M\374ller \x1b[31m");
+    disk("\377\376");
+    save();
+    EXPECT_EQ(compared(), printed("nothing has changed\n" + not_known));
+    vendor("Mueller");
+    expect_change({"vendor: changed\n"});
 }
 
 TEST_F(compare_command, tells_a_new_mainboard_from_a_clone)
@@ -88,27 +103,48 @@ TEST_F(compare_command, tells_a_new_mainboard_from_a_clone)
         {"this usually means: this is a virtual machine now: the system was virtualised"});
 }
 
-TEST_F(compare_command, names_a_tool_that_was_removed)
+TEST_F(compare_command, cannot_compare_where_a_tool_was_removed)
 {
     machine.file("/proc/mounts", "/dev/sda2 / ext4 rw 0 0\n");
     machine.block_device("/dev/sda2");
     machine.tool("/usr/sbin/smartctl", "Product: A\nSerial number: B\n");
     save();
     machine.remove("/usr/sbin/smartctl");
-    expect_change({"disk: changed\n  then: A_B (/usr/sbin/smartctl -i /dev/sda2)\n"
-                   "  now:  no answer (tool-missing)\n",
-                   "this usually means: disk: a tool was removed: /usr/sbin/smartctl\n"});
+    EXPECT_EQ(compared(),
+              (outcome{3,
+                       "disk: cannot be compared\n"
+                       "  then: A_B (/usr/sbin/smartctl -i /dev/sda2)\n"
+                       "  now:  no answer (tool-missing)\n"
+                       "this usually means: disk: a tool was removed: /usr/sbin/smartctl\n" +
+                           not_known,
+                       ""}));
 }
 
 TEST_F(compare_command, cannot_compare_what_another_user_may_not_read)
 {
     save();
-    const outcome result = compared(ordinary_user);
-    EXPECT_EQ(result.status, 3);
-    EXPECT_TRUE(
-        result.output.starts_with("system_uuid: cannot be compared without the rights of root\n"
-                                  "  then: 4c4c4544-0042-3510-8052-b4c04f4d3132\n"))
-        << result;
+    EXPECT_EQ(compared(ordinary_user),
+              (outcome{3,
+                       "system_uuid: cannot be compared\n"
+                       "  then: 4c4c4544-0042-3510-8052-b4c04f4d3132\n"
+                       "        (/sys/devices/virtual/dmi/id/product_uuid)\n"
+                       "  now:  no answer (permission-denied)\n" +
+                           not_known,
+                       ""}));
+}
+
+TEST_F(compare_command, cannot_compare_where_nothing_was_known)
+{
+    machine.file("/srv/saved",
+                 R"({"schema": 1, "facts": {"serial": {"status": "needs_root", "value": null}}})");
+    EXPECT_EQ(compared(),
+              (outcome{3, "nothing can be compared\nnot known, then and now: serial\n", ""}));
+}
+
+TEST_F(compare_command, reads_and_writes_standard_streams)
+{
+    EXPECT_EQ(shell("orvane save - | orvane compare -"),
+              printed("nothing has changed\n" + not_known));
 }
 
 TEST_F(compare_command, prints_the_comparison_as_json)
@@ -142,6 +178,10 @@ TEST_F(compare_command, refuses_a_file_that_is_not_its_own)
         {R"({"schema": 1, "facts": {}})", "it has no fact"},
         {R"({"schema": 2, "facts": {"new": {}}})", "it is of another version, 2, than 1"},
         {R"({"schema": 1, "facts": {"\u001b[31m": {}}})", "there is no fact ' [31m'"},
+        {R"({"schema": 1, "redacted": true, "facts": {"disk": {}}})", "it is redacted"},
+        {saved + std::string(1 << 20, ' '), "it is longer than 1048576 bytes"},
+        {R"({"schema": 1, "facts": {"os_version": {"status": "known", "value": 4294967296}}})",
+         "the fact 'os_version' has no status that fits its value"},
         {R"({"schema": 1, "facts": {"disk": {"status": "known"}}})",
          "the fact 'disk' has no status that fits its value"},
         {R"({"schema": 1, "facts": {"disk": {"status": "none"}}})",

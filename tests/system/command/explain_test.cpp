@@ -83,8 +83,10 @@ TEST_F(explain_command, names_what_each_source_returned_where_none_answers)
                      placeholder +
                      ": a placeholder, refused\n"
                      "└─/usr/sbin/dmidecode: not installed (package dmidecode)\n"
-                     "  Reason: the firmware holds a placeholder that many machines share\n"
-                     "      (placeholder).\n"
+                     "  Reason: the firmware holds a placeholder that many machines share:\n"
+                     "      " +
+                     placeholder +
+                     " (placeholder).\n"
                      "  What to do: use another fact, or have the board's maker set it.\n"
                      "  More: docs/troubleshooting.md#placeholder\n"
                      "  Stability: the same after reboot, reinstallation, replacing the disk, "

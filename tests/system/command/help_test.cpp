@@ -164,7 +164,7 @@ TEST_F(help, lists_the_subcommands)
 Subcommands:
   show           show what is known about this machine
   explain        explain why facts have the answers they have, or none
-  doctor         find what keeps this machine from answering, and how to mend it
+  doctor         find what is missing for facts that this machine could have
   save           save the facts in a file, to compare with later
   compare        compare the facts with those that were saved
   root-disk      print the disk with the root file system

@@ -93,8 +93,10 @@ TEST_F(show_command, prints_one_aligned_row_for_each_fact)
 // Unknown is not false, and not zero.
 TEST_F(show_command, prints_why_there_is_no_answer)
 {
-    EXPECT_EQ(orvane({}), printed("root_device  -     absent (not-a-block-device)\n"
-                                  "disk         -     absent (not-a-block-device)\n"
+    machine.file("/proc/mounts", "overlay / overlay rw 0 0\n");
+    machine.directory("/sys/class");
+    EXPECT_EQ(orvane({}), printed("root_device  -     not determinable here (not-a-block-device)\n"
+                                  "disk         -     not determinable here (not-a-block-device)\n"
                                   "mac          -     absent (no-interface)\n"
                                   "system_uuid  -     absent (no-firmware-tables)\n"
                                   "vendor       -     absent (no-firmware-tables)\n"
@@ -105,6 +107,32 @@ TEST_F(show_command, prints_why_there_is_no_answer)
                                   "lenovo       -     absent (no-firmware-tables)\n"
                                   "huawei_9x0   -     absent (file-absent)\n"
                                   "os_version   -     absent (file-absent)\n"));
+}
+
+// In a chroot without /sys and the mount table, and where no file can be opened.
+TEST_F(show_command, does_not_take_for_absent_what_cannot_be_read)
+{
+    const std::string rows = orvane({}).output;
+    for (const std::string name : {"root_device ", "disk        ", "system_uuid ", "vendor      "})
+        EXPECT_NE(rows.find(name + " -     not determinable here (source-failed)\n"),
+                  std::string::npos)
+            << rows;
+    describe_machine();
+    const std::string limited = shell("prlimit --nofile=6 orvane").output;
+    for (const std::string name : {"root_device ", "disk        ", "system_uuid ", "vendor      ",
+                                   "model       ", "huawei_9x0  ", "os_version  "})
+        EXPECT_NE(limited.find(name + " -     not determinable here (source-failed)\n"),
+                  std::string::npos)
+            << limited;
+}
+
+// As after a signal() of the program that starts the command.
+TEST_F(show_command, answers_where_the_end_of_a_child_is_ignored)
+{
+    describe_machine();
+    EXPECT_EQ(shell("trap '' CHLD; exec orvane show vendor disk"),
+              printed("vendor Acme Inc.\ndisk   Fast-Disk-1_S123\n"));
+    EXPECT_EQ(shell("(ulimit -f 0; exec orvane show vendor) | cat"), printed("Acme Inc.\n"));
 }
 
 TEST_F(show_command, prints_one_json_object)
@@ -195,9 +223,9 @@ TEST_F(show_command, prints_one_value_alone)
 
 TEST_F(show_command, reports_in_one_line_why_a_fact_has_no_value)
 {
+    machine.directory("/sys/class");
     EXPECT_EQ(shown("vendor"),
-              missing(1, "vendor",
-                      "absent: the kernel shows no DMI tables; use the disk or the MAC address"));
+              missing(1, "vendor", "absent: the kernel shows no DMI tables; use another fact"));
     vendor("\n");
     EXPECT_EQ(shown("vendor"),
               missing(1, "vendor", "absent: the source holds an empty text; use another fact"));
@@ -265,6 +293,10 @@ TEST_F(show_command, marks_a_value_that_many_machines_have)
     EXPECT_FALSE(is_usable("serial"));
     EXPECT_FALSE(is_usable("vendor")); // of many machines, whatever it is
     EXPECT_TRUE(is_usable("disk"));
+    EXPECT_TRUE(is_usable("mac"));
+    machine.file("/proc/net/bonding/bond0", "Slave Interface: eno1\n"
+                                            "Permanent HW addr: 52:54:00:00:00:01\n");
+    EXPECT_FALSE(is_usable("mac")) << "a hypervisor's";
     EXPECT_TRUE(is_usable("system_uuid"));
 }
 
@@ -285,6 +317,7 @@ TEST_F(show_command, fails_where_a_required_fact_is_not_known)
 TEST_F(show_command, redacts_what_identifies_the_machine)
 {
     describe_machine();
+    machine.file("/etc/machine-id", "0123456789abcdef0123456789abcdef\n");
     const std::string redacted = orvane({"show", "--redact"}).output;
     for (const char *const secret : {"S123", "f4:8e:38:00:00:01", "4c4c4544", "ABC 123"})
         EXPECT_EQ(redacted.find(secret), std::string::npos) << secret << "\n" << redacted;
@@ -298,6 +331,21 @@ TEST_F(show_command, redacts_what_identifies_the_machine)
 
     machine.file("/etc/machine-id", "00000000000000000000000000000001\n");
     EXPECT_NE(orvane({"show", "--redact"}).output, redacted) << "others on another machine";
+}
+
+// Neither the model nor the serial number is free of what separates them.
+TEST_F(show_command, redacts_a_serial_number_of_any_form)
+{
+    machine.file("/proc/mounts", "/dev/sda2 / ext4 rw 0 0\n");
+    machine.block_device("/dev/sda2");
+    for (const std::string serial : {"lab_7", "HOUSE-LXWZ-0123456789AB", "x"}) {
+        machine.tool("/usr/sbin/smartctl", "Device Model: MODELX\nSerial Number: " + serial + "\n");
+        const std::string redacted = orvane({"show", "--redact", "disk"}).output;
+        EXPECT_TRUE(redacted.starts_with("MODELX_#")) << redacted;
+        EXPECT_EQ(redacted.size(), std::string("MODELX_#0123456789\n").size()) << redacted;
+        const std::string report = orvane({"explain", "--redact", "--json", "disk"}).output;
+        EXPECT_TRUE(serial.size() == 1 || report.find(serial) == std::string::npos) << report;
+    }
 }
 
 // What only root can read.
