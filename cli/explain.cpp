@@ -67,20 +67,19 @@ std::vector<branch> branches_in(const std::vector<step> &steps)
     return all;
 }
 
+bool names_device(const std::string &text, const std::string &name)
+{
+    const std::size_t at = text.find("/" + name);
+    const std::size_t end = at + 1 + name.size();
+    return at != std::string::npos &&
+           (end == text.size() || std::string_view("/, :\")").find(text[end]) != std::string::npos);
+}
+
 // Whether a step's source or text speaks of the layer's device.
 bool speaks_of(const step &one, const storage_layer &layer)
 {
-    for (const std::string *const text : {&one.source, &one.text}) {
-        for (const std::string &name : {layer.node, layer.name}) {
-            const std::size_t at = text->find("/" + name);
-            const std::size_t end = at + 1 + name.size();
-            if (at != std::string::npos &&
-                (end == text->size() ||
-                 std::string_view("/, :\"").find((*text)[end]) != std::string::npos))
-                return true;
-        }
-    }
-    return false;
+    return names_device(one.source, layer.node) || names_device(one.source, layer.name) ||
+           names_device(one.text, layer.node) || names_device(one.text, layer.name);
 }
 
 bool is_reached(const finding &disk, const std::vector<step> &steps, const storage_layer &layer)
@@ -97,12 +96,8 @@ const storage_layer *last_layer_reached(const finding &disk)
 {
     const storage_layer *reached = nullptr;
     for (const storage_layer &layer : disk.layers) {
-        for (const step *const leaf : leaves_of(disk.steps)) {
-            const bool counts =
-                is_known(disk) ? leaf->source == disk.source : leaf->result != results::not_queried;
-            if (counts && speaks_of(*leaf, layer))
-                reached = &layer;
-        }
+        if (is_reached(disk, disk.steps, layer))
+            reached = &layer;
     }
     return reached;
 }

@@ -2,7 +2,9 @@
 //
 // orvane show and orvane root-disk: the identity of the machine.
 #include "commands.h"
+#include "layout.h"
 #include "output.h"
+#include "owned_text.h"
 #include "query.h"
 #include "report.h"
 #include "stderr_capture.h"
@@ -12,7 +14,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -52,12 +53,12 @@ std::string without_trailing_blanks(const std::string &lines)
 }
 
 // One row for each fact.
-void print_table(const findings &found)
+std::string table_of(const findings &found)
 {
     const std::unique_ptr<libscols_table, unref_table> table(scols_new_table());
     require(table && scols_table_new_column(table.get(), "FACT", 0, 0) != nullptr &&
-            scols_table_new_column(table.get(), "VALUE", 0, SCOLS_FL_WRAP) != nullptr &&
-            scols_table_new_column(table.get(), "NOTE", 0, SCOLS_FL_WRAP) != nullptr &&
+            scols_table_new_column(table.get(), "VALUE", 0, 0) != nullptr &&
+            scols_table_new_column(table.get(), "NOTE", 0, 0) != nullptr &&
             scols_table_enable_noheadings(table.get(), 1) == 0);
     for (const finding &one : found) {
         libscols_line *const line = scols_table_new_line(table.get(), nullptr);
@@ -67,8 +68,40 @@ void print_table(const findings &found)
     }
     char *text = nullptr;
     require(scols_print_table_to_string(table.get(), &text) == 0);
-    const std::unique_ptr<char, decltype(&std::free)> owner(text, &std::free);
-    std::fputs(without_trailing_blanks(std::string(text) + "\n").c_str(), stdout);
+    const owned_text owner(text);
+    return without_trailing_blanks(std::string(text) + "\n");
+}
+
+// The note below the value.
+std::string list_of(const findings &found)
+{
+    std::string lines;
+    for (const finding &one : found) {
+        lines += wrapped(std::string(one.what->name) + " " + to_text(one.value), {"", "  "},
+                         output_columns());
+        if (const std::string note = note_on(one); !note.empty())
+            lines += wrapped(note, {"  ", "  "}, output_columns());
+    }
+    return lines;
+}
+
+bool fits(const std::string &lines)
+{
+    for (std::size_t at = 0; at < lines.size();) {
+        const std::size_t end = std::min(lines.find('\n', at), lines.size());
+        if (columns_of(lines.substr(at, end - at)) > output_columns())
+            return false;
+        at = end + 1;
+    }
+    return true;
+}
+
+// A terminal would break the rows.
+void print_table(const findings &found)
+{
+    const std::string table = table_of(found);
+    const bool is_table = ::isatty(STDOUT_FILENO) == 0 || fits(table);
+    std::fputs((is_table ? table : list_of(found)).c_str(), stdout);
 }
 
 std::string variable_for(const finding &one)

@@ -51,11 +51,13 @@ for words in "explain" "help" "help show" "help explain" "help digest" "help gpg
     diff -u "$work/pipe.words" "$work/screen.words" || { echo "orvane $words differs"; exit 1; }
 done
 
-# Text that is laid out for people fits, but for a word that is longer than a line.
-"$orvane" help show >/dev/null
-screen_of "$orvane help show" >"$work/screen"
-awk -v columns=$columns 'length($0) > columns { print "too long: " $0; bad = 1 } END { exit bad }' \
-    "$work/screen"
+# What has no word that is longer than a line fits.
+for words in "show" "help show"; do
+    screen_of "$orvane $words 2>/dev/null" >"$work/screen"
+    awk -v columns=$columns -v words="$words" \
+        'length($0) > columns { print "orvane " words ": too long: " $0; bad = 1 }
+         END { exit bad }' "$work/screen"
+done
 
 truncate -s 4G "$work/large"
 rm -f "$work/done"
