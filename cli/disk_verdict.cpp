@@ -66,11 +66,6 @@ bool ends_at_mapping(const finding &one)
                                disk->source.find("/dev/dm-") != std::string::npos);
 }
 
-bool is_of_lvm(std::string_view tool)
-{
-    return tool.ends_with("/lvdisplay") || tool.ends_with("/pvdisplay") || tool.ends_with("/lsblk");
-}
-
 // dmsetup leads from a mapping to an NVMe partition or a whole disk, and no further.
 bool may_lead_to_disk(const finding &one)
 {
@@ -89,18 +84,33 @@ bool may_be_volume(const finding &one)
                               : one.layers.front().kind == layer_kind::logical_volume;
 }
 
+// smartctl knows disks and their partitions, and what LVM's tools name.
+bool may_be_known_to_smartctl(const finding &one)
+{
+    if (one.layers.empty() || may_be_volume(one))
+        return true;
+    const layer_kind kind = one.layers.front().kind;
+    return kind == layer_kind::disk || kind == layer_kind::partition;
+}
+
+// The listing by the other path of lsblk has never a disk that is wanted.
+bool is_useful(std::string_view tool, const finding &one)
+{
+    if (tool.ends_with("/smartctl"))
+        return may_be_known_to_smartctl(one);
+    if (tool.ends_with("/dmsetup"))
+        return may_lead_to_disk(one);
+    return tool != "/usr/bin/lsblk" && may_be_volume(one);
+}
+
 // The missing tools that would be of use for such a device.
 std::vector<std::string> useful_tools(const finding &one)
 {
     std::vector<std::string> tools;
     for (const step *const leaf : leaves_of(one.steps)) {
-        const std::string &tool = leaf->source;
-        const bool is_useful = is_of_lvm(tool)              ? may_be_volume(one)
-                               : tool.ends_with("/dmsetup") ? may_lead_to_disk(one)
-                                                            : true;
-        if (leaf->result == reasons::tool_missing.code && is_useful &&
-            std::find(tools.begin(), tools.end(), tool) == tools.end())
-            tools.push_back(tool);
+        if (leaf->result == reasons::tool_missing.code && is_useful(leaf->source, one) &&
+            std::find(tools.begin(), tools.end(), leaf->source) == tools.end())
+            tools.push_back(leaf->source);
     }
     return tools;
 }

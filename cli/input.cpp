@@ -67,6 +67,16 @@ std::string read_file(const std::string &path)
     return read_all({file.get(), name_of_input(path), content::bytes, longest_input});
 }
 
+std::string first_line_of(const std::string &path)
+{
+    const unique_stream file(std::fopen(path.c_str(), "re"));
+    char line[256];
+    if (!file || std::fgets(line, sizeof line, file.get()) == nullptr)
+        return "";
+    const std::string text = line;
+    return text.substr(0, text.find('\n'));
+}
+
 void check_readable(const std::string &path)
 {
     struct stat file = {};

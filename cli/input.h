@@ -43,6 +43,9 @@ std::string read_text(const std::string &path);
 // All bytes of a file, where "-" is standard input.
 std::string read_file(const std::string &path);
 
+// The first line of a short file of the kernel's or the system's; empty where it cannot be read.
+std::string first_line_of(const std::string &path);
+
 // Throws where a file is missing or cannot be read to its end. Nothing is read of a pipe or a
 // device.
 void check_readable(const std::string &path);

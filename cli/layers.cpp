@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "layers.h"
 
+#include "input.h"
+
 #include <algorithm>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 
@@ -26,20 +27,6 @@ std::string canonical(const std::string &path)
 std::string last_component(const std::string &path)
 {
     return path.substr(path.rfind('/') + 1);
-}
-
-struct close_stream {
-    void operator()(std::FILE *stream) const noexcept { std::fclose(stream); }
-};
-
-std::string first_line_of(const std::string &path)
-{
-    const std::unique_ptr<std::FILE, close_stream> file(std::fopen(path.c_str(), "re"));
-    char line[256];
-    if (!file || std::fgets(line, sizeof line, file.get()) == nullptr)
-        return "";
-    const std::string text = line;
-    return text.substr(0, text.find('\n'));
 }
 
 struct close_folder {

@@ -1,28 +1,16 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
 // Findings for a report that others may read.
+#include "input.h"
 #include "query.h"
 
 #include <algorithm>
 #include <cctype>
-#include <cstdio>
-#include <memory>
 #include <stdexcept>
 
 #include <glib.h>
 
 namespace {
-
-struct close_stream {
-    void operator()(std::FILE *stream) const noexcept { std::fclose(stream); }
-};
-
-std::string line_of(const char *path)
-{
-    const std::unique_ptr<std::FILE, close_stream> file(std::fopen(path, "re"));
-    char line[128] = "";
-    return file && std::fgets(line, sizeof line, file.get()) != nullptr ? line : "";
-}
 
 // The same on this machine until it is installed again, or at least until it is started again; not
 // to be had from a report.
@@ -30,7 +18,7 @@ std::string salt()
 {
     constexpr std::size_t digits = 32; // an image that is to be copied has a word instead
     for (const char *const path : {"/etc/machine-id", "/proc/sys/kernel/random/boot_id"}) {
-        std::string line = line_of(path);
+        std::string line = first_line_of(path);
         if (std::count_if(line.begin(), line.end(),
                           [](unsigned char c) { return std::isxdigit(c) != 0; }) == digits)
             return line;

@@ -194,6 +194,28 @@ TEST_F(explain_command, doctor_names_the_package_of_each_missing_tool)
               std::string::npos);
 }
 
+// On NVMe dmsetup alone leads through the encryption; smartctl would be asked about the mapping.
+TEST_F(explain_command, doctor_names_the_tool_that_would_lead_to_the_disk)
+{
+    const std::string disk = "/sys/devices/pci0/nvme0/nvme0n1";
+    const std::string mapping = "/sys/devices/virtual/block/dm-0";
+    describe_layer("nvme0n1", disk, 1);
+    describe_layer("nvme0n1p2", disk + "/nvme0n1p2", 2);
+    describe_layer("dm-0", mapping, 0);
+    machine.file(disk + "/nvme0n1p2/partition", "2\n");
+    machine.file(mapping + "/dm/name", "root_crypt\n");
+    machine.file(mapping + "/dm/uuid", "CRYPT-LUKS2-0a1b-root_crypt\n");
+    machine.link(mapping + "/slaves/nvme0n1p2", disk + "/nvme0n1p2");
+    machine.link("/dev/mapper/root_crypt", "../dm-0");
+    machine.file("/proc/mounts", "/dev/mapper/root_crypt / ext4 rw 0 0\n");
+    for (const char *const tool : {"/usr/sbin/smartctl", "/usr/sbin/dmsetup", "/usr/bin/lsblk"})
+        machine.remove(tool);
+    EXPECT_EQ(
+        orvane({"show", "disk"}).error,
+        "orvane: disk: not determinable here: /usr/sbin/dmsetup is not installed; install the "
+        "package dmsetup (see orvane explain disk)\n");
+}
+
 TEST_F(explain_command, doctor_names_no_tool_that_would_not_help)
 {
     machine.file("/proc/mounts", "/dev/vda / ext4 rw 0 0\n");
