@@ -207,6 +207,15 @@ void check_named(const CLI::Option *file)
     }
 }
 
+// An option that takes a value takes the next word, whatever it is.
+void check_no_option(const CLI::Option *file)
+{
+    for (const std::string &path : file->results()) {
+        if (path.starts_with("--"))
+            throw usage_error(quoted(file) + " needs a value");
+    }
+}
+
 // The words behind ALGORITHM, beside which there are no options. CLI11 splits one such as "[a,b]".
 std::vector<std::string> words_of_digest(std::vector<std::string> arguments)
 {
@@ -224,7 +233,7 @@ void add_digest(CLI::App &app, subcommands &all, const std::vector<std::string> 
     subcommand &command = declare("digest", app.add_subcommand("digest"), all);
     const auto options = std::make_shared<digest_options>();
     const auto list_options = std::make_shared<digest_list_options>();
-    const CLI::Option *const list = add_value(command, "--check", list_options->list);
+    const CLI::Option *const list = add_value(command, "-c,--check", list_options->list);
     const CLI::Option *const quiet = command.parser->add_flag("--quiet");
     const CLI::Option *const status = command.parser->add_flag("--status");
     const CLI::Option *const ignore_missing = command.parser->add_flag("--ignore-missing");
@@ -235,6 +244,7 @@ void add_digest(CLI::App &app, subcommands &all, const std::vector<std::string> 
     command.check_values = [=] {
         check_named(list);
         check_given_once(list);
+        check_no_option(list);
         check_named(files);
         list_options->quiet = is_set(quiet);
         list_options->status = is_set(status);
@@ -442,8 +452,9 @@ int refused(const std::string &reason, const std::string &page)
 
 } // namespace
 
-int run(const words &given)
+int run(const words &command_line)
 {
+    const words given = with_check_before_list(command_line);
     CLI::App app;
     app.set_help_flag(); // none of CLI11's
     subcommands all;

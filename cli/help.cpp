@@ -120,8 +120,9 @@ constexpr help_page pages[] = {
                       {"FILE", "file; - or none is standard input"},
                       {"HEX", "all hexadecimal digits of the digest that the one file should have; "
                               "a file with such a name is ./NAME"}},
-        .options = {{"--check SUMS", "check the digests of a list, as sha256sum writes it; - is "
-                                     "standard input"},
+        .options = {{"-c, --check SUMS",
+                     "check the digests of a list, as sha256sum writes it; - is "
+                     "standard input"},
                     {"--quiet", "print no file that has its digest"},
                     {"--status", "print nothing of the files: the exit status alone says it"},
                     {"--ignore-missing", "pass over files that are missing"},

@@ -98,3 +98,19 @@ words split_at_commas(const words &joined)
     }
     return parts;
 }
+
+words with_check_before_list(words given)
+{
+    const auto is_check = [](const std::string &word) { return word == "--check" || word == "-c"; };
+    const auto is_option = [](const std::string &word) {
+        return word.size() > 1 && word.starts_with('-');
+    };
+    const auto end = std::find(given.begin(), given.end(), "--"); // of the options
+    const auto check = std::find_if(given.begin(), end, is_check);
+    if (check == end || given.front() != "digest")
+        return given;
+    const auto list = std::find_if_not(std::next(check), end, is_option);
+    if (list != end)
+        std::rotate(check, std::next(check), list);
+    return given;
+}

@@ -34,3 +34,7 @@ show_format format_named(const std::string &name);
 
 // A word may be several, with commas between.
 words split_at_commas(const words &joined);
+
+// The same command line with --check right before its list, where other options stand between, as
+// sha256sum takes them.
+words with_check_before_list(words given);

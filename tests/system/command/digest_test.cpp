@@ -395,6 +395,18 @@ TEST_F(digest_command, reads_a_list_from_a_pipe)
     EXPECT_EQ(shell("md5sum a | orvane digest --check -"), printed("a: OK\n"));
 }
 
+TEST_F(digest_command, takes_the_options_of_a_list_in_any_order)
+{
+    machine.file("/srv/list", SHA256_OF_ABC "  a\njunk\n");
+    const outcome strict = shell("exec orvane digest --check list --strict");
+    EXPECT_EQ(strict.status, 1);
+    for (const std::string words :
+         {"--check --strict list", "--strict --check list", "-c --strict list", "--strict -c list"})
+        EXPECT_EQ(shell("exec orvane digest " + words), strict) << words;
+    EXPECT_EQ(shell("exec orvane digest --check --strict").error,
+              "orvane: option '--check' needs a value (see orvane digest --help)\n");
+}
+
 TEST_F(digest_command, checks_standard_input_that_a_list_names)
 {
     machine.file("/srv/list", MD5_OF_ABC "  a\n" MD5_OF_ABC "  -\n");
