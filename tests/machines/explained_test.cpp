@@ -79,14 +79,19 @@ TEST_P(explained_computer, has_the_true_reason_for_each_missing_fact)
     ASSERT_TRUE(document.contains("facts"))
         << "status " << result.status << ": " << result.output << result.error;
     facts reasons;
-    texts told;
+    texts explained_facts;
+    texts without_source; // of their answers
     for (const auto &[fact, answer] : document["facts"].items()) {
         reasons[fact] = answer.value("reason", "(none)");
-        told.push_back(fact);
+        explained_facts.push_back(fact);
+        if (reasons[fact] == "answered" &&
+            (!answer["source"].is_string() || answer["source"].get<std::string>().empty()))
+            without_source.push_back(fact);
     }
-    std::sort(told.begin(), told.end());
+    std::sort(explained_facts.begin(), explained_facts.end());
 
-    EXPECT_EQ(told, names);
+    EXPECT_EQ(explained_facts, names);
+    EXPECT_EQ(without_source, texts());
     EXPECT_EQ(missing(reasons), missing(recording.reasons()));
     EXPECT_EQ(recorded_machine::unrecorded(machine), texts()) << "command lines without an output";
 }
