@@ -55,10 +55,11 @@ std::string without_trailing_blanks(const std::string &lines)
 // One row for each fact.
 std::string table_of(const findings &found)
 {
+    // Headings are not printed, and in some releases are as wide as their columns all the same.
     const std::unique_ptr<libscols_table, unref_table> table(scols_new_table());
-    require(table && scols_table_new_column(table.get(), "FACT", 0, 0) != nullptr &&
-            scols_table_new_column(table.get(), "VALUE", 0, 0) != nullptr &&
-            scols_table_new_column(table.get(), "NOTE", 0, 0) != nullptr &&
+    require(table && scols_table_new_column(table.get(), "", 0, 0) != nullptr &&
+            scols_table_new_column(table.get(), "", 0, 0) != nullptr &&
+            scols_table_new_column(table.get(), "", 0, 0) != nullptr &&
             scols_table_enable_noheadings(table.get(), 1) == 0);
     for (const finding &one : found) {
         libscols_line *const line = scols_table_new_line(table.get(), nullptr);

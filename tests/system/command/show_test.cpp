@@ -95,18 +95,18 @@ TEST_F(show_command, prints_why_there_is_no_answer)
 {
     machine.file("/proc/mounts", "overlay / overlay rw 0 0\n");
     machine.directory("/sys/class");
-    EXPECT_EQ(orvane({}), printed("root_device  -     not determinable here (not-a-block-device)\n"
-                                  "disk         -     not determinable here (not-a-block-device)\n"
-                                  "mac          -     absent (no-interface)\n"
-                                  "system_uuid  -     absent (no-firmware-tables)\n"
-                                  "vendor       -     absent (no-firmware-tables)\n"
-                                  "model        -     absent (no-firmware-tables)\n"
-                                  "serial       -     absent (no-firmware-tables)\n"
-                                  "oem_info     -     absent (file-absent)\n"
-                                  "manufacturer -     absent (no-firmware-tables)\n"
-                                  "lenovo       -     absent (no-firmware-tables)\n"
-                                  "huawei_9x0   -     absent (file-absent)\n"
-                                  "os_version   -     absent (file-absent)\n"));
+    EXPECT_EQ(orvane({}), printed("root_device  - not determinable here (not-a-block-device)\n"
+                                  "disk         - not determinable here (not-a-block-device)\n"
+                                  "mac          - absent (no-interface)\n"
+                                  "system_uuid  - absent (no-firmware-tables)\n"
+                                  "vendor       - absent (no-firmware-tables)\n"
+                                  "model        - absent (no-firmware-tables)\n"
+                                  "serial       - absent (no-firmware-tables)\n"
+                                  "oem_info     - absent (file-absent)\n"
+                                  "manufacturer - absent (no-firmware-tables)\n"
+                                  "lenovo       - absent (no-firmware-tables)\n"
+                                  "huawei_9x0   - absent (file-absent)\n"
+                                  "os_version   - absent (file-absent)\n"));
 }
 
 // In a chroot without /sys and the mount table, and where no file can be opened.
@@ -114,14 +114,13 @@ TEST_F(show_command, does_not_take_for_absent_what_cannot_be_read)
 {
     const std::string rows = orvane({}).output;
     for (const std::string name : {"root_device ", "disk        ", "system_uuid ", "vendor      "})
-        EXPECT_NE(rows.find(name + " -     not determinable here (source-failed)\n"),
-                  std::string::npos)
+        EXPECT_NE(rows.find(name + " - not determinable here (source-failed)\n"), std::string::npos)
             << rows;
     describe_machine();
     const std::string limited = shell("prlimit --nofile=6 orvane").output;
     for (const std::string name : {"root_device ", "disk        ", "system_uuid ", "vendor      ",
                                    "model       ", "huawei_9x0  ", "os_version  "})
-        EXPECT_NE(limited.find(name + " -     not determinable here (source-failed)\n"),
+        EXPECT_NE(limited.find(name + " - not determinable here (source-failed)\n"),
                   std::string::npos)
             << limited;
 }
