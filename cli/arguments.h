@@ -4,4 +4,4 @@
 #include "words.h"
 
 // Runs what the words of a command line say, and returns the exit status.
-int run(const words &given);
+int run(const words &command_line);
