@@ -154,13 +154,19 @@ const reason &reason_by_smartctl(const finding &one)
                                                            : reasons::tool_failed;
 }
 
-// What a mapping stands on is known by name, and has no node.
+// What a mapping stands on is known by name, and has no node. The library does not look for the
+// disk of a partition.
 bool is_node_missing(const layers &below)
 {
-    if (below.empty() || below.front().below.size() != 1)
+    if (below.empty() || below.front().kind == layer_kind::partition ||
+        below.front().below.size() != 1)
         return false;
     const storage_layer *const lower = find_layer(below, below.front().below.front());
-    return lower != nullptr && !exists(("/dev/" + lower->node).c_str());
+    if (lower == nullptr)
+        return false;
+    std::string path = "/dev/" + lower->node;
+    std::replace(path.begin(), path.end(), '!', '/'); // as sysfs spells it
+    return !exists(path.c_str());
 }
 
 // Root answers the identify request of a disk like this, without a tool.

@@ -12,7 +12,7 @@ namespace {
 // A call of the library's is a source of its own where the answer does not come from below it.
 std::string source_of_answer(const finding &one)
 {
-    const std::string value = to_text(one.value);
+    const std::string value = first_line_with_text(to_text(one.value));
     for (const step *const leaf : leaves_of(one.steps)) {
         if (leaf->result == results::answered && leaf->text == value)
             return leaf->source;

@@ -52,12 +52,12 @@ const reason &reason_in_firmware(const finding &one)
                                                             : reasons::not_in_firmware;
 }
 
-// What was read and is not the answer was refused.
+// What was read and is not the answer was refused. A step has its text without blanks around it.
 void mark_placeholders(finding &one)
 {
+    const std::string answered = is_text(one) ? first_line_with_text(to_text(one.value)) : "";
     for (step &source : one.steps) {
-        if (source.result == results::answered &&
-            !(is_text(one) && to_text(one.value) == source.text))
+        if (source.result == results::answered && source.text != answered)
             source.result = reasons::placeholder.code;
     }
 }

@@ -69,7 +69,7 @@ public:
     [[nodiscard]] int writer() const { return ends_[1]; }
 
     // Up to the end of the child, which alone writes from now on.
-    [[nodiscard]] std::string read_all() const
+    [[nodiscard]] std::string read_all()
     {
         ::close(ends_[1]);
         ends_[1] = -1;
@@ -85,7 +85,7 @@ public:
     }
 
 private:
-    mutable std::array<int, 2> ends_ = {-1, -1};
+    std::array<int, 2> ends_ = {-1, -1};
 };
 
 std::string text_of(int file, off_t start)
@@ -165,7 +165,7 @@ void wait_for(pid_t child)
 observation observe(answer (*query)(), bool to_trace_log)
 {
     const memory_file errors("errors");
-    const event_pipe events;
+    event_pipe events;
     std::fflush(nullptr); // or the child has it, too
     const pid_t parent = ::getpid();
     const pid_t child = ::fork();

@@ -1,17 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "stderr_capture.h"
 
-#include "orvane.h"
-
 #include <cerrno>
-#include <csignal>
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
-#include <string_view>
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>

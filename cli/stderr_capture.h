@@ -13,9 +13,8 @@ public:
     ~stream_capture();
 
     [[nodiscard]] std::string text() const;
-    [[nodiscard]] int original() const { return original_; } // a duplicate of the descriptor
 
 private:
     std::FILE *stream_;
-    int original_;
+    int original_; // a duplicate of the descriptor
 };

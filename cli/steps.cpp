@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::string_view request = "identify request to ";
 
-// Without what the shell needs around it: "smartctl -i /dev/sda", as one would type it.
+// As in C: harddisk_id("/dev/sda2").
 std::string as_call(const std::string &function, const std::string &argument)
 {
     return function + (argument.empty() ? "()" : "(\"" + argument + "\")");

@@ -33,20 +33,27 @@ protected:
         machine.link("/sys/class/block/" + node, folder);
     }
 
-    // LUKS on a partition of a SATA disk, on which a command may fail in many ways.
+    // The root file system in LUKS on the second partition of a disk.
+    void describe_encryption(const std::string &disk, const std::string &partition,
+                             const std::string &name)
+    {
+        const std::string folder = "/sys/devices/pci0/block/" + disk;
+        const std::string mapping = "/sys/devices/virtual/block/dm-0";
+        describe_layer(disk, folder, 1);
+        describe_layer(partition, folder + "/" + partition, 2);
+        describe_layer("dm-0", mapping, 0);
+        machine.file(folder + "/" + partition + "/partition", "2\n");
+        machine.file(mapping + "/dm/name", name + "\n");
+        machine.file(mapping + "/dm/uuid", "CRYPT-LUKS2-0a1b-" + name + "\n");
+        machine.link(mapping + "/slaves/" + partition, folder + "/" + partition);
+        machine.link("/dev/mapper/" + name, "../dm-0");
+        machine.file("/proc/mounts", "/dev/mapper/" + name + " / ext4 rw 0 0\n");
+    }
+
+    // On SATA, where each source fails in its own way.
     void describe_encrypted_disk()
     {
-        const std::string disk = "/sys/devices/pci0/block/sda";
-        const std::string mapping = "/sys/devices/virtual/block/dm-0";
-        describe_layer("sda", disk, 1);
-        describe_layer("sda2", disk + "/sda2", 2);
-        describe_layer("dm-0", mapping, 0);
-        machine.file(disk + "/sda2/partition", "2\n");
-        machine.file(mapping + "/dm/name", "sda2_crypt\n");
-        machine.file(mapping + "/dm/uuid", "CRYPT-LUKS2-0a1b-sda2_crypt\n");
-        machine.link(mapping + "/slaves/sda2", disk + "/sda2");
-        machine.link("/dev/mapper/sda2_crypt", "../dm-0");
-        machine.file("/proc/mounts", "/dev/mapper/sda2_crypt / ext4 rw 0 0\n");
+        describe_encryption("sda", "sda2", "sda2_crypt");
         machine.tool("/usr/sbin/dmsetup", "1 dependencies\t: (sda2)\n");
         machine.tool("/usr/sbin/smartctl", "smartctl 7.3\nCopyright\n\n/dev/dm-0: Unable to detect "
                                            "device type\n");
@@ -93,6 +100,20 @@ TEST_F(explain_command, names_what_each_source_returned_where_none_answers)
                      "docking;\n"
                      "      changes after copying the disk to another machine.\n",
                  ""}));
+}
+
+// The library keeps the blanks of a UUID.
+TEST_F(explain_command, takes_no_answer_for_a_placeholder)
+{
+    const std::string uuid = "4c4c4544-0042-3510-8052-b4c04f4d3132";
+    const std::string file = "/sys/devices/virtual/dmi/id/product_uuid";
+    machine.file(file, " " + uuid + " \n");
+    EXPECT_TRUE(explained("system_uuid")
+                    .output.starts_with("system_uuid:  " + uuid + "\n├─" + file + ": " + uuid +
+                                        "\n└─/usr/sbin/dmidecode: not queried: an earlier source "
+                                        "answered\n  Source: " +
+                                        file + "\n"))
+        << explained("system_uuid");
 }
 
 TEST_F(explain_command, draws_the_way_to_the_disk_and_marks_where_it_ends)
@@ -197,17 +218,7 @@ TEST_F(explain_command, doctor_names_the_package_of_each_missing_tool)
 // On NVMe dmsetup alone leads through the encryption; smartctl would be asked about the mapping.
 TEST_F(explain_command, doctor_names_the_tool_that_would_lead_to_the_disk)
 {
-    const std::string disk = "/sys/devices/pci0/nvme0/nvme0n1";
-    const std::string mapping = "/sys/devices/virtual/block/dm-0";
-    describe_layer("nvme0n1", disk, 1);
-    describe_layer("nvme0n1p2", disk + "/nvme0n1p2", 2);
-    describe_layer("dm-0", mapping, 0);
-    machine.file(disk + "/nvme0n1p2/partition", "2\n");
-    machine.file(mapping + "/dm/name", "root_crypt\n");
-    machine.file(mapping + "/dm/uuid", "CRYPT-LUKS2-0a1b-root_crypt\n");
-    machine.link(mapping + "/slaves/nvme0n1p2", disk + "/nvme0n1p2");
-    machine.link("/dev/mapper/root_crypt", "../dm-0");
-    machine.file("/proc/mounts", "/dev/mapper/root_crypt / ext4 rw 0 0\n");
+    describe_encryption("nvme0n1", "nvme0n1p2", "root_crypt");
     for (const char *const tool : {"/usr/sbin/smartctl", "/usr/sbin/dmsetup", "/usr/bin/lsblk"})
         machine.remove(tool);
     EXPECT_EQ(
