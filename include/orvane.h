@@ -2,115 +2,26 @@
 /*
  * liborvane: the identity of the machine a program runs on, the checks and
  * encodings of the data files it handles, and the small foundations that these
- * share.
+ * share. The manual is the reference: liborvane(3), and a page for each function.
  *
  * Conventions, which hold wherever a function does not say otherwise:
  *
- *   Texts       are NUL-terminated bytes as their source gave them; no encoding
- *               is checked or converted. A parameter must not be NULL unless
- *               its function says what NULL does.
+ *   Texts       are NUL-terminated bytes as their source gave them. A parameter
+ *               must not be NULL unless its function says what NULL does.
  *   Ownership   A returned `char *` is a new block that the caller releases with
  *               free(). A parameter stays the caller's and is not kept.
- *   Failure     is reported by the result alone: NULL for a text, a documented
- *               number otherwise. Nothing is thrown and errno has no meaning.
- *               NULL also stands for a failed allocation.
- *   Bounds      Lines and formatted texts have fixed bounds; what is longer is
- *               truncated, never rejected.
- *   Trace log   Where it cannot be opened, as by a user other than root, each
- *               line that an entry writes to it becomes a message on standard
- *               error: see orvane_trace(). In texts from outside, such as
- *               labels, serial numbers and names, the line shows what a
- *               terminal or a log reader obeys as "\x1b", one "\xNN" for each
- *               byte: control characters other than tab, those of UTF-8 and
- *               Latin-1 included, and U+2028 and U+2029. All other bytes are as
- *               they are, so a backslash may be the text's own.
- *   Threads     The library starts none, has no lock of its own and keeps no
- *               answer from one call to the next. "Threads: safe" means that any
- *               number of threads may be inside the function at once, while none
- *               changes the environment.
- *   Cancelling  A call is a place where a thread can be cancelled. What the call
- *               held then stays: memory, a descriptor, a tool's process that
- *               nobody waits for, and locks of GPGME, OpenSSL and GLib. A thread
- *               that may be cancelled disables that around the call, with
- *               pthread_setcancelstate().
- *   Stack       A call needs at most 16 KiB. A thread's stack also holds what the C
- *               library keeps for the thread: one of 32 KiB is enough. Signal
- *               handlers that run on it, libzusysinfo and a program's functions in
- *               the place of exported ones come on top. find_root_disk(), and
- *               harddisk_id() where it reads lsblk's listing, parse JSON, which
- *               takes about 100 bytes for each level of nesting; a listing of
- *               lsblk's has fewer than ten, and 128 KiB are enough for any text.
- *   Root        Where a source can be read by root alone, the entry says so. For
- *               any other user, and for root without the capabilities that
- *               SECURITY.md names, such a source has no answer, and another source
- *               may give another one: compare answers that the same rights gave.
- *   Passing failures  A source that fails for a moment has no answer in that call,
- *               and another one may give another text: a tool that a signal to the
- *               process group ended; no process, descriptor or memory to be had.
- *               Query again before a change is believed.
- *
- * What a call does to its process:
- *
- *   Tools       run through /bin/sh, dmsetup alone without it, with the caller's
- *               environment, working directory, umask, ignored signals, standard
- *               input and standard error. They may write to the latter, as LVM's
- *               do about a device that is no volume; one whose message meets a
- *               pipe without a reader is ended, and has no answer. PATH decides
- *               which `lsblk`, `cat`, `readlink`, `grep` and `awk` run where an
- *               entry names no folder; LANG, LC_ALL and, for LVM's tools, LVM_*
- *               act as on a command line. Their exit status is not read. A device
- *               name that begins with "-" gets "./" before it, and no name becomes
- *               shell syntax.
- *   Waiting     "Waits" names what a call waits for. There is no time limit: a
- *               tool that hangs on a broken disk keeps the call waiting, and so
- *               may a process that it leaves behind with its output open. No other
- *               child of the process is waited for, and none is killed. A program
- *               that cannot wait makes the call in a child process that leads a
- *               process group of its own (setpgid()), and kills that group. In a
- *               program with threads the child must execute a program, such as
- *               `orvane show disk`: after a fork() alone, locks of the C library
- *               may be held for ever.
- *   Children    A tool is a child of the calling process, reaped before the call
- *               returns, and its SIGCHLD is the caller's. A caller that ignores
- *               SIGCHLD, or whose handler reaps every child, gets the same
- *               answers. harddisk_id() forks, so that pthread_atfork() handlers
- *               run, and may take a child of the caller's own.
- *   Descriptors are opened close-on-exec, and closed before the call returns.
- *               A program that another thread starts meanwhile inherits none but
- *               these: GPGME's pipes until gpg has started, GLib's temporary file
- *               while a key file is saved, libcrypto's configuration at its first
- *               use in a process, and /dev/null in the place of closed standard
- *               descriptors during a GPG call. Tools have those of the caller's
- *               descriptors that are not close-on-exec. Closing a file drops the
- *               process's fcntl() record locks on it, also where its path is one
- *               that the caller passes.
- *               A terminal becomes the controlling one of a session leader without
- *               one where command_line_get_root_device_name(), load_public_key()
- *               or get_machine_info_from_sysfs() opens it: no strangers' paths for
- *               these.
- *   Signals     Handlers and masks are the caller's, and run in no child. A handler
- *               that interrupts a call changes no answer, but for a call that
- *               waits for a FIFO or a device at its caller's path: that may count
- *               as one that cannot be opened or read.
- *               A message on standard error, a trace line or an event that cannot
- *               be written is lost. The SIGPIPE or SIGXFSZ of its write is
- *               discarded; one that was pending before, or that another sender
- *               sends, stays the caller's. This does not hold for the line that
- *               base64_decode_clean() writes to standard output, for GLib's
- *               warnings and for the line before an abort().
- *   Set-user-ID
- *               programs, and those with set-group-ID or file capabilities: Debian's
- *               /bin/sh gives up the effective ids before it runs a tool, so tools
- *               run as the user, in the user's environment, and those that PATH
- *               decides are the user's choice: what they answer is no more to be
- *               trusted than the user. Other shells may keep the rights. dmsetup
- *               runs with those of the program, by an absolute path and in an
- *               empty environment. Both GPG functions refuse.
- *
- * Each exported name is an ordinary ELF symbol. The library calls its own
- * exported functions by these names, so a program that defines one of them, by
- * accident too, replaces the library's. -fvisibility=hidden keeps a program's own
- * names to itself; nm -D lists those that it exports.
+ *   Failure     is reported by the result alone: NULL for a text, also for want
+ *               of memory, and a documented number otherwise.
+ *   Bounds      What is longer than a fixed bound is truncated, never rejected.
+ *   Threads     "Threads: safe" means that any number of threads may be inside the
+ *               function at once, while none changes the environment.
+ *   Waiting     "Waits" names the tools that a call runs and waits for, without a
+ *               time limit.
+ *   Trace log   Queries append lines to it, or write messages to standard error
+ *               where it cannot be opened, as by a user other than root.
+ *   Root        Where a source can be read by root alone, the function says so: for
+ *               others another source may give another answer.
+ *   Names       A program that exports one of these names replaces the library's.
  *
  * For C99 and later, and C++98 and later.
  */

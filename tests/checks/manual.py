@@ -1,0 +1,345 @@
+#!/usr/bin/python3 -B
+# SPDX-License-Identifier: LGPL-2.1-or-later
+"""Holds the manual pages against what they describe; one line for each violation.
+
+Usage: manual.py pages PROJECT MANUAL      mandoc's and man's warnings, sections, tables, references
+       manual.py prototypes PROJECT        SYNOPSIS and the header's declarations
+       manual.py comments PROJECT          the length of the header's comments
+       manual.py trace PROJECT             orvane-trace(5) and the trace lines in src/
+       manual.py command PROJECT COMMAND   orvane(1) and what `orvane help` prints
+MANUAL is the folder of the pages as they are installed.
+"""
+
+import os
+import re
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+# The pages of other projects that ours refer to, which need not be installed here.
+OTHER_PROJECTS = """
+    abort.3 awk.1 base64.1 cat.1 dmidecode.8 dmsetup.8 ethtool.8 fopen.3 fork.2 fread.3 free.3
+    getifaddrs.3 gpg.1 grep.1 journalctl.1 ld.so.8 link.5 localtime.3 logrotate.8 lsblk.8 lvdisplay.8
+    malloc.3 md5sum.1 mount.8 nm.1 open.2 openssl.1 os-release.5 pkg-config.1 printf.3 proc.5
+    pthread_atfork.3 pthread_cancel.3 pthread_setcancelstate.3 pvdisplay.8 pvs.8 readlink.1
+    setlocale.3 setpgid.2 sha1sum.1 sha256sum.1 signal.7 smartctl.8 stat.2 strftime.3 syslog.3
+    syslog.7 systemd.link.5 sysfs.5 sysusers.d.5 tmpfiles.d.5 waitpid.2
+""".split()
+
+# Each kind of page with the sections that it has to have, in this order among others.
+FUNCTIONS = ["NAME", "SYNOPSIS", "DESCRIPTION", "RETURN VALUES", "EXAMPLES", "ERRORS", "ATTRIBUTES"]
+FUNCTIONS += ["SEE ALSO"]
+REQUIRED = {
+    "1": ["NAME", "SYNOPSIS", "DESCRIPTION", "ENVIRONMENT", "FILES", "EXIT STATUS", "EXAMPLES"],
+    "3": FUNCTIONS,
+    "5": ["NAME", "DESCRIPTION", "FILES", "EXAMPLES"],
+}
+REQUIRED["1"].append("SEE ALSO")
+REQUIRED["5"].append("SEE ALSO")
+OVERVIEW = ["NAME", "SYNOPSIS", "DESCRIPTION", "SEE ALSO"]
+
+# Of the header's comments: that at the top, and every other.
+TOP_LINES = 30
+COMMENT_LINES = 12
+
+
+class Page:
+    """A page's sections, in order, each with its lines."""
+
+    def __init__(self, path):
+        self.path = path
+        self.name, self.number = path.stem, path.suffix[1:]
+        self.sections = {}
+        lines = []
+        for line in path.read_text(encoding="utf-8").splitlines():
+            if line.startswith(".Sh "):
+                lines = self.sections.setdefault(line[4:], [])
+            else:
+                lines.append(line)
+
+    def __str__(self):
+        return f"man/{self.path.name}"
+
+    def section(self, name):
+        return self.sections.get(name, [])
+
+    def names(self):
+        """What the page describes."""
+        return [words(line)[1] for line in self.section("NAME") if line.startswith(".Nm ")]
+
+    @property
+    def has_functions(self):
+        return self.number == "3" and self.name != "liborvane"
+
+
+def pages_of(project):
+    pages = [Page(path) for path in sorted((project / "man").glob("*.[1-8]"))]
+    if not pages:
+        sys.exit(f"no pages in {project}/man")
+    return pages
+
+
+def words(line):
+    """The words of a macro line; one in quotation marks may have blanks."""
+    return [quoted or bare for quoted, bare in re.findall(r'"([^"]*)"|(\S+)', line)]
+
+
+def tokens(text):
+    return " ".join(re.findall(r"\w+|\.\.\.|[^\s\w]", text))
+
+
+def tool_output(command, **environment):
+    """What a tool says about a page, all of which is a complaint."""
+    done = subprocess.run(
+        command,
+        env=dict(os.environ, LC_ALL="C.UTF-8", **environment),
+        stdin=subprocess.DEVNULL,
+        stdout=subprocess.DEVNULL if "--warnings" in command else subprocess.PIPE,
+        stderr=subprocess.PIPE,
+        text=True,
+        check=False,
+    )
+    complaints = ((done.stdout or "") + done.stderr).splitlines()
+    if done.returncode != 0 and not complaints:
+        complaints = [f"{' '.join(command)} fails: {done.returncode}"]
+    return complaints
+
+
+def lint(pages, manual):
+    """References are looked up among our pages, as they are installed, and those of others."""
+    with tempfile.TemporaryDirectory() as tree:
+        for reference in OTHER_PROJECTS:
+            folder = Path(tree, f"man{reference[-1]}")
+            folder.mkdir(exist_ok=True)
+            (folder / reference).touch()
+        for path in manual.glob("man?/*"):
+            folder = Path(tree, path.parent.name)
+            folder.mkdir(exist_ok=True)
+            (folder / path.name).symlink_to(path.resolve())
+        # Not the level "base", which holds a page to what a BSD requires of its own manual.
+        paths = [str(page.path) for page in pages]
+        yield from tool_output(["mandoc", "-Tlint", "-Wstyle", *paths], MANPATH=tree)
+    for path in paths:
+        for complaint in tool_output(
+            ["man", "--warnings", "-l", path], MANWIDTH="80", MANPAGER="cat"
+        ):
+            yield f"{path}: man: {complaint}"
+
+
+def missing_sections(page):
+    required = REQUIRED[page.number] if page.name != "liborvane" else OVERVIEW
+    there = list(page.sections)
+    for name in required:
+        if name not in there:
+            yield f"{page}: the section {name} is missing"
+    known = [name for name in there if name in required]
+    if known != [name for name in required if name in there]:
+        yield f"{page}: the sections are in another order than {', '.join(required)}"
+
+
+def missing_entries(page):
+    """The tables of a page about functions."""
+    for name in ("ERRORS", "ATTRIBUTES"):
+        if not any(line.startswith(".Bl -column") for line in page.section(name)):
+            yield f"{page}: the section {name} has no table"
+    listed = set(re.findall(r"\b(?:Fn|Va) (\w+)", "\n".join(page.section("ATTRIBUTES"))))
+    for name in page.names():
+        if name not in listed:
+            yield f"{page}: {name} is not in the table of ATTRIBUTES"
+    for name in sorted(listed - set(page.names())):
+        yield f"{page}: the table of ATTRIBUTES has {name}, which the page does not describe"
+
+
+def missing_from_overview(pages):
+    (overview,) = [page for page in pages if page.path.name == "liborvane.3"]
+    listed = re.findall(r"^\.Xr (\w+) 3", overview.path.read_text(encoding="utf-8"), re.M)
+    for page in pages:
+        for name in page.names() if page.has_functions else []:
+            if name not in listed:
+                yield f"{overview}: {name} of {page} is missing"
+
+
+def check_pages(project, manual):
+    pages = pages_of(project)
+    yield from lint(pages, Path(manual))
+    for page in pages:
+        if page.names()[:1] != [page.name]:
+            yield f"{page}: the first name of the section NAME is not {page.name}"
+        # groff 1.22 puts "BSD" in front of the manual's name otherwise.
+        if "\n.ds doc-volume-operating-system\n.Dt " not in page.path.read_text(encoding="utf-8"):
+            yield f"{page}: '.ds doc-volume-operating-system' is missing before .Dt"
+        yield from missing_sections(page)
+        if page.has_functions:
+            yield from missing_entries(page)
+    yield from missing_from_overview(pages)
+
+
+def header_of(project):
+    return (project / "include/orvane.h").read_text(encoding="utf-8")
+
+
+def declared(header):
+    """The declarations of the header, by name."""
+    found = {}
+    for text in re.findall(r"^ORVANE_API (.*?);", header, re.M | re.S):
+        text = re.sub(r"ORVANE_PRINTF\(.*?\)|\b(ORVANE_VERDICT|extern)\b", "", text)
+        found[re.search(r"(\w+)[(\[]", text)[1]] = tokens(text)
+    return found
+
+
+def described(page):
+    """The declarations of a page's SYNOPSIS, as pairs of a name and a text."""
+    kind, name, arguments = "", None, []
+    for line in page.section("SYNOPSIS"):
+        macro, *rest = words(line) or [""]
+        if macro == ".Ft":
+            kind = " ".join(rest)
+        elif macro == ".Fn":
+            yield rest[0], tokens(f"{kind} {rest[0]}({', '.join(rest[1:])})")
+        elif macro == ".Fo":
+            name, arguments = rest[0], []
+        elif macro == ".Fa":
+            arguments += rest
+        elif macro == ".Fc":
+            yield name, tokens(f"{kind} {name}({', '.join(arguments)})")
+        elif macro == ".Vt" and "extern" in rest:
+            text = re.sub(r"\bextern\b|;", "", " ".join(rest))
+            yield re.search(r"(\w+)\s*(\[|$)", text)[1], tokens(text)
+
+
+def check_prototypes(project):
+    header = declared(header_of(project))
+    for page in pages_of(project):
+        if not page.has_functions:
+            continue
+        seen = []
+        for name, text in described(page):
+            seen.append(name)
+            if name not in header:
+                yield f"{page}: SYNOPSIS declares {name}, which the header does not"
+            elif text != header[name]:
+                yield f"{page}: SYNOPSIS has '{text}', and the header '{header[name]}'"
+        for name in page.names():
+            if seen.count(name) != 1:
+                yield f"{page}: SYNOPSIS declares {name} {seen.count(name)} times"
+        for name in sorted(set(seen) - set(page.names())):
+            yield f"{page}: SYNOPSIS declares {name}, which the section NAME does not have"
+
+
+def check_comments(project):
+    """The manual is the reference: what one reads beside code is short."""
+    text = header_of(project)
+    limit = TOP_LINES
+    for comment in re.finditer(r"^/\*(?! SPDX)(.*?)\*/", text, re.M | re.S):
+        first = text.count("\n", 0, comment.start()) + 1
+        lines = comment[1].strip("\n* ").count("\n") + 1
+        if lines > limit:
+            yield f"include/orvane.h:{first}: a comment of {lines} lines, of at most {limit}"
+        limit = COMMENT_LINES
+
+
+def check_trace(project):
+    """A conversion in a message is a word in italics in the page."""
+    written = {}
+    for path in sorted((project / "src").rglob("*.cpp")):
+        text = path.read_text(encoding="utf-8")
+        for call in re.finditer(
+            r'\b(?:orvane_trace|trace_outside_text)\(((?:\s*"(?:[^"\\]|\\.)*")+)', text
+        ):
+            message = "".join(re.findall(r'"((?:[^"\\]|\\.)*)"', call[1]))
+            message = re.sub(r"%[a-z]", "%", message).replace("\\n", "")
+            written.setdefault(message, path.relative_to(project))
+    if not written:
+        yield "no trace line found in src"
+    (page,) = [page for page in pages_of(project) if page.path.name == "orvane-trace.5"]
+    explained = set()
+    for line in page.section("MESSAGES"):
+        if line.startswith(".It "):
+            explained.add(re.sub(r"\\fI.*?\\fR", "%", line[4:].strip('"')))
+    for message in sorted(set(written) - explained):
+        yield f"{page}: the line of {written[message]} is missing: {message}"
+    for message in sorted(explained - set(written)):
+        yield f"{page}: no source writes this line: {message}"
+
+
+def help_of(command, subcommand):
+    """The sections "Options", "Arguments" and "Subcommands" of the help, each with its words."""
+    text = subprocess.run(
+        [command, "help", *subcommand.split()],
+        env=dict(os.environ, COLUMNS="200"),
+        check=True,
+        capture_output=True,
+        text=True,
+    ).stdout
+    found = {"Options": [], "Arguments": [], "Subcommands": []}
+    section = None
+    for line in text.splitlines():
+        if line.endswith(":") and not line.startswith(" "):
+            section = line[:-1]
+        elif section in found and re.match(r"  \S", line):
+            found[section].append(re.split(r"  +", line.strip())[0])
+    return found
+
+
+def option_names(text):
+    return re.findall(r"(?<![\w-])--?[a-zA-Z][a-z-]*", text)
+
+
+def check_command(project, command):
+    """A subsection "orvane SUBCOMMAND" for each subcommand, with a list of its words and options."""
+    (page,) = [page for page in pages_of(project) if page.path.name == "orvane.1"]
+    described_there = {}
+    subcommand = ""
+    for line in (line for lines in page.sections.values() for line in lines):
+        if line.startswith(".Ss "):
+            subcommand = line[4:].removeprefix("orvane").strip()
+            described_there.setdefault(subcommand, set())
+        elif line.startswith(".It ") and subcommand in described_there:
+            text = re.sub(r"\bFl ", "-", line[4:])
+            if text.startswith("-"):
+                described_there[subcommand].update(option_names(text))
+            elif text.startswith("Ar "):
+                described_there[subcommand].add(words(text)[1])
+
+    existing = [""]
+    for subcommand in existing:
+        described_by_help = help_of(command, subcommand)
+        existing += [f"{subcommand} {name}".strip() for name in described_by_help["Subcommands"]]
+        if subcommand not in described_there:
+            yield f"{page}: the subsection 'orvane {subcommand}' is missing"
+            continue
+        expected = set(described_by_help["Arguments"])
+        for option in described_by_help["Options"]:
+            expected.update(option_names(option))
+        if subcommand != "":  # where they are described for all
+            expected -= {"-h", "--help"}
+        found = described_there[subcommand]
+        for name in sorted(expected - found):
+            yield f"{page}: orvane {subcommand}: {name} of the help is missing"
+        for name in sorted(found - expected):
+            yield f"{page}: orvane {subcommand}: the help has no {name}"
+    if len(existing) < 2:
+        yield "orvane help lists no subcommand"
+    for subcommand in sorted(set(described_there) - set(existing)):
+        yield f"{page}: the command has no subcommand '{subcommand}'"
+
+
+CHECKS = {
+    "pages": check_pages,
+    "prototypes": check_prototypes,
+    "comments": check_comments,
+    "trace": check_trace,
+    "command": check_command,
+}
+
+
+def main():
+    which, project, *more = sys.argv[1:]
+    violations = list(CHECKS[which](Path(project), *more))
+    print("\n".join(violations))
+    sys.exit(1 if violations else 0)
+
+
+if __name__ == "__main__":
+    main()
