@@ -264,55 +264,75 @@ def check_trace(project):
 
 
 def help_of(command, subcommand):
-    """The sections "Options", "Arguments" and "Subcommands" of the help, each with its words."""
+    """The usages of a subcommand without blanks, and the words that each section describes."""
     text = subprocess.run(
-        [command, "help", *subcommand.split()],
-        env=dict(os.environ, COLUMNS="200"),
-        check=True,
-        capture_output=True,
-        text=True,
+        [command, "help", *subcommand.split()], check=True, capture_output=True, text=True
     ).stdout
-    found = {"Options": [], "Arguments": [], "Subcommands": []}
+    usages = [
+        squeezed(part)
+        for part in re.split(r"^(?:Usage: | {7}(?=orvane))", text.split("\n\n")[0], flags=re.M)
+    ]
+    found = {"Options": [], "Arguments": [], "Subcommands": [], "Facts": []}
     section = None
     for line in text.splitlines():
         if line.endswith(":") and not line.startswith(" "):
             section = line[:-1]
         elif section in found and re.match(r"  \S", line):
             found[section].append(re.split(r"  +", line.strip())[0])
-    return found
+    return usages[1:], found
+
+
+def squeezed(text):
+    return re.sub(r"\s", "", text)
+
+
+def synopsis_of(page):
+    """The lines of the section SYNOPSIS as they are printed, without blanks."""
+    text = subprocess.run(
+        ["mandoc", "-Tascii", "-Owidth=500", page.path], check=True, capture_output=True, text=True
+    ).stdout
+    text = re.sub(r".\x08", "", text)
+    lines = re.search(r"^SYNOPSIS\n(.*?)^[A-Z]", text, re.M | re.S)[1].splitlines()
+    return [squeezed(line) for line in lines if line.strip()]
 
 
 def option_names(text):
     return re.findall(r"(?<![\w-])--?[a-zA-Z][a-z-]*", text)
 
 
-def check_command(project, command):
-    """A subsection "orvane SUBCOMMAND" for each subcommand, with a list of its words and options."""
-    (page,) = [page for page in pages_of(project) if page.path.name == "orvane.1"]
-    described_there = {}
-    subcommand = ""
-    for line in (line for lines in page.sections.values() for line in lines):
+def described_in(page):
+    """What each subsection "orvane SUBCOMMAND" lists: options, arguments and facts."""
+    found = {}
+    subcommand = None
+    for line in page.section("DESCRIPTION"):
         if line.startswith(".Ss "):
             subcommand = line[4:].removeprefix("orvane").strip()
-            described_there.setdefault(subcommand, set())
-        elif line.startswith(".It ") and subcommand in described_there:
-            text = re.sub(r"\bFl ", "-", line[4:])
-            if text.startswith("-"):
-                described_there[subcommand].update(option_names(text))
-            elif text.startswith("Ar "):
-                described_there[subcommand].add(words(text)[1])
+            found.setdefault(subcommand, set())
+        elif line.startswith(".It Fl "):
+            found[subcommand].update(option_names(line.replace("Fl ", "-")))
+        elif line.startswith(".It "):
+            found[subcommand].add(words(line)[2])
+    return found
 
+
+def check_command(project, command):
+    (page,) = [page for page in pages_of(project) if page.path.name == "orvane.1"]
+    described_there = described_in(page)
+    synopsis = synopsis_of(page)
     existing = [""]
+    usages = []
     for subcommand in existing:
-        described_by_help = help_of(command, subcommand)
-        existing += [f"{subcommand} {name}".strip() for name in described_by_help["Subcommands"]]
+        usage, by_help = help_of(command, subcommand)
+        existing += [f"{subcommand} {name}".strip() for name in by_help["Subcommands"]]
+        if subcommand == "" or not by_help["Subcommands"]:
+            usages += usage
         if subcommand not in described_there:
             yield f"{page}: the subsection 'orvane {subcommand}' is missing"
             continue
-        expected = set(described_by_help["Arguments"])
-        for option in described_by_help["Options"]:
+        expected = set(by_help["Arguments"] + by_help["Facts"])
+        for option in by_help["Options"]:
             expected.update(option_names(option))
-        if subcommand != "":  # where they are described for all
+        if subcommand != "":  # --help is described once
             expected -= {"-h", "--help"}
         found = described_there[subcommand]
         for name in sorted(expected - found):
@@ -323,6 +343,10 @@ def check_command(project, command):
         yield "orvane help lists no subcommand"
     for subcommand in sorted(set(described_there) - set(existing)):
         yield f"{page}: the command has no subcommand '{subcommand}'"
+    for usage in sorted(set(usages) - set(synopsis)):
+        yield f"{page}: SYNOPSIS lacks this usage of the help: {usage}"
+    for usage in sorted(set(synopsis) - set(usages)):
+        yield f"{page}: SYNOPSIS has a usage that the help lacks: {usage}"
 
 
 CHECKS = {
