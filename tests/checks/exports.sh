@@ -41,8 +41,8 @@ compare() {
 }
 
 for names in header script library pages symbols; do
+    [ -s "$work/$names" ] || { echo "no names found: $names"; exit 1; }
     sort "$work/$names" >"$work/$names.sorted"
-    [ -s "$work/$names" ] || violation "no names found: $names"
     uniq -d "$work/$names.sorted" >"$work/twice"
     violations "twice in the $names" <"$work/twice"
 done

@@ -14,17 +14,16 @@ import os
 import re
 import subprocess
 import sys
-import tempfile
 from pathlib import Path
 
 # The pages of other projects that ours refer to, which need not be installed here.
 OTHER_PROJECTS = """
-    abort.3 awk.1 base64.1 cat.1 dmidecode.8 dmsetup.8 ethtool.8 fopen.3 fork.2 fread.3 free.3
-    getifaddrs.3 gpg.1 grep.1 journalctl.1 ld.so.8 link.5 localtime.3 logrotate.8 lsblk.8 lvdisplay.8
-    malloc.3 md5sum.1 mount.8 nm.1 open.2 openssl.1 os-release.5 pkg-config.1 printf.3 proc.5
-    pthread_atfork.3 pthread_cancel.3 pthread_setcancelstate.3 pvdisplay.8 pvs.8 readlink.1
-    setlocale.3 setpgid.2 sha1sum.1 sha256sum.1 signal.7 smartctl.8 stat.2 strftime.3 syslog.3
-    syslog.7 systemd.link.5 sysfs.5 sysusers.d.5 tmpfiles.d.5 waitpid.2
+    abort.3 awk.1 base64.1 cat.1 dmidecode.8 dmsetup.8 ethtool.8 fcntl.2 findmnt.8 fork.2 free.3
+    getifaddrs.3 gpg.1 grep.1 inode.7 libblkid.3 locale.7 localtime.3 logrotate.8 lsblk.8
+    lvdisplay.8 lvm.conf.5 netdevice.7 openssl.1 os-release.5 perror.3 pkg-config.1 printf.3
+    proc.5 pthread_atfork.3 pthread_setcancelstate.3 pvdisplay.8 readlink.1 setlocale.3
+    setpgid.2 sh.1 sha256sum.1 smartctl.8 stat.2 syslog.3 systemd.link.5 tolower.3 udev.7
+    write.2
 """.split()
 
 # Each kind of page with the sections that it has to have, in this order among others.
@@ -106,25 +105,30 @@ def tool_output(command, **environment):
     return complaints
 
 
-def lint(pages, manual):
-    """References are looked up among our pages, as they are installed, and those of others."""
-    with tempfile.TemporaryDirectory() as tree:
-        for reference in OTHER_PROJECTS:
-            folder = Path(tree, f"man{reference[-1]}")
-            folder.mkdir(exist_ok=True)
-            (folder / reference).touch()
-        for path in manual.glob("man?/*"):
-            folder = Path(tree, path.parent.name)
-            folder.mkdir(exist_ok=True)
-            (folder / path.name).symlink_to(path.resolve())
-        # Not the level "base", which holds a page to what a BSD requires of its own manual.
-        paths = [str(page.path) for page in pages]
-        yield from tool_output(["mandoc", "-Tlint", "-Wstyle", *paths], MANPATH=tree)
+def lint(pages):
+    # Not the level "base", which holds a page to what a BSD requires of its own manual. References
+    # are looked up here: mandoc finds only pages that are installed.
+    paths = [str(page.path) for page in pages]
+    known = {f"{name}.{page.number}" for page in pages for name in page.names()}
+    known.update(OTHER_PROJECTS)
+    for complaint in tool_output(["mandoc", "-Tlint", "-Wstyle", *paths], MANPATH="/nonexistent"):
+        reference = re.search(r"referenced manual not found: Xr (\S+) (\d)", complaint)
+        if not reference or f"{reference[1]}.{reference[2]}" not in known:
+            yield complaint
     for path in paths:
-        for complaint in tool_output(
-            ["man", "--warnings", "-l", path], MANWIDTH="80", MANPAGER="cat"
-        ):
+        for complaint in tool_output(["man", "--warnings", "-l", path], MANWIDTH="80"):
             yield f"{path}: man: {complaint}"
+
+
+def missing_files(page, manual):
+    """Each name is found by man."""
+    for name in page.names():
+        suffix = "orvane" if page.number == "3" else ""
+        file = Path(manual, f"man{page.number}", f"{name}.{page.number}{suffix}")
+        if not file.exists():
+            yield f"{page}: {file} is not installed"
+        elif file.read_bytes() != page.path.read_bytes():
+            yield f"{page}: {file} is another page"
 
 
 def missing_sections(page):
@@ -141,9 +145,12 @@ def missing_sections(page):
 def missing_entries(page):
     """The tables of a page about functions."""
     for name in ("ERRORS", "ATTRIBUTES"):
-        if not any(line.startswith(".Bl -column") for line in page.section(name)):
+        if not any(re.match(r"\.Bl -(column|tag)", line) for line in page.section(name)):
             yield f"{page}: the section {name} has no table"
-    listed = set(re.findall(r"\b(?:Fn|Va) (\w+)", "\n".join(page.section("ATTRIBUTES"))))
+    listed = set()
+    for line in page.section("ATTRIBUTES"):
+        if line.startswith(".It "):
+            listed.update(re.findall(r"\b(?:Fn|Va) (\w+)", line.split(" Ta ")[0]))
     for name in page.names():
         if name not in listed:
             yield f"{page}: {name} is not in the table of ATTRIBUTES"
@@ -162,13 +169,14 @@ def missing_from_overview(pages):
 
 def check_pages(project, manual):
     pages = pages_of(project)
-    yield from lint(pages, Path(manual))
+    yield from lint(pages)
     for page in pages:
         if page.names()[:1] != [page.name]:
             yield f"{page}: the first name of the section NAME is not {page.name}"
         # groff 1.22 puts "BSD" in front of the manual's name otherwise.
         if "\n.ds doc-volume-operating-system\n.Dt " not in page.path.read_text(encoding="utf-8"):
             yield f"{page}: '.ds doc-volume-operating-system' is missing before .Dt"
+        yield from missing_files(page, manual)
         yield from missing_sections(page)
         if page.has_functions:
             yield from missing_entries(page)
