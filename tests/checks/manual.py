@@ -258,6 +258,9 @@ def check_trace(project):
             message = "".join(re.findall(r'"((?:[^"\\]|\\.)*)"', call[1]))
             message = re.sub(r"%[a-z]", "%", message).replace("\\n", "")
             written.setdefault(message, path.relative_to(project))
+        if path.name not in ("trace.cpp", "outside_text.cpp"):
+            for call in re.finditer(r"\b(orvane_trace|trace_outside_text)\((?!\s*\")", text):
+                yield f"{path.relative_to(project)}: {call[1]}() without the text of its line"
     if not written:
         yield "no trace line found in src"
     (page,) = [page for page in pages_of(project) if page.path.name == "orvane-trace.5"]
