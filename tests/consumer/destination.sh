@@ -1,9 +1,9 @@
 #!/bin/sh
 # Installs under DESTDIR with a prefix chosen at that moment, and under a prefix alone.
-# Usage: destination.sh BUILD-DIR LIBDIR WORK-DIR
+# Usage: destination.sh BUILD-DIR LIBDIR MANDIR WORK-DIR
 set -eu
 
-build=$1 libdir=$2 work=$3/destination
+build=$1 libdir=$2 mandir=$3 work=$4/destination
 rm -rf "$work"
 mkdir -p "$work"
 
@@ -12,7 +12,8 @@ expect() {
         "$libdir/liborvane.so.1.0.0" "$libdir/pkgconfig/liborvane.pc" \
         "$libdir/cmake/orvane/orvaneConfig.cmake" \
         "$libdir/cmake/orvane/orvaneConfigVersion.cmake" \
-        "$libdir/cmake/orvane/orvaneTargets.cmake"; do
+        "$libdir/cmake/orvane/orvaneTargets.cmake" "$mandir/man1/orvane.1" \
+        "$mandir/man3/liborvane.3orvane" "$mandir/man5/orvane-trace.5"; do
         [ -e "$1/$path" ] || { echo "missing: $1/$path"; exit 1; }
     done
     grep -qx "prefix=$2" "$1/$libdir/pkgconfig/liborvane.pc"
@@ -29,6 +30,10 @@ expect "$work/prefix" "$work/prefix"
 # A link of the shared library leads to the file beside it.
 [ "$(readlink "$work/prefix/$libdir/liborvane.so")" = liborvane.so.1 ]
 [ "$(readlink "$work/prefix/$libdir/liborvane.so.1")" = liborvane.so.1.0.0 ]
+# man finds the page of a function by each name.
+[ "$(readlink "$work/prefix/$mandir/man3/system_uuid.3orvane")" = orvane_get_system_uuid.3orvane ]
+man -M "$work/prefix/$mandir" system_uuid >"$work/page"
+grep -q 'orvane_get_system_uuid, system_uuid' "$work/page"
 
 # The dynamic linker finds a library of /usr by itself, and that of another prefix beside the command.
 has_run_path() { readelf -dW "$1/bin/orvane" | grep -q RUNPATH; }
