@@ -181,32 +181,24 @@ enum orvane_result {
  * The identity of the disk that holds the root file system: as a rule its model
  * and serial number, joined by "_".
  *
- * Returns: new text   exactly as the first source that answers gave it
+ * Returns: new text   exactly as the first source that answers gave it; one that
+ *                     begins with "/dev/", and "_", identify no disk
  *          NULL       there is no root device, or no source answers
- * Reads:   root_device() for the device, then in this order harddisk_id(),
- *          harddisk_id_smartctl() and, where is_logical_volume() is not 0,
- *          harddisk_id_lvm(): each entry names its files and tools, and which
- *          of them need root. Queried on every call.
- * Waits:   for the tools of these entries, without a time limit.
- * Writes:  a few lines to the trace log.
- * Errors:  those of root_device() and harddisk_id(), and the tools' messages
- *          on standard error.
+ * Reads:   root_device(), harddisk_id(), harddisk_id_smartctl() and, where
+ *          is_logical_volume() is not 0, harddisk_id_lvm(); most need root.
+ * Waits:   for the tools of these entries.
  * Threads: safe, with the reservations of harddisk_id().
  */
 ORVANE_API char *orvane_get_harddisk_id(void);
 
 /*
- * The block device that holds the root file system, as the mount table or the
+ * The block device that holds the root file system, as /proc/mounts or the
  * kernel command line spells it: often a link, such as /dev/mapper/root.
  *
  * Returns: new text   the path of what was a block device a moment ago
  *          NULL       neither source names one
- * Reads:   /proc/mounts for the first entry at "/" that is not "rootfs"; where
- *          the file cannot be read, has no such entry, or the entry is of no block
- *          device, the first "root=" word of /proc/cmdline.
- * Writes:  at most two lines to the trace log.
  * Errors:  as for command_line_get_root_device_name().
- * Threads: safe; trace stamps may mix, as for time_string().
+ * Threads: safe.
  */
 ORVANE_API char *root_device(void);
 
@@ -216,16 +208,10 @@ ORVANE_API char *root_device(void);
  *
  * filename: the file, of which the first line counts; in use, /proc/cmdline. NULL
  *           is a file that cannot be read, and a pipe is waited for.
- * Returns:  new text, by the word:
- *             "root=UUID=X"    /dev/disk/by-uuid/X
- *             "root=LABEL=X"   /dev/disk/by-label/X with each "/" of X as "\x2f"
- *             "root=X"         X
- *           each up to the value's own first "=", so that "root=PARTUUID=X" gives
- *           "PARTUUID". Paths have at most 4095 bytes.
+ * Returns:  new text   /dev/disk/by-uuid/X, /dev/disk/by-label/X or the value itself
  *           NULL       the file cannot be read or has no such word, or the word
  *                      has no value
- * Errors:   a first line of more than 4095 bytes is no command line and ends the
- *           process: one line on standard error, then abort().
+ * Errors:   a first line of more than 4095 bytes ends the process by abort().
  * Threads:  safe.
  */
 ORVANE_API char *command_line_get_root_device_name(const char *filename);
@@ -233,97 +219,50 @@ ORVANE_API char *command_line_get_root_device_name(const char *filename);
 /*
  * The identity of a disk as the kernel reports it.
  *
- * dev_name: a block device: a disk, a partition, a link to one, or a mapped
- *           device by its name under /dev/mapper. NULL is a name that cannot be
- *           resolved.
- * Returns:  new text, by the device:
- *             ATA      "MODEL_SERIAL" of the graphic characters alone; one of the
- *                      two, or both, may be empty
- *             NVMe     "MODEL_SERIAL" without what is not graphic at the ends of
- *                      each, and with one "-" for each run of that inside
- *             mapped on one device alone
- *                      that device's node, such as "/dev/sda", where it is a whole
- *                      disk; otherwise as for that device where it is NVMe
- *             any other mapped device
- *                      as for an ATA disk; so is one that is given by another
- *                      name: its own node, /dev/dm-N, or a link such as
- *                      /dev/GROUP/VOLUME
- *           NULL       the name does not resolve to a block device, or nothing
- *                      answers
- * Reads:    for ATA the HDIO_GET_IDENTITY request on the node itself (root); for
- *           NVMe /sys/block/DISK/device/model and .../serial, DISK being the
- *           first name in /sys/block that begins the device's; for mapped devices
- *           /usr/sbin/dmsetup deps -o devname DEVICE (root), run without a shell
- *           and with an empty environment; where that names no block device
- *           /usr/bin/lsblk -Jp -o name,serial,model, whose answer counts where a
- *           file of that name is a whole disk or the name begins with "nvme"; and
- *           libblkid, which opens the device (root), for whether it is a whole
- *           disk. The answer of lsblk is opened as a path, too, as a rule one in
- *           the working directory: let that be one that strangers cannot write.
- * Waits:    for dmsetup and lsblk, without a time limit.
- * Writes:   lines to the trace log.
- * Errors:   "execve: " and the system's reason on standard error where dmsetup is
- *           there and cannot be run.
- * Threads:  safe. When dmsetup has ended, a child of the process that has ended is
- *           taken without waiting: dmsetup, or in its place one that ended before
- *           and is the calling thread's, those of ended threads that it inherited
- *           included; one of another thread only where somebody else has taken
- *           dmsetup. Who waits for a child by its id may then find none (ECHILD),
- *           and finds dmsetup by waiting for any. Trace stamps may mix, as for
- *           time_string(). Which characters are graphic is the locale's choice.
+ * dev_name: a disk, a partition, a link to one, or a mapped device by its name
+ *           under /dev/mapper. NULL is a name that cannot be resolved.
+ * Returns:  new text   "MODEL_SERIAL", of which one or both may be empty; of what
+ *                      is mapped on a whole disk the disk's node
+ *           NULL       no block device, or nothing answers
+ * Reads:    the node (root), sysfs for NVMe, dmsetup (root) and lsblk for mappings.
+ * Waits:    for dmsetup and lsblk.
+ * Threads:  safe, but a child of the process that has ended may be taken.
  */
 ORVANE_API char *harddisk_id(const char *dev_name);
 
 /*
- * The identity of a disk as smartctl reports it.
+ * The identity of a disk as smartctl -i reports it (root).
  *
  * device:  a block device or a link to one; NULL is a name that cannot be
  *          resolved.
- * Returns: new text   "MODEL_SERIAL" without spaces and newlines, each part
- *                     truncated at 510 bytes, its spaces included
- *          NULL       /usr/sbin/smartctl is not readable and executable or cannot
- *                     be started, the name does not resolve to a block device, the
- *                     report cannot be read to the end, or it lacks one of the two
- * Reads:   /usr/sbin/smartctl -i DEVICE (root), DEVICE being the resolved
- *          path, truncated with the command line at 255 bytes. The last field
- *          of the last line about a model, and about a serial number, is
- *          taken.
- * Waits:   for smartctl, without a time limit.
- * Writes:  nothing, but for a line to the trace log about a device that cannot be
- *          examined.
- * Threads: safe; trace stamps may mix, as for time_string().
+ * Returns: new text   "MODEL_SERIAL" without spaces and newlines
+ *          NULL       there is no smartctl or no block device, or the report lacks
+ *                     one of the two
+ * Waits:   for smartctl.
+ * Threads: safe.
  */
 ORVANE_API char *harddisk_id_smartctl(const char *device);
 
 /*
- * The start of a disk's model.
+ * The start of a disk's model, which identifies no disk.
  *
  * name:    the disk's name in /sys/block, such as "nvme0n1"; NULL gives NULL.
- * Returns: new text   at most three bytes in a block of 1024, the newline among
- *                     them of a model that is shorter; empty when there is no such
- *                     disk or its model cannot be read
+ * Returns: new text   at most three bytes in a block of 1024; empty when there is
+ *                     no such disk or its model cannot be read
  *          NULL       the command cannot be started
- * Reads:   cat /sys/block/NAME/device/model.
- * Waits:   for cat, without a time limit.
- * Writes:  one line to the trace log.
- * Threads: safe; trace stamps may mix, as for time_string().
+ * Waits:   for cat.
+ * Threads: safe.
  */
 ORVANE_API char *harddisk_id_nvme_new(const char *name);
 
 /*
- * Whether a device is to be treated as a logical volume.
+ * Whether a device is to be treated as a logical volume, by the type that
+ * /bin/lsblk prints for it.
  *
  * dev_name: the device; NULL is none.
- * Returns:  0       the first line that lsblk prints sorts after "lvm" in its
- *                   first three bytes, as "part", "raid1" and "rom" do; or
- *                   /bin/lsblk is not readable and executable or cannot be
- *                   started; or NULL was given
- *           not 0   anything else: "lvm", but also "crypt", "disk" or no line at
- *                   all
- * Reads:    /bin/lsblk -n -o "TYPE" DEVICE, truncated at 255 bytes. A name that
- *           begins with "-" is passed with "./" before it.
- * Waits:    for lsblk, without a time limit.
- * Writes:   nothing.
+ * Returns:  0       the type sorts after "lvm", as "part" does; no lsblk; or NULL
+ *           not 0   anything else: "lvm", but also "crypt", "disk" or no type
+ * Waits:    for lsblk.
  * Threads:  safe.
  */
 ORVANE_API ORVANE_VERDICT int is_logical_volume(const char *dev_name);
@@ -331,54 +270,39 @@ ORVANE_API ORVANE_VERDICT int is_logical_volume(const char *dev_name);
 /*
  * The identity of the disk under a logical volume, as harddisk_id_smartctl()
  * reports it. Meant for machines with one physical volume: the last one that
- * pvdisplay prints is queried, if at least one in the volume's group, or in a
- * group whose name begins with that group's, is among them.
+ * pvdisplay prints is queried, in whatever group it is.
  *
  * dev_name: a logical volume's block device or a link to it; NULL is a name that
  *           cannot be resolved.
  * Returns:  new text   what harddisk_id_smartctl() gives
- *           NULL       a tool is missing, reports no such volume or cannot be read
- *                      to its end, or smartctl has no answer
- * Reads:    /sbin/lvdisplay DEVICE, truncated at 255 bytes, for the volume group,
- *           then /sbin/pvdisplay (both root). A name that begins with "-" is
- *           passed with "./" before it. A physical volume named like
- *           sda3_crypt stands for the first of the name's parts, without those
- *           that hold "crypt", that is a block device in /dev, and for itself
- *           where none is.
- * Waits:    for lvdisplay, pvdisplay and smartctl, without a time limit.
- * Writes:   nothing, but for lines to the trace log about devices that cannot be
- *           examined.
- * Threads:  safe; trace stamps may mix, as for time_string().
+ *           NULL       a tool is missing or reports no such volume, or smartctl has
+ *                      no answer
+ * Waits:    for lvdisplay, pvdisplay and smartctl (all root).
+ * Threads:  safe.
  */
 ORVANE_API char *harddisk_id_lvm(const char *dev_name);
 
 /*
- * What "lsblk -J" prints, for find_root_disk().
+ * What "lsblk -J" prints, for find_root_disk(). From util-linux 2.37 on that needs
+ * another listing: see there.
  *
- * Returns: new text   empty when the command is missing or prints nothing; the
- *                     lines before it where reading fails
+ * Returns: new text   empty when the command is missing or prints nothing
  *          NULL       the shell cannot be started
- * Reads:   lsblk -J, which the shell finds by PATH.
- * Waits:   for lsblk, without a time limit.
- * Errors:  "Failed to run lsblk" with the system's reason on standard error when
- *          the shell cannot be started. A listing of more than 4095 bytes ends the
- *          process: one line on standard error, then abort().
+ * Waits:   for lsblk.
+ * Errors:  a listing of more than 4095 bytes ends the process by abort().
  * Threads: safe.
  */
 ORVANE_API char *get_lsblk_output(void);
 
 /*
  * The name, without "/dev/", of the disk that has the root file system on one of
- * its partitions, out of a listing by lsblk. A logical volume's disk is not
- * found, nor is a root file system on a disk without partitions.
+ * its partitions. The disk of a logical volume is not found.
  *
- * json:    the listing, with a "mountpoint" for each device, as lsblk -J printed
- *          it before util-linux 2.37; from then on name the columns, as in
- *          lsblk -J -o NAME,MOUNTPOINT. NULL is a text that cannot be read.
+ * json:    what lsblk -J -o NAME,MOUNTPOINT printed, or before util-linux 2.37
+ *          lsblk -J. NULL is a text that cannot be read.
  * Returns: new text   the name
  *          NULL       the listing cannot be read, or has no such disk
- * Errors:  "JSON parse error: " and the text from the error onward, or "Invalid
- *          JSON structure: blockdevices is not an array", on standard error.
+ * Errors:  one line on standard error about a text that is no such listing.
  * Threads: safe; where two of them fail at once, one may print no parse error.
  */
 ORVANE_API char *find_root_disk(const char *json);
@@ -387,21 +311,12 @@ ORVANE_API char *find_root_disk(const char *json);
 
 /*
  * The SMBIOS system UUID of this machine, with its case as the firmware wrote
- * it. Placeholders that many machines share are refused.
+ * it. Four placeholders that many machines share are refused.
  *
  * Returns: new text   the UUID; empty where the kernel file's first line is
  *          NULL       neither source knows the UUID
- * Reads:   /sys/devices/virtual/dmi/id/product_uuid (root), then
- *          /usr/sbin/dmidecode -s system-uuid (root). The first line of the
- *          file, and the first of the tool's that has the form of a UUID in
- *          it; at most 1023 bytes.
- * Refuses: 12345678-1234-5678-90ab-cddeefaabbcc,
- *          03000200-0400-0500-0006-000700080009,
- *          fefefefe-fefe-fefe-fefe-fefefefefefe and
- *          ffffffff-ffff-ffff-ffff-ffffffffffff, in any case of letters. A
- *          placeholder in the file makes the query fall back to the tool.
- * Waits:   for dmidecode, where it is queried, without a time limit.
- * Writes:  nothing.
+ * Reads:   /sys/devices/virtual/dmi/id/product_uuid, then dmidecode (both root).
+ * Waits:   for dmidecode, where it is queried.
  * Threads: safe.
  */
 ORVANE_API char *orvane_get_system_uuid(void);
@@ -412,37 +327,17 @@ ORVANE_API char *orvane_get_system_uuid(void);
 ORVANE_API char *system_uuid(void);
 
 /*
- * The network identity of this machine: the greatest permanent (factory) MAC
- * address among its wired Ethernet interfaces, in byte order of the texts, which
- * stays when the configured address changes. No root is needed.
+ * The greatest permanent (factory) MAC address among the wired Ethernet
+ * interfaces of this machine and the slaves of its bonds. No root is needed.
  *
- * Returns: new text   17 lower-case characters such as "00:1a:2b:3c:4d:5e", or,
- *                     where it comes from a bonding report, the word found there,
- *                     lowered. "00:00:00:00:00:00" means that no driver knows a
- *                     permanent address: it identifies no machine
+ * Returns: new text   17 lower-case characters such as "00:1a:2b:3c:4d:5e", or a
+ *                     bonding report's word; "00:00:00:00:00:00", which identifies
+ *                     no machine, where no driver knows a permanent address
  *          NULL       no interface qualifies, or they cannot be listed
- * Reads:   getifaddrs() for the interfaces, once for each address of the families
- *          AF_PACKET, AF_INET and AF_INET6, in the kernel's order; those whose
- *          names begin with "eth", "en" or "em" count. For each then, where
- *          /sys/bus/usb/devices/ can be opened, readlink -f -z on
- *          '/sys/class/net/NAME/device' for whether it sits on the USB bus; and
- *          the requests SIOCGIFHWADDR and SIOCETHTOOL (ETHTOOL_GPERMADDR). Behind
- *          them the slaves in the files of /proc/net/bonding/, by their "Slave
- *          Interface:" and "Permanent HW addr:", which is the address that the
- *          card had when it joined the bond.
- *          The walk ends, and what follows does not count, at the first interface
- *          that has no current hardware address, that sits on the USB bus (the
- *          last component of its device's path begins one of the names in that
- *          directory) or, where the directory is there, whose device cannot be
- *          determined: no device is behind it, or there is no readlink in PATH.
- *          This is on purpose. Bonding slaves count all the same, whatever their
- *          names.
- * Waits:   for readlink, without a time limit.
- * Writes:  a few lines for each address of an interface that counts, to the trace
- *          log.
- * Errors:  where memory or descriptors run out, interfaces may be missing, or
- *          count with their current address for want of the permanent one.
- * Threads: safe; trace stamps may mix, as for time_string().
+ * Reads:   the interfaces named eth..., en... and em..., up to the first that is
+ *          on the USB bus, has no device or has no address.
+ * Waits:   for readlink.
+ * Threads: safe.
  */
 ORVANE_API char *orvane_get_network_interface_max_mac(void);
 
@@ -458,13 +353,8 @@ ORVANE_API char *network_interface_get_max_mac(void);
  * Returns: new text   as the source gave it, blanks and fillers included, and
  *                     empty where the file's first line or the tool's word is
  *          NULL       no source answers
- * Reads:   the first line of /sys/class/dmi/id/sys_vendor; when that gives
- *          nothing, the second word of the first line with "Family", in any
- *          case, that dmidecode prints for the System Information (root). The
- *          family, not the manufacturer, stands in on purpose. At most 1023
- *          bytes. Case is compared in the environment's locale.
- * Waits:   for dmidecode, where it is queried, without a time limit.
- * Writes:  nothing.
+ * Reads:   /sys/class/dmi/id/sys_vendor, then a word of dmidecode's "Family" (root).
+ * Waits:   for dmidecode, where it is queried.
  * Threads: safe.
  */
 ORVANE_API char *orvane_get_vendor(void);
@@ -472,15 +362,10 @@ ORVANE_API char *orvane_get_vendor(void);
 /*
  * The model of this machine: its SKU number.
  *
- * Returns: new text   as the source gave it, and empty where the file's first
- *                     line or the tool's word is
- *          NULL       no source answers
- * Reads:   the first line of /sys/class/dmi/id/product_sku; when that gives
- *          nothing, the second word of the first line with "Version", in any
- *          case, as for orvane_get_vendor(), that dmidecode prints for the
- *          System Information (root). At most 1023 bytes.
- * Waits:   for dmidecode, where it is queried, without a time limit.
- * Writes:  nothing.
+ * Returns: as for orvane_get_vendor().
+ * Reads:   /sys/class/dmi/id/product_sku, then a word of dmidecode's "Version"
+ *          (root).
+ * Waits:   for dmidecode, where it is queried.
  * Threads: safe.
  */
 ORVANE_API char *orvane_get_model(void);
@@ -491,13 +376,8 @@ ORVANE_API char *orvane_get_model(void);
  *
  * Returns: new text   the three; empty when one of them gives nothing
  *          NULL       /proc/bootdevice/product_name or /proc/bootdevice/cid cannot
- *                     be read by the real user, or dmidecode cannot be read and
- *                     executed
- * Reads:   dmidecode -t 1 (root) for the first line with "Serial Number", in any
- *          case, as for orvane_get_vendor(), then the two files; the first line
- *          of each, at most 127 bytes.
- * Waits:   for dmidecode, without a time limit.
- * Writes:  nothing.
+ *                     be read, or there is no dmidecode
+ * Waits:   for dmidecode (root).
  * Threads: safe.
  */
 ORVANE_API char *hw_oem_info(void);
@@ -516,18 +396,14 @@ ORVANE_API char *get_machine_info_from_sysfs(const char *path);
 
 /*
  * The first line that a shell command prints, without its line end. The command
- * runs only where dmidecode is installed: the reader is meant for dmidecode
- * pipelines.
+ * runs only where dmidecode is installed.
  *
  * command: a command line for /bin/sh, run as it stands: never pass text that
  *          you do not trust. NULL is a command that cannot be run.
  * Returns: new text   at most 1023 bytes, ended by the first CR, LF or NUL
- *          NULL       /usr/sbin/dmidecode is not readable and executable (nothing
- *                     is run then), or the command cannot be started or prints
- *                     nothing
- * Waits:   for the command, without a time limit. What it prints behind the first
- *          line is not read: it gets SIGPIPE or, where the caller ignores that,
- *          EPIPE, and must end by itself.
+ *          NULL       there is no /usr/sbin/dmidecode, or the command cannot be
+ *                     started or prints nothing
+ * Waits:   for the command.
  * Threads: safe.
  */
 ORVANE_API char *get_machine_info_from_dmidecode(const char *command);
@@ -549,29 +425,8 @@ ORVANE_API char *get_service_tag_from_dmidecode(const char *command);
  *    3 TYPE_TONGFANG    8 TYPE_KUNTAI     -1 none
  *    4 TYPE_BAIXIN      9 TYPE_ZIGUANG
  *
- * These numbers never change. machineTypeToString() gives the names, and
- * "TYPE_UNKNOWN" for none.
- *
- * It is found in two steps: the manufacturer's name is compared with the patterns
- * of a key file, and the pattern that matched is looked up in manufacturerType.
- *
- * Example, which uses both of the library's own sets and needs GLib to release
- * them:
- *
- *    #include <glib.h>
- *
- *    int class_of_this_machine(void)
- *    {
- *        GKeyFile *exact = generate_machine_whitelist();
- *        GKeyFile *folded = generate_machine_whitelist_ignore_case();
- *        int type = maching_machine_type(exact, false);
- *
- *        if (type == -1)
- *            type = maching_machine_type(folded, true);
- *        g_key_file_free(exact);
- *        g_key_file_free(folded);
- *        return type;
- *    }
+ * These numbers never change. maching_machine_type(3) has the identifications of
+ * each, and a program that prints the class of its machine.
  */
 
 /* A name by which a manufacturer is known, and the machine type it stands for. */
@@ -582,48 +437,23 @@ struct orvane_manufacturer_type {
 
 /*
  * Every known name, in the order in which they are looked up: static and constant.
- * The linker copies it into programs that use it (a copy relocation), in the size
- * that this header gives: entries are neither added, removed nor moved within
- * liborvane.so.1. Threads: safe.
+ * Programs that use it have a copy of this size (a copy relocation), so entries are
+ * neither added, removed nor moved within liborvane.so.1. Threads: safe.
  */
 ORVANE_API extern const struct orvane_manufacturer_type manufacturerType[24];
 
 /*
- * The class of this machine's manufacturer by a set of patterns.
+ * The class of this machine's manufacturer by the first pattern that its name
+ * begins with.
  *
- * The manufacturer is compared with the patterns of the group
- * "manufacturer_patterns", key by key and in the order of the file, as
- * maching_machine_type_with_dmidecode() does; the first that matches decides.
- *
- * key_file:    each key, whatever its name, has one pattern as its value, or several
- *              that "|" joins and that are tried from left to right. They are taken
- *              as they are written, blanks around "|" included. An empty value is
- *              passed over; but a pattern that is empty beside others, or that is
- *              empty once its blanks are taken out, matches everything. NULL gives
- *              -1. Not changed.
- * ignore_case: takes spaces and newlines out of the manufacturer and of each
- *              pattern, and lowers the ASCII capitals of both, before they are
- *              compared.
- * Returns:     0 to 12   findTypeEnum() of the pattern that matched, as it was
- *                        compared. With ignore_case only 0, 1, 2, 7, 8 and 10 can
- *                        be had, since the others' entries have capitals
- *              -1        the pattern that matched begins no entry: "Huawei" is
- *                        among the patterns to compare with ignore_case, and no
- *                        entry of manufacturerType begins with "huawei". Or no
- *                        pattern matches, there is no such group, or no
- *                        manufacturer is reported
- * Reads:       get_machine_info_simulate(); where that gives NULL, through
- *              get_machine_info_from_dmidecode() the first line, at most 1023
- *              bytes of it, of /usr/sbin/dmidecode -s system-manufacturer (root),
- *              which may be empty; where nothing is printed, what follows the
- *              first ": ", up to the next, on the first line with "Manufacturer",
- *              in any case, of dmidecode -t 1 (root). Queried on every call.
- * Waits:       for dmidecode, without a time limit.
- * Writes:      one line to the trace log when a pattern beside others matches, or
- *              when the group has no keys.
- * Errors:      where GLib has no memory it ends the process.
- * Threads:     safe on different key files; trace stamps may mix, as for
- *              time_string().
+ * key_file:    patterns, joined by "|", as the values of its group
+ *              "manufacturer_patterns". NULL gives -1. Not changed.
+ * ignore_case: compares without spaces, newlines and ASCII capitals.
+ * Returns:     findTypeEnum() of the pattern, or -1: no pattern matches, or no
+ *              manufacturer is reported
+ * Reads:       get_machine_info_simulate(), then dmidecode (root).
+ * Waits:       for dmidecode.
+ * Threads:     safe on different key files.
  */
 ORVANE_API ORVANE_VERDICT int maching_machine_type(struct _GKeyFile *key_file, bool ignore_case);
 
@@ -639,8 +469,7 @@ ORVANE_API ORVANE_VERDICT bool maching_machine_type_with_dmidecode(const char *m
 
 /*
  * The machine type of the first entry of manufacturerType whose identification
- * begins with a name, byte for byte. The start of a name finds its entry too:
- * "Great" is of type 1, and the empty name of type 0.
+ * begins with a name, byte for byte: "Great" is of type 1, and "" of type 0.
  *
  * name:    NULL is a name that is not known.
  * Returns: 0 to 12   the machine type
@@ -663,7 +492,6 @@ ORVANE_API const char *machineTypeToString(int type);
  * to compare exactly, and those that it is to compare with ignore_case.
  *
  * Returns: new key file, release with g_key_file_free().
- * Errors:  where GLib has no memory it ends the process.
  * Threads: safe.
  */
 ORVANE_API struct _GKeyFile *generate_machine_whitelist(void);
@@ -672,8 +500,7 @@ ORVANE_API struct _GKeyFile *generate_machine_whitelist_ignore_case(void);
 /*
  * The manufacturer that maching_machine_type() is to use in place of the
  * firmware's. A program that defines this function makes the machine another; the
- * text that it returns stays its own and may be static: the library copies it and
- * does not free it.
+ * text that it returns stays its own and may be static.
  *
  * Returns: NULL, always: the firmware is queried.
  * Threads: safe.
@@ -686,10 +513,7 @@ ORVANE_API char *get_machine_info_simulate(void);
  * Returns: 1   its manufacturer begins with "KaiTian" or "LENOVO", in this case of
  *              letters
  *          0   it does not, or no manufacturer is reported
- * Reads:   the two sources of maching_machine_type() in dmidecode (root), the
- *          second where the first does not name one.
- * Waits:   for dmidecode, without a time limit.
- * Writes:  nothing.
+ * Waits:   for dmidecode (root).
  * Threads: safe.
  */
 ORVANE_API ORVANE_VERDICT int is_lenovo_machine(void);
@@ -697,11 +521,8 @@ ORVANE_API ORVANE_VERDICT int is_lenovo_machine(void);
 /*
  * Whether the processor is a Kirin 990, 9006C or 9A0.
  *
- * Returns: 1   a line of the file that begins with "Hardware" names one of them,
- *              whatever the case of its letters and its spaces and tabs
+ * Returns: 1   a line of /proc/cpuinfo that begins with "Hardware" names one
  *          0   none does, or the file cannot be read
- * Reads:   /proc/cpuinfo, in lines of at most 1023 bytes.
- * Writes:  nothing.
  * Threads: safe.
  */
 ORVANE_API ORVANE_VERDICT int is_huawei_9x0(void);
