@@ -716,6 +716,7 @@ ORVANE_API ORVANE_VERDICT int is_huawei_9x0(void);
  * expected: 64, 40 or 32 lower-case hexadecimal digits; what stands behind them
  *           does not count. NULL is never equal.
  * Returns:  1 if the digest is the expected one, 0 in every other case.
+ * Threads:  safe.
  */
 ORVANE_API ORVANE_VERDICT int file_check_sha256(const char *path, const char *expected);
 ORVANE_API ORVANE_VERDICT int file_check_sha1(const char *path, const char *expected);
@@ -731,6 +732,7 @@ ORVANE_API ORVANE_VERDICT int file_check_md5(const char *path, const char *expec
  * signature: in base64, as for base64_decode_clean(), which prints it.
  * Returns:   true if it is valid; false in every other case, NULL included, with
  *            the reason on standard error unless it is the signature itself.
+ * Threads:   safe.
  */
 ORVANE_API ORVANE_VERDICT bool verify_signature(const char *message, const char *signature);
 
@@ -743,6 +745,7 @@ ORVANE_API ORVANE_VERDICT bool verify_signature(const char *message, const char 
  * Returns: new block   of `*size` bytes, more than 0; release it with free()
  *          NULL        it decodes to nothing, with 0 in `*size`; or there is no
  *                      memory, or more text than an int counts
+ * Threads: safe.
  */
 ORVANE_API ORVANE_VERDICT unsigned char *base64_decode_clean(const char *text, int *size);
 
@@ -753,6 +756,7 @@ ORVANE_API ORVANE_VERDICT unsigned char *base64_decode_clean(const char *text, i
  *          for.
  * Returns: new key (RSA)   release it with OpenSSL's RSA_free()
  *          NULL            there is none; the reason is on standard error
+ * Threads: safe.
  */
 ORVANE_API struct rsa_st *load_public_key(const char *path);
 
@@ -762,6 +766,7 @@ ORVANE_API struct rsa_st *load_public_key(const char *path);
  * text:    NULL gives false.
  * digest:  where to store 32 bytes; NULL gives false.
  * Returns: whether the digest was stored.
+ * Threads: safe.
  */
 ORVANE_API ORVANE_VERDICT bool compute_sha256(const char *text, unsigned char *digest);
 
@@ -770,8 +775,8 @@ ORVANE_API ORVANE_VERDICT bool compute_sha256(const char *text, unsigned char *d
 /*
  * These two work with the one signing key whose public half the library was
  * built with. They run gpg, in the calling user's key store, without a time limit,
- * and leave the environment's locale for the whole process: one thread at a time,
- * and none beside it that depends on the locale.
+ * and leave the environment's locale for the whole process. Threads: for one
+ * thread at a time, and none beside it that depends on the locale.
  */
 
 /*
@@ -806,6 +811,7 @@ ORVANE_API ORVANE_VERDICT int gpg_encrypt(const char *text, char **message, unsi
  * Base64 on one line with pads, and the same for the query of a URL, where "+",
  * "/" and "=" are written "%2B", "%2F" and "%3D". The caller's buffers are
  * trusted to have the sizes that the entries name, and must not overlap.
+ * Threads: safe.
  */
 
 /*
@@ -870,6 +876,7 @@ ORVANE_API ORVANE_VERDICT int transform_from_url(const char *url, unsigned int l
  *
  * Returns: 2   the education variant: its application scene begins with "EDU"
  *          0   every other one, or no scene is known
+ * Threads: safe as far as zdk_system_get_appScene() of libzusysinfo is.
  */
 ORVANE_API unsigned int orvane_get_os_version(void);
 
@@ -888,6 +895,7 @@ ORVANE_API unsigned int _os_get_version(void);
  * format:  as for printf(), with its arguments; "%m" is the caller's errno.
  * Returns: 1   the log could be opened, even if the write then failed
  *          0   it could not; the reason is on standard error
+ * Threads: safe for the log. Stamps may mix, as for time_string().
  */
 ORVANE_API int orvane_trace(const char *format, ...) ORVANE_PRINTF(1, 2);
 
@@ -896,6 +904,7 @@ ORVANE_API int orvane_trace(const char *format, ...) ORVANE_PRINTF(1, 2);
  *
  * Returns: 1, always; a directory that cannot be made shows when the log is
  *          opened.
+ * Threads: safe.
  */
 ORVANE_API int orvane_logger_env_init(void);
 
@@ -903,6 +912,7 @@ ORVANE_API int orvane_logger_env_init(void);
  * Whether trace lines are written. Called for every trace line.
  *
  * Returns: 1, always.
+ * Threads: safe.
  */
 ORVANE_API int orvane_is_tracing(void);
 
@@ -935,7 +945,7 @@ ORVANE_API void log_write(const char *path, const char *message, const char *tag
 /*
  * Key files are GLib's: groups in brackets, each with key=value lines, in UTF-8.
  * The texts returned here are GLib's and are released with g_free(). Where GLib
- * has no memory it ends the process. One key file takes one thread at a time.
+ * has no memory it ends the process. Threads: safe on different key files.
  */
 
 /*
@@ -985,7 +995,7 @@ ORVANE_API void key_file_save_to_file(struct _GKeyFile *kf, const char *path);
 
 /*
  * The text functions change the caller's text in place, keep the order of what
- * stays, need no memory and cannot fail.
+ * stays, need no memory and cannot fail. Threads: safe on different texts.
  */
 
 /* Lowers the ASCII capitals, in any locale. s may be NULL, which does nothing. */
@@ -1017,12 +1027,14 @@ ORVANE_API void remove_null_chars(void *buf, uint32_t len);
  * path:    the file; NULL is a file that cannot be examined.
  * mask:    mode bits as in stat(2), for example S_IFDIR or 0400.
  * Returns: st_mode & mask; 0 also when the file cannot be examined.
+ * Threads: safe.
  */
 ORVANE_API int file_stat(const char *path, int mask);
 
 /*
- * Opens /dev/null on whichever of the descriptors 0, 1 and 2 are closed. It
- * changes descriptors of the whole process: for the start of a program.
+ * Opens /dev/null on whichever of the descriptors 0, 1 and 2 are closed.
+ *
+ * Threads: changes descriptors of the whole process: for the start of a program.
  */
 ORVANE_API void redirect_stdio(void);
 
