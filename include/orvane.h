@@ -530,24 +530,14 @@ ORVANE_API ORVANE_VERDICT int is_huawei_9x0(void);
 /* ---- Digests ----------------------------------------------------------- */
 
 /*
- * Whether a file's content has an expected SHA-256, SHA-1 or MD5 digest.
+ * Whether a file's content has an expected SHA-256, SHA-1 or MD5 digest. MD5 and
+ * SHA-1 detect an accident, not an attack.
  *
- * path:     the file, read once to its end; NULL is a file that cannot be
- *           opened.
+ * path:     NULL is a file that cannot be opened.
  * expected: 64, 40 or 32 lower-case hexadecimal digits; what stands behind them
- *           does not count. NULL is never equal, and the file is not opened.
- * Returns:  1   the digest is the expected one
- *           0   every other case alike: it differs, `expected` is shorter or has a
- *               capital, the file cannot be opened or read to its end, as a
- *               directory cannot, or libcrypto fails
- * Reads:    the file; the digest is OpenSSL libcrypto's. A read that a signal
- *           handler interrupts counts as failed.
- * Waits:    for a pipe or device, as long as that has more to come, and for a
- *           process that has a lease on the file. A sparse file may be longer than
- *           any disk.
+ *           does not count. NULL is never equal.
+ * Returns:  1 if the digest is the expected one, 0 in every other case.
  * Threads:  safe.
- *
- * MD5 and SHA-1 detect an accident, not an attack.
  */
 ORVANE_API ORVANE_VERDICT int file_check_sha256(const char *path, const char *expected);
 ORVANE_API ORVANE_VERDICT int file_check_sha1(const char *path, const char *expected);
@@ -557,49 +547,25 @@ ORVANE_API ORVANE_VERDICT int file_check_md5(const char *path, const char *expec
 
 /*
  * Whether a text carries a valid RSA signature (PKCS #1 v1.5 with SHA-256)
- * under the key of this system.
+ * under the key of this system, /etc/orvane/public.pem.
  *
  * message:   the text that was signed, up to its terminator.
- * signature: the signature in base64, as for base64_decode_clean().
- * Returns:   true    the signature is valid
- *            false   every other case, NULL included
- * Reads:     /etc/orvane/public.pem, as load_public_key() does, on every call:
- *            another key there counts from the next call on. OpenSSL libcrypto
- *            does the rest; the thread's queue of OpenSSL errors is left as it
- *            was.
- * Writes:    the line of base64_decode_clean() to standard output.
- * Errors:    one line on standard error:
- *              "Invalid parameters: message or signature is NULL"
- *              "Failed to decode base64 si11gnature", also for a signature that
- *                decodes to nothing
- *              "Failed to compute SHA256 hash of message"
- *              "Failed to load public key", behind load_public_key()'s own
- *            A signature that does not match is no error.
+ * signature: in base64, as for base64_decode_clean(), which prints it.
+ * Returns:   true if it is valid; false in every other case, NULL included, with
+ *            the reason on standard error unless it is the signature itself.
  * Threads:   safe.
  */
 ORVANE_API ORVANE_VERDICT bool verify_signature(const char *message, const char *signature);
 
 /*
- * Decodes base64 that may be broken into lines: line feeds, carriage returns
- * and spaces are left out, and nothing else is, tabs not either. What is then
- * no base64 on one line decodes as OpenSSL 3.0 decodes it, with every release of
- * libcrypto: to nothing as a rule, but stray characters at the ends may do no
- * harm (docs/limits.md).
+ * Decodes base64 that may be broken into lines, and prints the text without line
+ * feeds, carriage returns and spaces on standard output.
  *
  * text:    the base64 text; NULL gives NULL.
  * size:    where to store the number of bytes; NULL gives NULL.
  * Returns: new block   of `*size` bytes, more than 0; release it with free()
- *          NULL        with 0 in `*size`: the text decodes to nothing; with less
- *                      than 0: there was no memory for the decoder
- *          NULL        with `*size` as it was: there was no memory for the text or
- *                      the bytes, or the text has more characters than an int
- *                      counts
- * Reads:   the text alone; plain base64 is decoded by the base64 filter of
- *          OpenSSL libcrypto.
- * Writes:  "Cleaned Base64 (N chars): TEXT" with the text that is left to
- *          standard output, unless `text` or `size` is NULL or there is no
- *          memory for the text. A standard output that is a pipe without a
- *          reader raises SIGPIPE.
+ *          NULL        it decodes to nothing, with 0 in `*size`; or there is no
+ *                      memory, or more text than an int counts
  * Threads: safe.
  */
 ORVANE_API ORVANE_VERDICT unsigned char *base64_decode_clean(const char *text, int *size);
@@ -607,19 +573,10 @@ ORVANE_API ORVANE_VERDICT unsigned char *base64_decode_clean(const char *text, i
 /*
  * Loads an RSA public key in the PKCS #1 form of PEM ("BEGIN RSA PUBLIC KEY").
  *
- * path:    the file, whose first block of that form counts; a broken block ends
- *          the search. NULL is a file that cannot be opened, and a pipe is
- *          waited for.
+ * path:    the file; NULL is a file that cannot be opened, and a pipe is waited
+ *          for.
  * Returns: new key (RSA)   release it with OpenSSL's RSA_free()
- *          NULL            there is none
- * Reads:   the file. For a block marked as encrypted, which no public key needs
- *          to be, OpenSSL prompts for a password on the terminal, or where
- *          there is none on standard error and from standard input, with signal
- *          handlers of its own meanwhile and for one thread at a time.
- * Errors:  on standard error, one line each: "Error opening public key file:
- *          PATH" and "Error reading public key from file: PATH"; the latter
- *          also for the form that `openssl rsa -pubout` writes ("BEGIN PUBLIC
- *          KEY"). The thread's queue of OpenSSL errors is left as it was.
+ *          NULL            there is none; the reason is on standard error
  * Threads: safe.
  */
 ORVANE_API struct rsa_st *load_public_key(const char *path);
@@ -629,9 +586,7 @@ ORVANE_API struct rsa_st *load_public_key(const char *path);
  *
  * text:    NULL gives false.
  * digest:  where to store 32 bytes; NULL gives false.
- * Returns: true    the digest was stored
- *          false   it was not
- * Reads:   the text alone; the digest is OpenSSL libcrypto's.
+ * Returns: whether the digest was stored.
  * Threads: safe.
  */
 ORVANE_API ORVANE_VERDICT bool compute_sha256(const char *text, unsigned char *digest);
@@ -640,159 +595,34 @@ ORVANE_API ORVANE_VERDICT bool compute_sha256(const char *text, unsigned char *d
 
 /*
  * These two work with the one signing key whose public half the library was
- * built with, and put that into the calling user's GnuPG key store (GNUPGHOME,
- * or .gnupg in HOME) each time.
- *
- * Process: they run gpg through GPGME, with the caller's environment and the
- *          user's gpg.conf. GPGME finds gpgconf and gpg by PATH, so both are
- *          refused to a program that has rights which its user does not have
- *          (set-user-ID, set-group-ID, file capabilities):
- *          ORVANE_GPG_NO_CONTEXT, nothing run or changed. /dev/null stands in
- *          for standard descriptors that are closed. gpg may start its agent,
- *          which stays. Children of gpg's are left to the system's first
- *          process, or to a caller that took its place. With GPGME 1.24 and later
- *          gpg_verify() runs gpg a second time for a file that gpg does not take
- *          for a signed one.
- * Waiting: there is no time limit, but a gpg that ends ends the call. gpg waits
- *          for the locks of the key store, and prompts the user, on the caller's
- *          terminal if there is one, for the passphrase of a file that is
- *          encrypted. It reads compressed content to its end, however long that
- *          is, and checks every signature, which takes about a millisecond and
- *          600 bytes of the caller's memory each: a file of 17 KB can hold
- *          20,000. Files from strangers are for a child process that the caller
- *          can end.
- * Descriptors: GPGME's pipes to gpg, up to eight ends, are without close-on-exec
- *          until gpg has started. A program that another thread starts in that
- *          moment gets them, and the call lasts until it ends or closes them.
- *          Where descriptors run out, GPGME leaves some of them open.
- * Changes: the locale of the whole process becomes the environment's and stays
- *          so. It changes later answers: which characters of a model or serial
- *          number are graphic is the locale's choice. A caller that stores
- *          identities puts its own locale back with setlocale(LC_ALL, ...).
- *          While a call lasts, SIGPIPE is ignored where its action is the
- *          default one, and for good in programs that are started meanwhile.
- * Threads: for one thread at a time, and none beside it that depends on the
- *          locale.
- *
- * Example, settings that only the owner of the key can have written:
- *
- *    int print_signed_settings(const char *path)
- *    {
- *        char *content = NULL;
- *        unsigned int length = 0;
- *        int code = gpg_verify(path, &content, &length);
- *
- *        if (code != ORVANE_OK)
- *            fprintf(stderr, "%s: not signed as it should be: %d\n", path, code);
- *        else if (content == NULL)
- *            fprintf(stderr, "%s: more than 4096 bytes, or no memory\n", path);
- *        else
- *            fwrite(content, 1, length, stdout);
- *        code = content != NULL ? 0 : -1;
- *        free(content);
- *        return code;
- *    }
- *
- * and a text that only the owner of the key can read:
- *
- *    int print_encrypted(const char *text)
- *    {
- *        char *message = NULL;
- *        int code = gpg_encrypt(text, &message, NULL);
- *
- *        if (code == ORVANE_OK && message != NULL)
- *            fputs(message, stdout);
- *        else
- *            fprintf(stderr, "not encrypted: %d\n", code);
- *        code = message != NULL ? 0 : -1;
- *        free(message);
- *        return code;
- *    }
+ * built with. They run gpg, in the calling user's key store, without a time limit,
+ * and leave the environment's locale for the whole process. Threads: for one
+ * thread at a time, and none beside it that depends on the locale.
  */
 
 /*
- * Verifies a file that carries its content and its signatures, whole (gpg
- * --sign) or clear-signed, and returns the content. An encrypted file that the
- * user's own keys open is verified as what is in it.
+ * Verifies a file that carries its content and its signatures, and returns the
+ * content: this alone is vouched for, and not the file.
  *
- * Only the content that is returned is vouched for, and not the file: text
- * before, after and between signed parts passes with ORVANE_OK, and of several
- * parts gpg reads the first, its content and its signatures, alone. Of content
- * of more than 4096 bytes nothing is returned. With GPGME before 1.24 gpg lists
- * a public key that stands beside the signed part within the content, and who
- * made the key chose its user IDs (docs/limits.md).
- *
- * path:    the file, a regular one, which is read into memory; of its content at
- *          most 4096 bytes are, compressed or not. A FIFO is not opened. NULL is
- *          a file that cannot be read.
- * content: where to store the content, a new block to release with free():
- *          `*length` bytes and no terminator. With NULL it is not stored.
- * length:  where to store how many bytes the content has; may be NULL.
- * Returns: the first of these that applies, and nothing stored but with
- *          ORVANE_OK. Names without their "ORVANE_GPG_":
- *          NO_CONTEXT         no memory for GPGME, or a set-user-ID program
- *          FILE_UNREADABLE    missing, not permitted, larger than memory; a
- *                             directory, a FIFO, a socket, a terminal
- *          NO_OUTPUT          no memory
- *          VERIFY_FAILED      gpg is missing; memory or descriptors ran out; the
- *                             file is not OpenPGP, empty, damaged or truncated
- *          NO_SIGNATURE       not signed, or encrypted so that the user cannot
- *                             open it; truncated early; gpg ended before it read
- *                             the file, as where there is no key store and none
- *                             can be made in HOME
- *          Of the first signature, unless it is good:
- *          KEY_MISSING        the key store does not have its key: another
- *                             signer's, or the built-in one where the store of
- *                             GNUPGHOME is missing, damaged or not writable, or
- *                             gpg's clock is before the key's creation
- *          SIGNATURE_RED      it does not match the content: an altered file, or
- *                             a detached signature, which has none
- *          SIGNATURE_BAD      as SIGNATURE_RED, where GPGME does not rate it
- *          SIGNATURE_INVALID  it expired, or its key expired or was revoked; it
- *                             is of the future; its digest is one that gpg
- *                             rejects (MD5)
- *          Of all signatures:
- *          OTHER_SIGNER       one is by another key, known to the store or not
- *          ORVANE_OK          the first is good and all are the built-in key's
- *          Whether the key store trusts the key does not matter to a good
- *          signature; where it trusts the key fully, one that expired is good.
- * Errors:  ORVANE_OK and NULL in `*content` where the content is not returned,
- *          so look at it. `*length` is then untouched for content of more than
- *          4096 bytes, or of a size that GPGME does not report; the size where
- *          there is no memory or reading fails; 0 where the content ends early,
- *          or where GPGME 1.24 and later withhold it because gpg decrypted the
- *          file and does not vouch for it.
- * Reads:   the file, with the caller's rights; the key store, by gpg.
+ * path:    the file, a regular one; NULL is a file that cannot be read.
+ * content: where to store a new block to release with free(), of `*length` bytes
+ *          and no terminator. With NULL neither is stored. length may be NULL.
+ * Returns: ORVANE_OK if the first signature is good and all are the built-in
+ *          key's, but with NULL in `*content` where it is not returned, as for
+ *          more than 4096 bytes; otherwise the reason, and nothing is stored.
  */
 ORVANE_API ORVANE_VERDICT int gpg_verify(const char *path, char **content, unsigned int *length);
 
 /*
- * Encrypts a text to the built-in key.
+ * Encrypts a text to the built-in key. Each call keeps a few hundred bytes for
+ * good.
  *
- * text:    what to encrypt, up to its terminator; NULL gives
- *          ORVANE_GPG_TEXT_NOT_TAKEN.
- * message: where to store the ASCII-armoured message, a new NUL-terminated text
- *          to release with free(). With NULL it is not stored.
- * length:  where to store the message's length, terminator not included; may be
- *          NULL.
- * Returns: the first of these that applies, and nothing stored but with
- *          ORVANE_OK. Names without their "ORVANE_GPG_":
- *          NO_CONTEXT         no memory for GPGME, or a set-user-ID program
- *          TEXT_NOT_TAKEN     NULL, or no memory
- *          NO_OUTPUT          no memory
- *          CLOCK_TOO_EARLY    as KEY_MISSING, and the clock is before the key's
- *                             creation, for which gpg does not take it
- *          KEY_MISSING        the key store does not have the key and it cannot
- *                             be put there: the store is missing, damaged or not
- *                             writable, or there is no gpg; or gpg refuses it
- *          ENCRYPT_FAILED     the key store has the key as expired or revoked,
- *                             it cannot be encrypted to, or gpg fails otherwise
- *          ORVANE_OK          the text was encrypted
- * Errors:  ORVANE_OK and NULL in `*message` where the message is not returned
- *          for want of memory, so look at it; `*length` is its size then, 0
- *          where it ends early, and untouched where it has none. Each call keeps
- *          a few hundred bytes for good.
- * Reads:   the key store, by gpg, and the clock.
+ * text:    up to its terminator; NULL gives ORVANE_GPG_TEXT_NOT_TAKEN.
+ * message: where to store the ASCII-armoured message, a new text to release with
+ *          free(), and in `*length` its length without the terminator. With NULL
+ *          neither is stored. length may be NULL.
+ * Returns: ORVANE_OK if the text was encrypted, but with NULL in `*message` for
+ *          want of memory; otherwise the reason, and nothing is stored.
  */
 ORVANE_API ORVANE_VERDICT int gpg_encrypt(const char *text, char **message, unsigned int *length);
 
@@ -801,57 +631,19 @@ ORVANE_API ORVANE_VERDICT int gpg_encrypt(const char *text, char **message, unsi
 /*
  * Base64 on one line with pads, and the same for the query of a URL, where "+",
  * "/" and "=" are written "%2B", "%2F" and "%3D". The caller's buffers are
- * trusted to have the sizes that the entries name, and must not overlap. Base64
- * is coded by the base64 filter of OpenSSL libcrypto; nothing else is read.
+ * trusted to have the sizes that the entries name, and must not overlap.
  * Threads: safe.
- *
- * Example, bytes as a text for the query of a URL:
- *
- *    char *for_url(const void *data, int size)
- *    {
- *        size_t most = ((size_t)size + 2) / 3 * 4;
- *        unsigned int length = 0;
- *        char *text = malloc(most + 1);
- *        char *url = malloc(3 * most + 1);
- *        int code = ORVANE_BASE64_NOTHING_TO_ENCODE;
- *
- *        if (text != NULL && url != NULL)
- *            code = base64_encode(data, size, text, &length);
- *        if (code == ORVANE_OK) {
- *            text[length] = '\0';
- *            code = transform_to_url(text, length, url, &length);
- *        }
- *        free(text);
- *        if (code == ORVANE_OK)
- *            return url;
- *        free(url);
- *        return NULL;
- *    }
- *
- * and the bytes of a base64 text, where strlen(text) of them suffice:
- *
- *    int bytes_of(const char *text, void *bytes, unsigned int *count)
- *    {
- *        int code = base64_decode(text, (int)strlen(text), bytes, count);
- *
- *        if (code != ORVANE_OK || *count == 0 || *count > strlen(text))
- *            return -1;
- *        return 0;
- *    }
  */
 
 /*
  * Encodes bytes.
  *
- * data:    `size` bytes.
- * size:    how many; a negative number encodes nothing, to a length of 0.
+ * data:    `size` bytes; a negative size encodes nothing, to a length of 0.
  * text:    where to store the text: 4 bytes for every 3 of `data` or part of
  *          them. No terminator is added.
- * length:  where to store the text's length. What libcrypto cannot write is
- *          neither in the text nor in its length, and no error.
- * Returns: ORVANE_OK                         text and length are stored
- *          ORVANE_BASE64_NOTHING_TO_ENCODE   a NULL, a size of 0, or no memory;
- *                                            no length is stored
+ * length:  where to store the text's length.
+ * Returns: ORVANE_OK, or ORVANE_BASE64_NOTHING_TO_ENCODE for a NULL, a size of 0
+ *          or no memory, and no length is stored.
  */
 ORVANE_API ORVANE_VERDICT int base64_encode(const void *data, int size, char *text,
                                             unsigned int *length);
@@ -859,24 +651,13 @@ ORVANE_API ORVANE_VERDICT int base64_encode(const void *data, int size, char *te
 /*
  * Decodes base64.
  *
- * text:    the NUL-terminated text, all of which must be base64: no line breaks
- *          or blanks.
- * length:  how many of its characters to decode, as a rule all, of which whole
- *          groups of four are decoded. With four or more than it has, so many
- *          whole blocks of 1024 characters are decoded as the text has, or
- *          nothing. Nothing behind the terminator is read.
+ * text:    NUL-terminated, all of it base64: no line breaks or blanks.
+ * length:  how many of its characters to decode, as a rule all.
  * data:    where to store the bytes; `length` bytes suffice.
- * size:    where to store the number of bytes, as the decoder reports it.
- * Returns: in this order of precedence
- *          ORVANE_BASE64_NOTHING_TO_DECODE   a NULL, or a length of 0
- *          ORVANE_BASE64_LENGTH              not a multiple of 4 characters
- *          ORVANE_BASE64_CHARACTER           a character that is not of base64
- *          ORVANE_BASE64_PADDING             a "=" out of place
- *          ORVANE_OK                         `*size` is stored: the number of
- *                                            bytes; 0 where none is decoded and
- *                                            for a negative length; as an unsigned
- *                                            number, -1 for want of memory
- *          Only ORVANE_OK stores anything.
+ * size:    where to store their number; look at it with ORVANE_OK, too: 0 where
+ *          none is decoded, and as an unsigned number -1 for want of memory.
+ * Returns: ORVANE_OK; or, and nothing is stored, the first that applies of
+ *          ORVANE_BASE64_NOTHING_TO_DECODE, _LENGTH, _CHARACTER and _PADDING.
  */
 ORVANE_API ORVANE_VERDICT int base64_decode(const char *text, int length, void *data,
                                             unsigned int *size);
@@ -885,16 +666,12 @@ ORVANE_API ORVANE_VERDICT int base64_decode(const char *text, int length, void *
  * Writes base64 text as it may stand in the query of a URL. A "%" stays.
  *
  * text:       the NUL-terminated text, all of which is checked.
- * length:     how many of its characters to convert, as a rule all. A greater
- *             number takes the terminator as well, as one character, and
- *             nothing behind it.
+ * length:     how many of its characters to convert, as a rule all.
  * url:        where to store the result: 3 bytes for each character and 1 for
  *             the terminator.
  * url_length: where to store its length, which must be one that it can count.
- * Returns:    ORVANE_OK               the result and its length are stored
- *             ORVANE_TO_URL_NOTHING   a NULL, or a length of 0; nothing is stored
- *             ORVANE_URL_CHARACTER    neither of base64 nor "%"; 0 is stored as
- *                                     the length
+ * Returns:    ORVANE_OK; ORVANE_TO_URL_NOTHING, and nothing is stored; or
+ *             ORVANE_URL_CHARACTER, with 0 as the length.
  */
 ORVANE_API ORVANE_VERDICT int transform_to_url(const char *text, unsigned int length, char *url,
                                                unsigned int *url_length);
@@ -903,21 +680,12 @@ ORVANE_API ORVANE_VERDICT int transform_to_url(const char *text, unsigned int le
  * Writes the query form back as base64 text.
  *
  * url:         the NUL-terminated text, all of which is checked.
- * length:      how many of its characters to convert, as a rule all. An escape
- *              that begins among them is converted whole. A greater number
- *              takes the terminator as well, as one character, and nothing
- *              behind it.
+ * length:      how many of its characters to convert, as a rule all.
  * text:        where to store the result: a byte for each character and 1 for
  *              the terminator.
  * text_length: where to store its length.
- * Returns:     ORVANE_OK                 the result and its length are stored
- *              ORVANE_FROM_URL_NOTHING   a NULL, or a length of 0; nothing is
- *                                        stored
- *              ORVANE_URL_CHARACTER      neither of base64 nor "%"; 0 is stored as
- *                                        the length
- *              ORVANE_URL_ESCAPE         another escape, "%2b" too; 0 is stored as
- *                                        the length, and what stands before it,
- *                                        unterminated, in `text`
+ * Returns:     ORVANE_OK; ORVANE_FROM_URL_NOTHING, and nothing is stored; or
+ *              ORVANE_URL_CHARACTER or ORVANE_URL_ESCAPE, with 0 as the length.
  */
 ORVANE_API ORVANE_VERDICT int transform_from_url(const char *url, unsigned int length, char *text,
                                                  unsigned int *text_length);
@@ -929,14 +697,7 @@ ORVANE_API ORVANE_VERDICT int transform_from_url(const char *url, unsigned int l
  *
  * Returns: 2   the education variant: its application scene begins with "EDU"
  *          0   every other one, or no scene is known
- * Reads:   zdk_system_get_appScene() of libzusysinfo, or of whichever object
- *          defines it for the whole process when liborvane is loaded; where none
- *          does, the VARIANT field of /etc/os-release or, where there is no such
- *          file, of /usr/lib/os-release, its quotes removed by GLib, which ends
- *          the process where it has no memory. Queried on every call.
- * Writes:  one or two lines to the trace log.
- * Threads: safe as far as zdk_system_get_appScene() is; trace stamps may mix, as
- *          for time_string().
+ * Threads: safe as far as zdk_system_get_appScene() of libzusysinfo is.
  */
 ORVANE_API unsigned int orvane_get_os_version(void);
 
@@ -949,44 +710,18 @@ ORVANE_API unsigned int _os_get_version(void);
 
 /*
  * Appends one line to the trace log, /var/log/orvane/liborvane.log: a stamp, the
- * process id in brackets, a colon, a blank and the message, ended by a newline
- * unless the message ends in one. A line has at most 1023 bytes with its
- * newline, which is always there; the stamp's text and the message are truncated
- * to fit. The message is written as it was formatted: a NUL that "%c" stores, and
- * newlines and control characters of the caller's own, included. The log is
- * always on, made when missing (directory mode 0777, file mode 0644, both less
- * the umask), never truncated and never rotated. It is opened for each
- * line: another program may rename it. Everyone may read it, serial numbers
- * included.
- *
- * The log keeps no call waiting. A log that is a FIFO without a reader, or any
- * other file that cannot be opened at once, is not opened; a FIFO that is full
- * loses the line. A message waits where standard error is a full pipe or a
- * terminal that takes nothing. Where others than root and the caller (its effective user) may write
- * the directory, a log that is a symbolic link, no regular file, or a file with
- * several names counts as not opened, and nothing is made or written behind it,
- * as long as the kernel's fs.protected_hardlinks is 1.
+ * process id and the message, at most 1023 bytes with its newline. errno is left
+ * as it was.
  *
  * format:  as for printf(), with its arguments; "%m" is the caller's errno.
  * Returns: 1   the log could be opened, even if the write then failed
- *          0   it could not
- * Errors:  "Open log file failed" or "Write to log file failed" with the
- *          system's reason on standard error, as perror() prints it. errno is
- *          left as it was. A line that does not fit into a full disk or the
- *          process's file size limit is lost, or truncated, and the next one
- *          joins it then. The SIGXFSZ or SIGPIPE of a failed write, of the
- *          message's too, is discarded.
- * Threads: safe for the log: each line is one appending write(). Stamps may mix,
- *          as for time_string().
+ *          0   it could not; the reason is on standard error
+ * Threads: safe for the log. Stamps may mix, as for time_string().
  */
 ORVANE_API int orvane_trace(const char *format, ...) ORVANE_PRINTF(1, 2);
 
 /*
  * Makes sure that the trace log's directory exists. Called for every trace line.
- *
- * A daemon with umask 0 leaves the directory open to every user. It is better
- * made beforehand, with mode 0755 by root: a package's file, or `cmake --install
- * BUILD --component log-directory`.
  *
  * Returns: 1, always; a directory that cannot be made shows when the log is
  *          opened.
@@ -1003,9 +738,8 @@ ORVANE_API int orvane_logger_env_init(void);
 ORVANE_API int orvane_is_tracing(void);
 
 /*
- * The stamp of a trace line: local time as "YYYY-MM-DD HH:MM:SS.mmm". The minute
- * and the second come from two readings of the clock, so at the turn of a minute
- * the old minute may stand beside the new second.
+ * The stamp of a trace line: local time as "YYYY-MM-DD HH:MM:SS.mmm". At the turn
+ * of a minute the old minute may stand beside the new second.
  *
  * Returns: a static text of 23 characters: not to be freed, nor kept across
  *          another call.
@@ -1016,25 +750,14 @@ ORVANE_API const char *time_string(void);
 /* ---- Event log --------------------------------------------------------- */
 
 /*
- * Appends one event to a log file of the caller's choosing, as
- * "(TAG) Time: YYYY-MM-DD HH:MM:SS<tab><tab>Message: MESSAGE<newline>" in local
- * time, or "(TAG) MESSAGE<newline>" when no stamp can be made. The line is
- * truncated at 1023 bytes and has no newline then. A missing file is made with
- * mode 0640 less the umask.
+ * Appends "(TAG) Time: YYYY-MM-DD HH:MM:SS<tab><tab>Message: MESSAGE<newline>" to
+ * a log file. An event that cannot be written is lost.
  *
- * path:    the log file; NULL is a file that cannot be opened, and so is a FIFO
- *          that nobody reads. Links are followed: the directory is the caller's
- *          choice.
- * message: any bytes.
+ * path:    the log file; NULL is a file that cannot be opened.
+ * message: any bytes; the line is truncated at 1023.
  * tag:     the severity; "II", "WW" and "EE" are in use.
  * enabled: 0 makes the call do nothing at all.
- * Errors:  never reported; an event that cannot be written is lost, or
- *          truncated, as a line of orvane_trace() is. The call waits for nobody:
- *          a FIFO or terminal that takes nothing at the moment loses the event.
- *          The SIGXFSZ or SIGPIPE of a failed write is discarded.
- * Threads: each event is one appending write(), but the stamp comes from
- *          localtime(), whose result it overwrites, so concurrent callers may see
- *          each other's.
+ * Threads: concurrent callers may see each other's stamp.
  */
 ORVANE_API void log_write(const char *path, const char *message, const char *tag, int enabled);
 
@@ -1043,8 +766,7 @@ ORVANE_API void log_write(const char *path, const char *message, const char *tag
 /*
  * Key files are GLib's: groups in brackets, each with key=value lines, in UTF-8.
  * The texts returned here are GLib's and are released with g_free(). Where GLib
- * has no memory it ends the process. Threads: safe on different key files; one
- * key file takes one thread at a time.
+ * has no memory it ends the process. Threads: safe on different key files.
  */
 
 /*
@@ -1054,8 +776,7 @@ ORVANE_API void log_write(const char *path, const char *message, const char *tag
  * path:    the file; NULL is a file that cannot be opened.
  * Returns: new key file   release it with g_key_file_free()
  *          NULL           the file is missing, unreadable, malformed or no regular
- *                         file: a FIFO is not waited for, but a process that has
- *                         a lease on the file is
+ *                         file
  */
 ORVANE_API struct _GKeyFile *key_file_load_from_file(const char *path);
 
@@ -1068,13 +789,10 @@ ORVANE_API struct _GKeyFile *key_file_load_from_file(const char *path);
 ORVANE_API char *key_file_get_value(struct _GKeyFile *kf, const char *group, const char *key);
 
 /*
- * Sets the value of a key, written as it stands, and makes the group and the key
- * where they are missing. The file is not touched until it is saved.
+ * Sets the value of a key, and makes the group and the key where they are
+ * missing. The file is not touched until it is saved.
  *
- * value:   as it shall stand in the file, escapes included: with a newline in it
- *          the saved file may not load again.
- * Errors:  a group or key that GLib does not take as a name sets nothing and
- *          is reported as a GLib critical message.
+ * value:   as it shall stand in the file, escapes included.
  */
 ORVANE_API void key_file_set_value(struct _GKeyFile *kf, const char *group, const char *key,
                                    const char *value);
@@ -1089,15 +807,8 @@ ORVANE_API char *key_file_to_data(struct _GKeyFile *kf, size_t *length);
 
 /*
  * Saves a key file: a new file beside `path` is moved over it, so that `path`
- * holds the old text or the new one and never a part. The new file is the
- * caller's, with mode 0666 less the umask; a symbolic link is replaced by it.
- *
- * Errors:  "Unable to save settings2: " (no text could be made) or "Unable to
- *          save settings3: " (it could not be written) and the reason, as a GLib
- *          warning without a log domain: on standard error unless the program
- *          handles GLib's log. The file is left as it was. A process at its file
- *          size limit gets SIGXFSZ, as from any write, and SIGPIPE where standard
- *          error is a pipe without a reader.
+ * holds the old text or the new one and never a part. A save that fails leaves the
+ * file as it was, and is a GLib warning.
  */
 ORVANE_API void key_file_save_to_file(struct _GKeyFile *kf, const char *path);
 
@@ -1108,24 +819,17 @@ ORVANE_API void key_file_save_to_file(struct _GKeyFile *kf, const char *path);
  * stays, need no memory and cannot fail. Threads: safe on different texts.
  */
 
-/*
- * Lowers the ASCII capitals. Every other byte stays, whatever the locale.
- * s: may be NULL, which does nothing.
- */
+/* Lowers the ASCII capitals, in any locale. s may be NULL, which does nothing. */
 ORVANE_API void toLowerCase(char *s);
 
-/*
- * Deletes every space and newline. Tabs and carriage returns stay.
- * s: may be NULL, which does nothing.
- */
+/* Deletes every space and newline. s may be NULL, which does nothing. */
 ORVANE_API void removeSpaces(char *s);
 
-/* Deletes every space and tab. Newlines stay. s must not be NULL. */
+/* Deletes every space and tab. s must not be NULL. */
 ORVANE_API void removeSpacesTabs(char *s);
 
 /*
- * Deletes every newline, space, "(" and ")".
- * s: may be NULL, which does nothing.
+ * Deletes every newline, space, "(" and ")". s may be NULL, which does nothing.
  */
 ORVANE_API void removeSpecialChar(char *s);
 
@@ -1149,9 +853,7 @@ ORVANE_API void remove_null_chars(void *buf, uint32_t len);
 ORVANE_API int file_stat(const char *path, int mask);
 
 /*
- * Opens /dev/null on whichever of the descriptors 0, 1 and 2 are closed, for the
- * programs that are started afterwards, too. Does nothing when /dev/null is missing
- * or no character device.
+ * Opens /dev/null on whichever of the descriptors 0, 1 and 2 are closed.
  *
  * Threads: changes descriptors of the whole process: for the start of a program.
  */
