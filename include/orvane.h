@@ -92,32 +92,24 @@ enum orvane_result {
  * The identity of the disk that holds the root file system: as a rule its model
  * and serial number, joined by "_".
  *
- * Returns: new text   exactly as the first source that answers gave it
+ * Returns: new text   exactly as the first source that answers gave it; one that
+ *                     begins with "/dev/", and "_", identify no disk
  *          NULL       there is no root device, or no source answers
- * Reads:   root_device() for the device, then in this order harddisk_id(),
- *          harddisk_id_smartctl() and, where is_logical_volume() is not 0,
- *          harddisk_id_lvm(): each entry names its files and tools, and which
- *          of them need root. Queried on every call.
- * Waits:   for the tools of these entries, without a time limit.
- * Writes:  a few lines to the trace log.
- * Errors:  those of root_device() and harddisk_id(), and the tools' messages
- *          on standard error.
+ * Reads:   root_device(), harddisk_id(), harddisk_id_smartctl() and, where
+ *          is_logical_volume() is not 0, harddisk_id_lvm(); most need root.
+ * Waits:   for the tools of these entries.
  * Threads: safe, with the reservations of harddisk_id().
  */
 ORVANE_API char *orvane_get_harddisk_id(void);
 
 /*
- * The block device that holds the root file system, as the mount table or the
+ * The block device that holds the root file system, as /proc/mounts or the
  * kernel command line spells it: often a link, such as /dev/mapper/root.
  *
  * Returns: new text   the path of what was a block device a moment ago
  *          NULL       neither source names one
- * Reads:   /proc/mounts for the first entry at "/" that is not "rootfs"; where
- *          the file cannot be read, has no such entry, or the entry is of no block
- *          device, the first "root=" word of /proc/cmdline.
- * Writes:  at most two lines to the trace log.
  * Errors:  as for command_line_get_root_device_name().
- * Threads: safe; trace stamps may mix, as for time_string().
+ * Threads: safe.
  */
 ORVANE_API char *root_device(void);
 
@@ -127,16 +119,10 @@ ORVANE_API char *root_device(void);
  *
  * filename: the file, of which the first line counts; in use, /proc/cmdline. NULL
  *           is a file that cannot be read, and a pipe is waited for.
- * Returns:  new text, by the word:
- *             "root=UUID=X"    /dev/disk/by-uuid/X
- *             "root=LABEL=X"   /dev/disk/by-label/X with each "/" of X as "\x2f"
- *             "root=X"         X
- *           each up to the value's own first "=", so that "root=PARTUUID=X" gives
- *           "PARTUUID". Paths have at most 4095 bytes.
+ * Returns:  new text   /dev/disk/by-uuid/X, /dev/disk/by-label/X or the value itself
  *           NULL       the file cannot be read or has no such word, or the word
  *                      has no value
- * Errors:   a first line of more than 4095 bytes is no command line and ends the
- *           process: one line on standard error, then abort().
+ * Errors:   a first line of more than 4095 bytes ends the process by abort().
  * Threads:  safe.
  */
 ORVANE_API char *command_line_get_root_device_name(const char *filename);
@@ -144,97 +130,50 @@ ORVANE_API char *command_line_get_root_device_name(const char *filename);
 /*
  * The identity of a disk as the kernel reports it.
  *
- * dev_name: a block device: a disk, a partition, a link to one, or a mapped
- *           device by its name under /dev/mapper. NULL is a name that cannot be
- *           resolved.
- * Returns:  new text, by the device:
- *             ATA      "MODEL_SERIAL" of the graphic characters alone; one of the
- *                      two, or both, may be empty
- *             NVMe     "MODEL_SERIAL" without what is not graphic at the ends of
- *                      each, and with one "-" for each run of that inside
- *             mapped on one device alone
- *                      that device's node, such as "/dev/sda", where it is a whole
- *                      disk; otherwise as for that device where it is NVMe
- *             any other mapped device
- *                      as for an ATA disk; so is one that is given by another
- *                      name: its own node, /dev/dm-N, or a link such as
- *                      /dev/GROUP/VOLUME
- *           NULL       the name does not resolve to a block device, or nothing
- *                      answers
- * Reads:    for ATA the HDIO_GET_IDENTITY request on the node itself (root); for
- *           NVMe /sys/block/DISK/device/model and .../serial, DISK being the
- *           first name in /sys/block that begins the device's; for mapped devices
- *           /usr/sbin/dmsetup deps -o devname DEVICE (root), run without a shell
- *           and with an empty environment; where that names no block device
- *           /usr/bin/lsblk -Jp -o name,serial,model, whose answer counts where a
- *           file of that name is a whole disk or the name begins with "nvme"; and
- *           libblkid, which opens the device (root), for whether it is a whole
- *           disk. The answer of lsblk is opened as a path, too, as a rule one in
- *           the working directory: let that be one that strangers cannot write.
- * Waits:    for dmsetup and lsblk, without a time limit.
- * Writes:   lines to the trace log.
- * Errors:   "execve: " and the system's reason on standard error where dmsetup is
- *           there and cannot be run.
- * Threads:  safe. When dmsetup has ended, a child of the process that has ended is
- *           taken without waiting: dmsetup, or in its place one that ended before
- *           and is the calling thread's, those of ended threads that it inherited
- *           included; one of another thread only where somebody else has taken
- *           dmsetup. Who waits for a child by its id may then find none (ECHILD),
- *           and finds dmsetup by waiting for any. Trace stamps may mix, as for
- *           time_string(). Which characters are graphic is the locale's choice.
+ * dev_name: a disk, a partition, a link to one, or a mapped device by its name
+ *           under /dev/mapper. NULL is a name that cannot be resolved.
+ * Returns:  new text   "MODEL_SERIAL", of which one or both may be empty; of what
+ *                      is mapped on a whole disk the disk's node
+ *           NULL       no block device, or nothing answers
+ * Reads:    the node (root), sysfs for NVMe, dmsetup (root) and lsblk for mappings.
+ * Waits:    for dmsetup and lsblk.
+ * Threads:  safe, but a child of the process that has ended may be taken.
  */
 ORVANE_API char *harddisk_id(const char *dev_name);
 
 /*
- * The identity of a disk as smartctl reports it.
+ * The identity of a disk as smartctl -i reports it (root).
  *
  * device:  a block device or a link to one; NULL is a name that cannot be
  *          resolved.
- * Returns: new text   "MODEL_SERIAL" without spaces and newlines, each part
- *                     truncated at 510 bytes, its spaces included
- *          NULL       /usr/sbin/smartctl is not readable and executable or cannot
- *                     be started, the name does not resolve to a block device, the
- *                     report cannot be read to the end, or it lacks one of the two
- * Reads:   /usr/sbin/smartctl -i DEVICE (root), DEVICE being the resolved
- *          path, truncated with the command line at 255 bytes. The last field
- *          of the last line about a model, and about a serial number, is
- *          taken.
- * Waits:   for smartctl, without a time limit.
- * Writes:  nothing, but for a line to the trace log about a device that cannot be
- *          examined.
- * Threads: safe; trace stamps may mix, as for time_string().
+ * Returns: new text   "MODEL_SERIAL" without spaces and newlines
+ *          NULL       there is no smartctl or no block device, or the report lacks
+ *                     one of the two
+ * Waits:   for smartctl.
+ * Threads: safe.
  */
 ORVANE_API char *harddisk_id_smartctl(const char *device);
 
 /*
- * The start of a disk's model.
+ * The start of a disk's model, which identifies no disk.
  *
  * name:    the disk's name in /sys/block, such as "nvme0n1"; NULL gives NULL.
- * Returns: new text   at most three bytes in a block of 1024, the newline among
- *                     them of a model that is shorter; empty when there is no such
- *                     disk or its model cannot be read
+ * Returns: new text   at most three bytes in a block of 1024; empty when there is
+ *                     no such disk or its model cannot be read
  *          NULL       the command cannot be started
- * Reads:   cat /sys/block/NAME/device/model.
- * Waits:   for cat, without a time limit.
- * Writes:  one line to the trace log.
- * Threads: safe; trace stamps may mix, as for time_string().
+ * Waits:   for cat.
+ * Threads: safe.
  */
 ORVANE_API char *harddisk_id_nvme_new(const char *name);
 
 /*
- * Whether a device is to be treated as a logical volume.
+ * Whether a device is to be treated as a logical volume, by the type that
+ * /bin/lsblk prints for it.
  *
  * dev_name: the device; NULL is none.
- * Returns:  0       the first line that lsblk prints sorts after "lvm" in its
- *                   first three bytes, as "part", "raid1" and "rom" do; or
- *                   /bin/lsblk is not readable and executable or cannot be
- *                   started; or NULL was given
- *           not 0   anything else: "lvm", but also "crypt", "disk" or no line at
- *                   all
- * Reads:    /bin/lsblk -n -o "TYPE" DEVICE, truncated at 255 bytes. A name that
- *           begins with "-" is passed with "./" before it.
- * Waits:    for lsblk, without a time limit.
- * Writes:   nothing.
+ * Returns:  0       the type sorts after "lvm", as "part" does; no lsblk; or NULL
+ *           not 0   anything else: "lvm", but also "crypt", "disk" or no type
+ * Waits:    for lsblk.
  * Threads:  safe.
  */
 ORVANE_API ORVANE_VERDICT int is_logical_volume(const char *dev_name);
@@ -242,54 +181,39 @@ ORVANE_API ORVANE_VERDICT int is_logical_volume(const char *dev_name);
 /*
  * The identity of the disk under a logical volume, as harddisk_id_smartctl()
  * reports it. Meant for machines with one physical volume: the last one that
- * pvdisplay prints is queried, if at least one in the volume's group, or in a
- * group whose name begins with that group's, is among them.
+ * pvdisplay prints is queried, in whatever group it is.
  *
  * dev_name: a logical volume's block device or a link to it; NULL is a name that
  *           cannot be resolved.
  * Returns:  new text   what harddisk_id_smartctl() gives
- *           NULL       a tool is missing, reports no such volume or cannot be read
- *                      to its end, or smartctl has no answer
- * Reads:    /sbin/lvdisplay DEVICE, truncated at 255 bytes, for the volume group,
- *           then /sbin/pvdisplay (both root). A name that begins with "-" is
- *           passed with "./" before it. A physical volume named like
- *           sda3_crypt stands for the first of the name's parts, without those
- *           that hold "crypt", that is a block device in /dev, and for itself
- *           where none is.
- * Waits:    for lvdisplay, pvdisplay and smartctl, without a time limit.
- * Writes:   nothing, but for lines to the trace log about devices that cannot be
- *           examined.
- * Threads:  safe; trace stamps may mix, as for time_string().
+ *           NULL       a tool is missing or reports no such volume, or smartctl has
+ *                      no answer
+ * Waits:    for lvdisplay, pvdisplay and smartctl (all root).
+ * Threads:  safe.
  */
 ORVANE_API char *harddisk_id_lvm(const char *dev_name);
 
 /*
- * What "lsblk -J" prints, for find_root_disk().
+ * What "lsblk -J" prints, for find_root_disk(). From util-linux 2.37 on that needs
+ * another listing: see there.
  *
- * Returns: new text   empty when the command is missing or prints nothing; the
- *                     lines before it where reading fails
+ * Returns: new text   empty when the command is missing or prints nothing
  *          NULL       the shell cannot be started
- * Reads:   lsblk -J, which the shell finds by PATH.
- * Waits:   for lsblk, without a time limit.
- * Errors:  "Failed to run lsblk" with the system's reason on standard error when
- *          the shell cannot be started. A listing of more than 4095 bytes ends the
- *          process: one line on standard error, then abort().
+ * Waits:   for lsblk.
+ * Errors:  a listing of more than 4095 bytes ends the process by abort().
  * Threads: safe.
  */
 ORVANE_API char *get_lsblk_output(void);
 
 /*
  * The name, without "/dev/", of the disk that has the root file system on one of
- * its partitions, out of a listing by lsblk. A logical volume's disk is not
- * found, nor is a root file system on a disk without partitions.
+ * its partitions. The disk of a logical volume is not found.
  *
- * json:    the listing, with a "mountpoint" for each device, as lsblk -J printed
- *          it before util-linux 2.37; from then on name the columns, as in
- *          lsblk -J -o NAME,MOUNTPOINT. NULL is a text that cannot be read.
+ * json:    what lsblk -J -o NAME,MOUNTPOINT printed, or before util-linux 2.37
+ *          lsblk -J. NULL is a text that cannot be read.
  * Returns: new text   the name
  *          NULL       the listing cannot be read, or has no such disk
- * Errors:  "JSON parse error: " and the text from the error onward, or "Invalid
- *          JSON structure: blockdevices is not an array", on standard error.
+ * Errors:  one line on standard error about a text that is no such listing.
  * Threads: safe; where two of them fail at once, one may print no parse error.
  */
 ORVANE_API char *find_root_disk(const char *json);
@@ -298,21 +222,12 @@ ORVANE_API char *find_root_disk(const char *json);
 
 /*
  * The SMBIOS system UUID of this machine, with its case as the firmware wrote
- * it. Placeholders that many machines share are refused.
+ * it. Four placeholders that many machines share are refused.
  *
  * Returns: new text   the UUID; empty where the kernel file's first line is
  *          NULL       neither source knows the UUID
- * Reads:   /sys/devices/virtual/dmi/id/product_uuid (root), then
- *          /usr/sbin/dmidecode -s system-uuid (root). The first line of the
- *          file, and the first of the tool's that has the form of a UUID in
- *          it; at most 1023 bytes.
- * Refuses: 12345678-1234-5678-90ab-cddeefaabbcc,
- *          03000200-0400-0500-0006-000700080009,
- *          fefefefe-fefe-fefe-fefe-fefefefefefe and
- *          ffffffff-ffff-ffff-ffff-ffffffffffff, in any case of letters. A
- *          placeholder in the file makes the query fall back to the tool.
- * Waits:   for dmidecode, where it is queried, without a time limit.
- * Writes:  nothing.
+ * Reads:   /sys/devices/virtual/dmi/id/product_uuid, then dmidecode (both root).
+ * Waits:   for dmidecode, where it is queried.
  * Threads: safe.
  */
 ORVANE_API char *orvane_get_system_uuid(void);
@@ -323,37 +238,17 @@ ORVANE_API char *orvane_get_system_uuid(void);
 ORVANE_API char *system_uuid(void);
 
 /*
- * The network identity of this machine: the greatest permanent (factory) MAC
- * address among its wired Ethernet interfaces, in byte order of the texts, which
- * stays when the configured address changes. No root is needed.
+ * The greatest permanent (factory) MAC address among the wired Ethernet
+ * interfaces of this machine and the slaves of its bonds. No root is needed.
  *
- * Returns: new text   17 lower-case characters such as "00:1a:2b:3c:4d:5e", or,
- *                     where it comes from a bonding report, the word found there,
- *                     lowered. "00:00:00:00:00:00" means that no driver knows a
- *                     permanent address: it identifies no machine
+ * Returns: new text   17 lower-case characters such as "00:1a:2b:3c:4d:5e", or a
+ *                     bonding report's word; "00:00:00:00:00:00", which identifies
+ *                     no machine, where no driver knows a permanent address
  *          NULL       no interface qualifies, or they cannot be listed
- * Reads:   getifaddrs() for the interfaces, once for each address of the families
- *          AF_PACKET, AF_INET and AF_INET6, in the kernel's order; those whose
- *          names begin with "eth", "en" or "em" count. For each then, where
- *          /sys/bus/usb/devices/ can be opened, readlink -f -z on
- *          '/sys/class/net/NAME/device' for whether it sits on the USB bus; and
- *          the requests SIOCGIFHWADDR and SIOCETHTOOL (ETHTOOL_GPERMADDR). Behind
- *          them the slaves in the files of /proc/net/bonding/, by their "Slave
- *          Interface:" and "Permanent HW addr:", which is the address that the
- *          card had when it joined the bond.
- *          The walk ends, and what follows does not count, at the first interface
- *          that has no current hardware address, that sits on the USB bus (the
- *          last component of its device's path begins one of the names in that
- *          directory) or, where the directory is there, whose device cannot be
- *          determined: no device is behind it, or there is no readlink in PATH.
- *          This is on purpose. Bonding slaves count all the same, whatever their
- *          names.
- * Waits:   for readlink, without a time limit.
- * Writes:  a few lines for each address of an interface that counts, to the trace
- *          log.
- * Errors:  where memory or descriptors run out, interfaces may be missing, or
- *          count with their current address for want of the permanent one.
- * Threads: safe; trace stamps may mix, as for time_string().
+ * Reads:   the interfaces named eth..., en... and em..., up to the first that is
+ *          on the USB bus, has no device or has no address.
+ * Waits:   for readlink.
+ * Threads: safe.
  */
 ORVANE_API char *orvane_get_network_interface_max_mac(void);
 
@@ -369,13 +264,8 @@ ORVANE_API char *network_interface_get_max_mac(void);
  * Returns: new text   as the source gave it, blanks and fillers included, and
  *                     empty where the file's first line or the tool's word is
  *          NULL       no source answers
- * Reads:   the first line of /sys/class/dmi/id/sys_vendor; when that gives
- *          nothing, the second word of the first line with "Family", in any
- *          case, that dmidecode prints for the System Information (root). The
- *          family, not the manufacturer, stands in on purpose. At most 1023
- *          bytes. Case is compared in the environment's locale.
- * Waits:   for dmidecode, where it is queried, without a time limit.
- * Writes:  nothing.
+ * Reads:   /sys/class/dmi/id/sys_vendor, then a word of dmidecode's "Family" (root).
+ * Waits:   for dmidecode, where it is queried.
  * Threads: safe.
  */
 ORVANE_API char *orvane_get_vendor(void);
@@ -383,15 +273,10 @@ ORVANE_API char *orvane_get_vendor(void);
 /*
  * The model of this machine: its SKU number.
  *
- * Returns: new text   as the source gave it, and empty where the file's first
- *                     line or the tool's word is
- *          NULL       no source answers
- * Reads:   the first line of /sys/class/dmi/id/product_sku; when that gives
- *          nothing, the second word of the first line with "Version", in any
- *          case, as for orvane_get_vendor(), that dmidecode prints for the
- *          System Information (root). At most 1023 bytes.
- * Waits:   for dmidecode, where it is queried, without a time limit.
- * Writes:  nothing.
+ * Returns: as for orvane_get_vendor().
+ * Reads:   /sys/class/dmi/id/product_sku, then a word of dmidecode's "Version"
+ *          (root).
+ * Waits:   for dmidecode, where it is queried.
  * Threads: safe.
  */
 ORVANE_API char *orvane_get_model(void);
@@ -402,13 +287,8 @@ ORVANE_API char *orvane_get_model(void);
  *
  * Returns: new text   the three; empty when one of them gives nothing
  *          NULL       /proc/bootdevice/product_name or /proc/bootdevice/cid cannot
- *                     be read by the real user, or dmidecode cannot be read and
- *                     executed
- * Reads:   dmidecode -t 1 (root) for the first line with "Serial Number", in any
- *          case, as for orvane_get_vendor(), then the two files; the first line
- *          of each, at most 127 bytes.
- * Waits:   for dmidecode, without a time limit.
- * Writes:  nothing.
+ *                     be read, or there is no dmidecode
+ * Waits:   for dmidecode (root).
  * Threads: safe.
  */
 ORVANE_API char *hw_oem_info(void);
@@ -427,18 +307,14 @@ ORVANE_API char *get_machine_info_from_sysfs(const char *path);
 
 /*
  * The first line that a shell command prints, without its line end. The command
- * runs only where dmidecode is installed: the reader is meant for dmidecode
- * pipelines.
+ * runs only where dmidecode is installed.
  *
  * command: a command line for /bin/sh, run as it stands: never pass text that
  *          you do not trust. NULL is a command that cannot be run.
  * Returns: new text   at most 1023 bytes, ended by the first CR, LF or NUL
- *          NULL       /usr/sbin/dmidecode is not readable and executable (nothing
- *                     is run then), or the command cannot be started or prints
- *                     nothing
- * Waits:   for the command, without a time limit. What it prints behind the first
- *          line is not read: it gets SIGPIPE or, where the caller ignores that,
- *          EPIPE, and must end by itself.
+ *          NULL       there is no /usr/sbin/dmidecode, or the command cannot be
+ *                     started or prints nothing
+ * Waits:   for the command.
  * Threads: safe.
  */
 ORVANE_API char *get_machine_info_from_dmidecode(const char *command);
@@ -460,29 +336,8 @@ ORVANE_API char *get_service_tag_from_dmidecode(const char *command);
  *    3 TYPE_TONGFANG    8 TYPE_KUNTAI     -1 none
  *    4 TYPE_BAIXIN      9 TYPE_ZIGUANG
  *
- * These numbers never change. machineTypeToString() gives the names, and
- * "TYPE_UNKNOWN" for none.
- *
- * It is found in two steps: the manufacturer's name is compared with the patterns
- * of a key file, and the pattern that matched is looked up in manufacturerType.
- *
- * Example, which uses both of the library's own sets and needs GLib to release
- * them:
- *
- *    #include <glib.h>
- *
- *    int class_of_this_machine(void)
- *    {
- *        GKeyFile *exact = generate_machine_whitelist();
- *        GKeyFile *folded = generate_machine_whitelist_ignore_case();
- *        int type = maching_machine_type(exact, false);
- *
- *        if (type == -1)
- *            type = maching_machine_type(folded, true);
- *        g_key_file_free(exact);
- *        g_key_file_free(folded);
- *        return type;
- *    }
+ * These numbers never change. maching_machine_type(3) has the identifications of
+ * each, and a program that prints the class of its machine.
  */
 
 /* A name by which a manufacturer is known, and the machine type it stands for. */
@@ -493,48 +348,23 @@ struct orvane_manufacturer_type {
 
 /*
  * Every known name, in the order in which they are looked up: static and constant.
- * The linker copies it into programs that use it (a copy relocation), in the size
- * that this header gives: entries are neither added, removed nor moved within
- * liborvane.so.1. Threads: safe.
+ * Programs that use it have a copy of this size (a copy relocation), so entries are
+ * neither added, removed nor moved within liborvane.so.1. Threads: safe.
  */
 ORVANE_API extern const struct orvane_manufacturer_type manufacturerType[24];
 
 /*
- * The class of this machine's manufacturer by a set of patterns.
+ * The class of this machine's manufacturer by the first pattern that its name
+ * begins with.
  *
- * The manufacturer is compared with the patterns of the group
- * "manufacturer_patterns", key by key and in the order of the file, as
- * maching_machine_type_with_dmidecode() does; the first that matches decides.
- *
- * key_file:    each key, whatever its name, has one pattern as its value, or several
- *              that "|" joins and that are tried from left to right. They are taken
- *              as they are written, blanks around "|" included. An empty value is
- *              passed over; but a pattern that is empty beside others, or that is
- *              empty once its blanks are taken out, matches everything. NULL gives
- *              -1. Not changed.
- * ignore_case: takes spaces and newlines out of the manufacturer and of each
- *              pattern, and lowers the ASCII capitals of both, before they are
- *              compared.
- * Returns:     0 to 12   findTypeEnum() of the pattern that matched, as it was
- *                        compared. With ignore_case only 0, 1, 2, 7, 8 and 10 can
- *                        be had, since the others' entries have capitals
- *              -1        the pattern that matched begins no entry: "Huawei" is
- *                        among the patterns to compare with ignore_case, and no
- *                        entry of manufacturerType begins with "huawei". Or no
- *                        pattern matches, there is no such group, or no
- *                        manufacturer is reported
- * Reads:       get_machine_info_simulate(); where that gives NULL, through
- *              get_machine_info_from_dmidecode() the first line, at most 1023
- *              bytes of it, of /usr/sbin/dmidecode -s system-manufacturer (root),
- *              which may be empty; where nothing is printed, what follows the
- *              first ": ", up to the next, on the first line with "Manufacturer",
- *              in any case, of dmidecode -t 1 (root). Queried on every call.
- * Waits:       for dmidecode, without a time limit.
- * Writes:      one line to the trace log when a pattern beside others matches, or
- *              when the group has no keys.
- * Errors:      where GLib has no memory it ends the process.
- * Threads:     safe on different key files; trace stamps may mix, as for
- *              time_string().
+ * key_file:    patterns, joined by "|", as the values of its group
+ *              "manufacturer_patterns". NULL gives -1. Not changed.
+ * ignore_case: compares without spaces, newlines and ASCII capitals.
+ * Returns:     findTypeEnum() of the pattern, or -1: no pattern matches, or no
+ *              manufacturer is reported
+ * Reads:       get_machine_info_simulate(), then dmidecode (root).
+ * Waits:       for dmidecode.
+ * Threads:     safe on different key files.
  */
 ORVANE_API ORVANE_VERDICT int maching_machine_type(struct _GKeyFile *key_file, bool ignore_case);
 
@@ -550,8 +380,7 @@ ORVANE_API ORVANE_VERDICT bool maching_machine_type_with_dmidecode(const char *m
 
 /*
  * The machine type of the first entry of manufacturerType whose identification
- * begins with a name, byte for byte. The start of a name finds its entry too:
- * "Great" is of type 1, and the empty name of type 0.
+ * begins with a name, byte for byte: "Great" is of type 1, and "" of type 0.
  *
  * name:    NULL is a name that is not known.
  * Returns: 0 to 12   the machine type
@@ -574,7 +403,6 @@ ORVANE_API const char *machineTypeToString(int type);
  * to compare exactly, and those that it is to compare with ignore_case.
  *
  * Returns: new key file, release with g_key_file_free().
- * Errors:  where GLib has no memory it ends the process.
  * Threads: safe.
  */
 ORVANE_API struct _GKeyFile *generate_machine_whitelist(void);
@@ -583,8 +411,7 @@ ORVANE_API struct _GKeyFile *generate_machine_whitelist_ignore_case(void);
 /*
  * The manufacturer that maching_machine_type() is to use in place of the
  * firmware's. A program that defines this function makes the machine another; the
- * text that it returns stays its own and may be static: the library copies it and
- * does not free it.
+ * text that it returns stays its own and may be static.
  *
  * Returns: NULL, always: the firmware is queried.
  * Threads: safe.
@@ -597,10 +424,7 @@ ORVANE_API char *get_machine_info_simulate(void);
  * Returns: 1   its manufacturer begins with "KaiTian" or "LENOVO", in this case of
  *              letters
  *          0   it does not, or no manufacturer is reported
- * Reads:   the two sources of maching_machine_type() in dmidecode (root), the
- *          second where the first does not name one.
- * Waits:   for dmidecode, without a time limit.
- * Writes:  nothing.
+ * Waits:   for dmidecode (root).
  * Threads: safe.
  */
 ORVANE_API ORVANE_VERDICT int is_lenovo_machine(void);
@@ -608,11 +432,8 @@ ORVANE_API ORVANE_VERDICT int is_lenovo_machine(void);
 /*
  * Whether the processor is a Kirin 990, 9006C or 9A0.
  *
- * Returns: 1   a line of the file that begins with "Hardware" names one of them,
- *              whatever the case of its letters and its spaces and tabs
+ * Returns: 1   a line of /proc/cpuinfo that begins with "Hardware" names one
  *          0   none does, or the file cannot be read
- * Reads:   /proc/cpuinfo, in lines of at most 1023 bytes.
- * Writes:  nothing.
  * Threads: safe.
  */
 ORVANE_API ORVANE_VERDICT int is_huawei_9x0(void);
@@ -620,24 +441,14 @@ ORVANE_API ORVANE_VERDICT int is_huawei_9x0(void);
 /* ---- Digests ----------------------------------------------------------- */
 
 /*
- * Whether a file's content has an expected SHA-256, SHA-1 or MD5 digest.
+ * Whether a file's content has an expected SHA-256, SHA-1 or MD5 digest. MD5 and
+ * SHA-1 detect an accident, not an attack.
  *
- * path:     the file, read once to its end; NULL is a file that cannot be
- *           opened.
+ * path:     NULL is a file that cannot be opened.
  * expected: 64, 40 or 32 lower-case hexadecimal digits; what stands behind them
- *           does not count. NULL is never equal, and the file is not opened.
- * Returns:  1   the digest is the expected one
- *           0   every other case alike: it differs, `expected` is shorter or has a
- *               capital, the file cannot be opened or read to its end, as a
- *               directory cannot, or libcrypto fails
- * Reads:    the file; the digest is OpenSSL libcrypto's. A read that a signal
- *           handler interrupts counts as failed.
- * Waits:    for a pipe or device, as long as that has more to come, and for a
- *           process that has a lease on the file. A sparse file may be longer than
- *           any disk.
+ *           does not count. NULL is never equal.
+ * Returns:  1 if the digest is the expected one, 0 in every other case.
  * Threads:  safe.
- *
- * MD5 and SHA-1 detect an accident, not an attack.
  */
 ORVANE_API ORVANE_VERDICT int file_check_sha256(const char *path, const char *expected);
 ORVANE_API ORVANE_VERDICT int file_check_sha1(const char *path, const char *expected);
@@ -647,49 +458,25 @@ ORVANE_API ORVANE_VERDICT int file_check_md5(const char *path, const char *expec
 
 /*
  * Whether a text carries a valid RSA signature (PKCS #1 v1.5 with SHA-256)
- * under the key of this system.
+ * under the key of this system, /etc/orvane/public.pem.
  *
  * message:   the text that was signed, up to its terminator.
- * signature: the signature in base64, as for base64_decode_clean().
- * Returns:   true    the signature is valid
- *            false   every other case, NULL included
- * Reads:     /etc/orvane/public.pem, as load_public_key() does, on every call:
- *            another key there counts from the next call on. OpenSSL libcrypto
- *            does the rest; the thread's queue of OpenSSL errors is left as it
- *            was.
- * Writes:    the line of base64_decode_clean() to standard output.
- * Errors:    one line on standard error:
- *              "Invalid parameters: message or signature is NULL"
- *              "Failed to decode base64 si11gnature", also for a signature that
- *                decodes to nothing
- *              "Failed to compute SHA256 hash of message"
- *              "Failed to load public key", behind load_public_key()'s own
- *            A signature that does not match is no error.
+ * signature: in base64, as for base64_decode_clean(), which prints it.
+ * Returns:   true if it is valid; false in every other case, NULL included, with
+ *            the reason on standard error unless it is the signature itself.
  * Threads:   safe.
  */
 ORVANE_API ORVANE_VERDICT bool verify_signature(const char *message, const char *signature);
 
 /*
- * Decodes base64 that may be broken into lines: line feeds, carriage returns
- * and spaces are left out, and nothing else is, tabs not either. What is then
- * no base64 on one line decodes as OpenSSL 3.0 decodes it, with every release of
- * libcrypto: to nothing as a rule, but stray characters at the ends may do no
- * harm (docs/limits.md).
+ * Decodes base64 that may be broken into lines, and prints the text without line
+ * feeds, carriage returns and spaces on standard output.
  *
  * text:    the base64 text; NULL gives NULL.
  * size:    where to store the number of bytes; NULL gives NULL.
  * Returns: new block   of `*size` bytes, more than 0; release it with free()
- *          NULL        with 0 in `*size`: the text decodes to nothing; with less
- *                      than 0: there was no memory for the decoder
- *          NULL        with `*size` as it was: there was no memory for the text or
- *                      the bytes, or the text has more characters than an int
- *                      counts
- * Reads:   the text alone; plain base64 is decoded by the base64 filter of
- *          OpenSSL libcrypto.
- * Writes:  "Cleaned Base64 (N chars): TEXT" with the text that is left to
- *          standard output, unless `text` or `size` is NULL or there is no
- *          memory for the text. A standard output that is a pipe without a
- *          reader raises SIGPIPE.
+ *          NULL        it decodes to nothing, with 0 in `*size`; or there is no
+ *                      memory, or more text than an int counts
  * Threads: safe.
  */
 ORVANE_API ORVANE_VERDICT unsigned char *base64_decode_clean(const char *text, int *size);
@@ -697,19 +484,10 @@ ORVANE_API ORVANE_VERDICT unsigned char *base64_decode_clean(const char *text, i
 /*
  * Loads an RSA public key in the PKCS #1 form of PEM ("BEGIN RSA PUBLIC KEY").
  *
- * path:    the file, whose first block of that form counts; a broken block ends
- *          the search. NULL is a file that cannot be opened, and a pipe is
- *          waited for.
+ * path:    the file; NULL is a file that cannot be opened, and a pipe is waited
+ *          for.
  * Returns: new key (RSA)   release it with OpenSSL's RSA_free()
- *          NULL            there is none
- * Reads:   the file. For a block marked as encrypted, which no public key needs
- *          to be, OpenSSL prompts for a password on the terminal, or where
- *          there is none on standard error and from standard input, with signal
- *          handlers of its own meanwhile and for one thread at a time.
- * Errors:  on standard error, one line each: "Error opening public key file:
- *          PATH" and "Error reading public key from file: PATH"; the latter
- *          also for the form that `openssl rsa -pubout` writes ("BEGIN PUBLIC
- *          KEY"). The thread's queue of OpenSSL errors is left as it was.
+ *          NULL            there is none; the reason is on standard error
  * Threads: safe.
  */
 ORVANE_API struct rsa_st *load_public_key(const char *path);
@@ -719,9 +497,7 @@ ORVANE_API struct rsa_st *load_public_key(const char *path);
  *
  * text:    NULL gives false.
  * digest:  where to store 32 bytes; NULL gives false.
- * Returns: true    the digest was stored
- *          false   it was not
- * Reads:   the text alone; the digest is OpenSSL libcrypto's.
+ * Returns: whether the digest was stored.
  * Threads: safe.
  */
 ORVANE_API ORVANE_VERDICT bool compute_sha256(const char *text, unsigned char *digest);
@@ -730,159 +506,34 @@ ORVANE_API ORVANE_VERDICT bool compute_sha256(const char *text, unsigned char *d
 
 /*
  * These two work with the one signing key whose public half the library was
- * built with, and put that into the calling user's GnuPG key store (GNUPGHOME,
- * or .gnupg in HOME) each time.
- *
- * Process: they run gpg through GPGME, with the caller's environment and the
- *          user's gpg.conf. GPGME finds gpgconf and gpg by PATH, so both are
- *          refused to a program that has rights which its user does not have
- *          (set-user-ID, set-group-ID, file capabilities):
- *          ORVANE_GPG_NO_CONTEXT, nothing run or changed. /dev/null stands in
- *          for standard descriptors that are closed. gpg may start its agent,
- *          which stays. Children of gpg's are left to the system's first
- *          process, or to a caller that took its place. With GPGME 1.24 and later
- *          gpg_verify() runs gpg a second time for a file that gpg does not take
- *          for a signed one.
- * Waiting: there is no time limit, but a gpg that ends ends the call. gpg waits
- *          for the locks of the key store, and prompts the user, on the caller's
- *          terminal if there is one, for the passphrase of a file that is
- *          encrypted. It reads compressed content to its end, however long that
- *          is, and checks every signature, which takes about a millisecond and
- *          600 bytes of the caller's memory each: a file of 17 KB can hold
- *          20,000. Files from strangers are for a child process that the caller
- *          can end.
- * Descriptors: GPGME's pipes to gpg, up to eight ends, are without close-on-exec
- *          until gpg has started. A program that another thread starts in that
- *          moment gets them, and the call lasts until it ends or closes them.
- *          Where descriptors run out, GPGME leaves some of them open.
- * Changes: the locale of the whole process becomes the environment's and stays
- *          so. It changes later answers: which characters of a model or serial
- *          number are graphic is the locale's choice. A caller that stores
- *          identities puts its own locale back with setlocale(LC_ALL, ...).
- *          While a call lasts, SIGPIPE is ignored where its action is the
- *          default one, and for good in programs that are started meanwhile.
- * Threads: for one thread at a time, and none beside it that depends on the
- *          locale.
- *
- * Example, settings that only the owner of the key can have written:
- *
- *    int print_signed_settings(const char *path)
- *    {
- *        char *content = NULL;
- *        unsigned int length = 0;
- *        int code = gpg_verify(path, &content, &length);
- *
- *        if (code != ORVANE_OK)
- *            fprintf(stderr, "%s: not signed as it should be: %d\n", path, code);
- *        else if (content == NULL)
- *            fprintf(stderr, "%s: more than 4096 bytes, or no memory\n", path);
- *        else
- *            fwrite(content, 1, length, stdout);
- *        code = content != NULL ? 0 : -1;
- *        free(content);
- *        return code;
- *    }
- *
- * and a text that only the owner of the key can read:
- *
- *    int print_encrypted(const char *text)
- *    {
- *        char *message = NULL;
- *        int code = gpg_encrypt(text, &message, NULL);
- *
- *        if (code == ORVANE_OK && message != NULL)
- *            fputs(message, stdout);
- *        else
- *            fprintf(stderr, "not encrypted: %d\n", code);
- *        code = message != NULL ? 0 : -1;
- *        free(message);
- *        return code;
- *    }
+ * built with. They run gpg, in the calling user's key store, without a time limit,
+ * and leave the environment's locale for the whole process. Threads: for one
+ * thread at a time, and none beside it that depends on the locale.
  */
 
 /*
- * Verifies a file that carries its content and its signatures, whole (gpg
- * --sign) or clear-signed, and returns the content. An encrypted file that the
- * user's own keys open is verified as what is in it.
+ * Verifies a file that carries its content and its signatures, and returns the
+ * content: this alone is vouched for, and not the file.
  *
- * Only the content that is returned is vouched for, and not the file: text
- * before, after and between signed parts passes with ORVANE_OK, and of several
- * parts gpg reads the first, its content and its signatures, alone. Of content
- * of more than 4096 bytes nothing is returned. With GPGME before 1.24 gpg lists
- * a public key that stands beside the signed part within the content, and who
- * made the key chose its user IDs (docs/limits.md).
- *
- * path:    the file, a regular one, which is read into memory; of its content at
- *          most 4096 bytes are, compressed or not. A FIFO is not opened. NULL is
- *          a file that cannot be read.
- * content: where to store the content, a new block to release with free():
- *          `*length` bytes and no terminator. With NULL it is not stored.
- * length:  where to store how many bytes the content has; may be NULL.
- * Returns: the first of these that applies, and nothing stored but with
- *          ORVANE_OK. Names without their "ORVANE_GPG_":
- *          NO_CONTEXT         no memory for GPGME, or a set-user-ID program
- *          FILE_UNREADABLE    missing, not permitted, larger than memory; a
- *                             directory, a FIFO, a socket, a terminal
- *          NO_OUTPUT          no memory
- *          VERIFY_FAILED      gpg is missing; memory or descriptors ran out; the
- *                             file is not OpenPGP, empty, damaged or truncated
- *          NO_SIGNATURE       not signed, or encrypted so that the user cannot
- *                             open it; truncated early; gpg ended before it read
- *                             the file, as where there is no key store and none
- *                             can be made in HOME
- *          Of the first signature, unless it is good:
- *          KEY_MISSING        the key store does not have its key: another
- *                             signer's, or the built-in one where the store of
- *                             GNUPGHOME is missing, damaged or not writable, or
- *                             gpg's clock is before the key's creation
- *          SIGNATURE_RED      it does not match the content: an altered file, or
- *                             a detached signature, which has none
- *          SIGNATURE_BAD      as SIGNATURE_RED, where GPGME does not rate it
- *          SIGNATURE_INVALID  it expired, or its key expired or was revoked; it
- *                             is of the future; its digest is one that gpg
- *                             rejects (MD5)
- *          Of all signatures:
- *          OTHER_SIGNER       one is by another key, known to the store or not
- *          ORVANE_OK          the first is good and all are the built-in key's
- *          Whether the key store trusts the key does not matter to a good
- *          signature; where it trusts the key fully, one that expired is good.
- * Errors:  ORVANE_OK and NULL in `*content` where the content is not returned,
- *          so look at it. `*length` is then untouched for content of more than
- *          4096 bytes, or of a size that GPGME does not report; the size where
- *          there is no memory or reading fails; 0 where the content ends early,
- *          or where GPGME 1.24 and later withhold it because gpg decrypted the
- *          file and does not vouch for it.
- * Reads:   the file, with the caller's rights; the key store, by gpg.
+ * path:    the file, a regular one; NULL is a file that cannot be read.
+ * content: where to store a new block to release with free(), of `*length` bytes
+ *          and no terminator. With NULL neither is stored. length may be NULL.
+ * Returns: ORVANE_OK if the first signature is good and all are the built-in
+ *          key's, but with NULL in `*content` where it is not returned, as for
+ *          more than 4096 bytes; otherwise the reason, and nothing is stored.
  */
 ORVANE_API ORVANE_VERDICT int gpg_verify(const char *path, char **content, unsigned int *length);
 
 /*
- * Encrypts a text to the built-in key.
+ * Encrypts a text to the built-in key. Each call keeps a few hundred bytes for
+ * good.
  *
- * text:    what to encrypt, up to its terminator; NULL gives
- *          ORVANE_GPG_TEXT_NOT_TAKEN.
- * message: where to store the ASCII-armoured message, a new NUL-terminated text
- *          to release with free(). With NULL it is not stored.
- * length:  where to store the message's length, terminator not included; may be
- *          NULL.
- * Returns: the first of these that applies, and nothing stored but with
- *          ORVANE_OK. Names without their "ORVANE_GPG_":
- *          NO_CONTEXT         no memory for GPGME, or a set-user-ID program
- *          TEXT_NOT_TAKEN     NULL, or no memory
- *          NO_OUTPUT          no memory
- *          CLOCK_TOO_EARLY    as KEY_MISSING, and the clock is before the key's
- *                             creation, for which gpg does not take it
- *          KEY_MISSING        the key store does not have the key and it cannot
- *                             be put there: the store is missing, damaged or not
- *                             writable, or there is no gpg; or gpg refuses it
- *          ENCRYPT_FAILED     the key store has the key as expired or revoked,
- *                             it cannot be encrypted to, or gpg fails otherwise
- *          ORVANE_OK          the text was encrypted
- * Errors:  ORVANE_OK and NULL in `*message` where the message is not returned
- *          for want of memory, so look at it; `*length` is its size then, 0
- *          where it ends early, and untouched where it has none. Each call keeps
- *          a few hundred bytes for good.
- * Reads:   the key store, by gpg, and the clock.
+ * text:    up to its terminator; NULL gives ORVANE_GPG_TEXT_NOT_TAKEN.
+ * message: where to store the ASCII-armoured message, a new text to release with
+ *          free(), and in `*length` its length without the terminator. With NULL
+ *          neither is stored. length may be NULL.
+ * Returns: ORVANE_OK if the text was encrypted, but with NULL in `*message` for
+ *          want of memory; otherwise the reason, and nothing is stored.
  */
 ORVANE_API ORVANE_VERDICT int gpg_encrypt(const char *text, char **message, unsigned int *length);
 
@@ -891,57 +542,19 @@ ORVANE_API ORVANE_VERDICT int gpg_encrypt(const char *text, char **message, unsi
 /*
  * Base64 on one line with pads, and the same for the query of a URL, where "+",
  * "/" and "=" are written "%2B", "%2F" and "%3D". The caller's buffers are
- * trusted to have the sizes that the entries name, and must not overlap. Base64
- * is coded by the base64 filter of OpenSSL libcrypto; nothing else is read.
+ * trusted to have the sizes that the entries name, and must not overlap.
  * Threads: safe.
- *
- * Example, bytes as a text for the query of a URL:
- *
- *    char *for_url(const void *data, int size)
- *    {
- *        size_t most = ((size_t)size + 2) / 3 * 4;
- *        unsigned int length = 0;
- *        char *text = malloc(most + 1);
- *        char *url = malloc(3 * most + 1);
- *        int code = ORVANE_BASE64_NOTHING_TO_ENCODE;
- *
- *        if (text != NULL && url != NULL)
- *            code = base64_encode(data, size, text, &length);
- *        if (code == ORVANE_OK) {
- *            text[length] = '\0';
- *            code = transform_to_url(text, length, url, &length);
- *        }
- *        free(text);
- *        if (code == ORVANE_OK)
- *            return url;
- *        free(url);
- *        return NULL;
- *    }
- *
- * and the bytes of a base64 text, where strlen(text) of them suffice:
- *
- *    int bytes_of(const char *text, void *bytes, unsigned int *count)
- *    {
- *        int code = base64_decode(text, (int)strlen(text), bytes, count);
- *
- *        if (code != ORVANE_OK || *count == 0 || *count > strlen(text))
- *            return -1;
- *        return 0;
- *    }
  */
 
 /*
  * Encodes bytes.
  *
- * data:    `size` bytes.
- * size:    how many; a negative number encodes nothing, to a length of 0.
+ * data:    `size` bytes; a negative size encodes nothing, to a length of 0.
  * text:    where to store the text: 4 bytes for every 3 of `data` or part of
  *          them. No terminator is added.
- * length:  where to store the text's length. What libcrypto cannot write is
- *          neither in the text nor in its length, and no error.
- * Returns: ORVANE_OK                         text and length are stored
- *          ORVANE_BASE64_NOTHING_TO_ENCODE   a NULL, a size of 0, or no memory;
- *                                            no length is stored
+ * length:  where to store the text's length.
+ * Returns: ORVANE_OK, or ORVANE_BASE64_NOTHING_TO_ENCODE for a NULL, a size of 0
+ *          or no memory, and no length is stored.
  */
 ORVANE_API ORVANE_VERDICT int base64_encode(const void *data, int size, char *text,
                                             unsigned int *length);
@@ -949,24 +562,13 @@ ORVANE_API ORVANE_VERDICT int base64_encode(const void *data, int size, char *te
 /*
  * Decodes base64.
  *
- * text:    the NUL-terminated text, all of which must be base64: no line breaks
- *          or blanks.
- * length:  how many of its characters to decode, as a rule all, of which whole
- *          groups of four are decoded. With four or more than it has, so many
- *          whole blocks of 1024 characters are decoded as the text has, or
- *          nothing. Nothing behind the terminator is read.
+ * text:    NUL-terminated, all of it base64: no line breaks or blanks.
+ * length:  how many of its characters to decode, as a rule all.
  * data:    where to store the bytes; `length` bytes suffice.
- * size:    where to store the number of bytes, as the decoder reports it.
- * Returns: in this order of precedence
- *          ORVANE_BASE64_NOTHING_TO_DECODE   a NULL, or a length of 0
- *          ORVANE_BASE64_LENGTH              not a multiple of 4 characters
- *          ORVANE_BASE64_CHARACTER           a character that is not of base64
- *          ORVANE_BASE64_PADDING             a "=" out of place
- *          ORVANE_OK                         `*size` is stored: the number of
- *                                            bytes; 0 where none is decoded and
- *                                            for a negative length; as an unsigned
- *                                            number, -1 for want of memory
- *          Only ORVANE_OK stores anything.
+ * size:    where to store their number; look at it with ORVANE_OK, too: 0 where
+ *          none is decoded, and as an unsigned number -1 for want of memory.
+ * Returns: ORVANE_OK; or, and nothing is stored, the first that applies of
+ *          ORVANE_BASE64_NOTHING_TO_DECODE, _LENGTH, _CHARACTER and _PADDING.
  */
 ORVANE_API ORVANE_VERDICT int base64_decode(const char *text, int length, void *data,
                                             unsigned int *size);
@@ -975,16 +577,12 @@ ORVANE_API ORVANE_VERDICT int base64_decode(const char *text, int length, void *
  * Writes base64 text as it may stand in the query of a URL. A "%" stays.
  *
  * text:       the NUL-terminated text, all of which is checked.
- * length:     how many of its characters to convert, as a rule all. A greater
- *             number takes the terminator as well, as one character, and
- *             nothing behind it.
+ * length:     how many of its characters to convert, as a rule all.
  * url:        where to store the result: 3 bytes for each character and 1 for
  *             the terminator.
  * url_length: where to store its length, which must be one that it can count.
- * Returns:    ORVANE_OK               the result and its length are stored
- *             ORVANE_TO_URL_NOTHING   a NULL, or a length of 0; nothing is stored
- *             ORVANE_URL_CHARACTER    neither of base64 nor "%"; 0 is stored as
- *                                     the length
+ * Returns:    ORVANE_OK; ORVANE_TO_URL_NOTHING, and nothing is stored; or
+ *             ORVANE_URL_CHARACTER, with 0 as the length.
  */
 ORVANE_API ORVANE_VERDICT int transform_to_url(const char *text, unsigned int length, char *url,
                                                unsigned int *url_length);
@@ -993,21 +591,12 @@ ORVANE_API ORVANE_VERDICT int transform_to_url(const char *text, unsigned int le
  * Writes the query form back as base64 text.
  *
  * url:         the NUL-terminated text, all of which is checked.
- * length:      how many of its characters to convert, as a rule all. An escape
- *              that begins among them is converted whole. A greater number
- *              takes the terminator as well, as one character, and nothing
- *              behind it.
+ * length:      how many of its characters to convert, as a rule all.
  * text:        where to store the result: a byte for each character and 1 for
  *              the terminator.
  * text_length: where to store its length.
- * Returns:     ORVANE_OK                 the result and its length are stored
- *              ORVANE_FROM_URL_NOTHING   a NULL, or a length of 0; nothing is
- *                                        stored
- *              ORVANE_URL_CHARACTER      neither of base64 nor "%"; 0 is stored as
- *                                        the length
- *              ORVANE_URL_ESCAPE         another escape, "%2b" too; 0 is stored as
- *                                        the length, and what stands before it,
- *                                        unterminated, in `text`
+ * Returns:     ORVANE_OK; ORVANE_FROM_URL_NOTHING, and nothing is stored; or
+ *              ORVANE_URL_CHARACTER or ORVANE_URL_ESCAPE, with 0 as the length.
  */
 ORVANE_API ORVANE_VERDICT int transform_from_url(const char *url, unsigned int length, char *text,
                                                  unsigned int *text_length);
@@ -1019,14 +608,7 @@ ORVANE_API ORVANE_VERDICT int transform_from_url(const char *url, unsigned int l
  *
  * Returns: 2   the education variant: its application scene begins with "EDU"
  *          0   every other one, or no scene is known
- * Reads:   zdk_system_get_appScene() of libzusysinfo, or of whichever object
- *          defines it for the whole process when liborvane is loaded; where none
- *          does, the VARIANT field of /etc/os-release or, where there is no such
- *          file, of /usr/lib/os-release, its quotes removed by GLib, which ends
- *          the process where it has no memory. Queried on every call.
- * Writes:  one or two lines to the trace log.
- * Threads: safe as far as zdk_system_get_appScene() is; trace stamps may mix, as
- *          for time_string().
+ * Threads: safe as far as zdk_system_get_appScene() of libzusysinfo is.
  */
 ORVANE_API unsigned int orvane_get_os_version(void);
 
@@ -1039,44 +621,18 @@ ORVANE_API unsigned int _os_get_version(void);
 
 /*
  * Appends one line to the trace log, /var/log/orvane/liborvane.log: a stamp, the
- * process id in brackets, a colon, a blank and the message, ended by a newline
- * unless the message ends in one. A line has at most 1023 bytes with its
- * newline, which is always there; the stamp's text and the message are truncated
- * to fit. The message is written as it was formatted: a NUL that "%c" stores, and
- * newlines and control characters of the caller's own, included. The log is
- * always on, made when missing (directory mode 0777, file mode 0644, both less
- * the umask), never truncated and never rotated. It is opened for each
- * line: another program may rename it. Everyone may read it, serial numbers
- * included.
- *
- * The log keeps no call waiting. A log that is a FIFO without a reader, or any
- * other file that cannot be opened at once, is not opened; a FIFO that is full
- * loses the line. A message waits where standard error is a full pipe or a
- * terminal that takes nothing. Where others than root and the caller (its effective user) may write
- * the directory, a log that is a symbolic link, no regular file, or a file with
- * several names counts as not opened, and nothing is made or written behind it,
- * as long as the kernel's fs.protected_hardlinks is 1.
+ * process id and the message, at most 1023 bytes with its newline. errno is left
+ * as it was.
  *
  * format:  as for printf(), with its arguments; "%m" is the caller's errno.
  * Returns: 1   the log could be opened, even if the write then failed
- *          0   it could not
- * Errors:  "Open log file failed" or "Write to log file failed" with the
- *          system's reason on standard error, as perror() prints it. errno is
- *          left as it was. A line that does not fit into a full disk or the
- *          process's file size limit is lost, or truncated, and the next one
- *          joins it then. The SIGXFSZ or SIGPIPE of a failed write, of the
- *          message's too, is discarded.
- * Threads: safe for the log: each line is one appending write(). Stamps may mix,
- *          as for time_string().
+ *          0   it could not; the reason is on standard error
+ * Threads: safe for the log. Stamps may mix, as for time_string().
  */
 ORVANE_API int orvane_trace(const char *format, ...) ORVANE_PRINTF(1, 2);
 
 /*
  * Makes sure that the trace log's directory exists. Called for every trace line.
- *
- * A daemon with umask 0 leaves the directory open to every user. It is better
- * made beforehand, with mode 0755 by root: a package's file, or `cmake --install
- * BUILD --component log-directory`.
  *
  * Returns: 1, always; a directory that cannot be made shows when the log is
  *          opened.
@@ -1093,9 +649,8 @@ ORVANE_API int orvane_logger_env_init(void);
 ORVANE_API int orvane_is_tracing(void);
 
 /*
- * The stamp of a trace line: local time as "YYYY-MM-DD HH:MM:SS.mmm". The minute
- * and the second come from two readings of the clock, so at the turn of a minute
- * the old minute may stand beside the new second.
+ * The stamp of a trace line: local time as "YYYY-MM-DD HH:MM:SS.mmm". At the turn
+ * of a minute the old minute may stand beside the new second.
  *
  * Returns: a static text of 23 characters: not to be freed, nor kept across
  *          another call.
@@ -1106,25 +661,14 @@ ORVANE_API const char *time_string(void);
 /* ---- Event log --------------------------------------------------------- */
 
 /*
- * Appends one event to a log file of the caller's choosing, as
- * "(TAG) Time: YYYY-MM-DD HH:MM:SS<tab><tab>Message: MESSAGE<newline>" in local
- * time, or "(TAG) MESSAGE<newline>" when no stamp can be made. The line is
- * truncated at 1023 bytes and has no newline then. A missing file is made with
- * mode 0640 less the umask.
+ * Appends "(TAG) Time: YYYY-MM-DD HH:MM:SS<tab><tab>Message: MESSAGE<newline>" to
+ * a log file. An event that cannot be written is lost.
  *
- * path:    the log file; NULL is a file that cannot be opened, and so is a FIFO
- *          that nobody reads. Links are followed: the directory is the caller's
- *          choice.
- * message: any bytes.
+ * path:    the log file; NULL is a file that cannot be opened.
+ * message: any bytes; the line is truncated at 1023.
  * tag:     the severity; "II", "WW" and "EE" are in use.
  * enabled: 0 makes the call do nothing at all.
- * Errors:  never reported; an event that cannot be written is lost, or
- *          truncated, as a line of orvane_trace() is. The call waits for nobody:
- *          a FIFO or terminal that takes nothing at the moment loses the event.
- *          The SIGXFSZ or SIGPIPE of a failed write is discarded.
- * Threads: each event is one appending write(), but the stamp comes from
- *          localtime(), whose result it overwrites, so concurrent callers may see
- *          each other's.
+ * Threads: concurrent callers may see each other's stamp.
  */
 ORVANE_API void log_write(const char *path, const char *message, const char *tag, int enabled);
 
@@ -1133,8 +677,7 @@ ORVANE_API void log_write(const char *path, const char *message, const char *tag
 /*
  * Key files are GLib's: groups in brackets, each with key=value lines, in UTF-8.
  * The texts returned here are GLib's and are released with g_free(). Where GLib
- * has no memory it ends the process. Threads: safe on different key files; one
- * key file takes one thread at a time.
+ * has no memory it ends the process. Threads: safe on different key files.
  */
 
 /*
@@ -1144,8 +687,7 @@ ORVANE_API void log_write(const char *path, const char *message, const char *tag
  * path:    the file; NULL is a file that cannot be opened.
  * Returns: new key file   release it with g_key_file_free()
  *          NULL           the file is missing, unreadable, malformed or no regular
- *                         file: a FIFO is not waited for, but a process that has
- *                         a lease on the file is
+ *                         file
  */
 ORVANE_API struct _GKeyFile *key_file_load_from_file(const char *path);
 
@@ -1158,13 +700,10 @@ ORVANE_API struct _GKeyFile *key_file_load_from_file(const char *path);
 ORVANE_API char *key_file_get_value(struct _GKeyFile *kf, const char *group, const char *key);
 
 /*
- * Sets the value of a key, written as it stands, and makes the group and the key
- * where they are missing. The file is not touched until it is saved.
+ * Sets the value of a key, and makes the group and the key where they are
+ * missing. The file is not touched until it is saved.
  *
- * value:   as it shall stand in the file, escapes included: with a newline in it
- *          the saved file may not load again.
- * Errors:  a group or key that GLib does not take as a name sets nothing and
- *          is reported as a GLib critical message.
+ * value:   as it shall stand in the file, escapes included.
  */
 ORVANE_API void key_file_set_value(struct _GKeyFile *kf, const char *group, const char *key,
                                    const char *value);
@@ -1179,15 +718,8 @@ ORVANE_API char *key_file_to_data(struct _GKeyFile *kf, size_t *length);
 
 /*
  * Saves a key file: a new file beside `path` is moved over it, so that `path`
- * holds the old text or the new one and never a part. The new file is the
- * caller's, with mode 0666 less the umask; a symbolic link is replaced by it.
- *
- * Errors:  "Unable to save settings2: " (no text could be made) or "Unable to
- *          save settings3: " (it could not be written) and the reason, as a GLib
- *          warning without a log domain: on standard error unless the program
- *          handles GLib's log. The file is left as it was. A process at its file
- *          size limit gets SIGXFSZ, as from any write, and SIGPIPE where standard
- *          error is a pipe without a reader.
+ * holds the old text or the new one and never a part. A save that fails leaves the
+ * file as it was, and is a GLib warning.
  */
 ORVANE_API void key_file_save_to_file(struct _GKeyFile *kf, const char *path);
 
@@ -1198,24 +730,17 @@ ORVANE_API void key_file_save_to_file(struct _GKeyFile *kf, const char *path);
  * stays, need no memory and cannot fail. Threads: safe on different texts.
  */
 
-/*
- * Lowers the ASCII capitals. Every other byte stays, whatever the locale.
- * s: may be NULL, which does nothing.
- */
+/* Lowers the ASCII capitals, in any locale. s may be NULL, which does nothing. */
 ORVANE_API void toLowerCase(char *s);
 
-/*
- * Deletes every space and newline. Tabs and carriage returns stay.
- * s: may be NULL, which does nothing.
- */
+/* Deletes every space and newline. s may be NULL, which does nothing. */
 ORVANE_API void removeSpaces(char *s);
 
-/* Deletes every space and tab. Newlines stay. s must not be NULL. */
+/* Deletes every space and tab. s must not be NULL. */
 ORVANE_API void removeSpacesTabs(char *s);
 
 /*
- * Deletes every newline, space, "(" and ")".
- * s: may be NULL, which does nothing.
+ * Deletes every newline, space, "(" and ")". s may be NULL, which does nothing.
  */
 ORVANE_API void removeSpecialChar(char *s);
 
@@ -1239,9 +764,7 @@ ORVANE_API void remove_null_chars(void *buf, uint32_t len);
 ORVANE_API int file_stat(const char *path, int mask);
 
 /*
- * Opens /dev/null on whichever of the descriptors 0, 1 and 2 are closed, for the
- * programs that are started afterwards, too. Does nothing when /dev/null is missing
- * or no character device.
+ * Opens /dev/null on whichever of the descriptors 0, 1 and 2 are closed.
  *
  * Threads: changes descriptors of the whole process: for the start of a program.
  */
