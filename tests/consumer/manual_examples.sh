@@ -103,8 +103,8 @@ for page in "$manual"/*.3orvane; do
     [ -L "$page" ] || extract "$page" "$(basename "$page" .3orvane)"
 done
 ran=0
-# Those whose effect is not what they print.
-silent=' orvane_trace.1 log_write.1 key_file_load_from_file.1 '
+# Those that print nothing unless something fails; each is in the table.
+silent=' orvane_trace.1 log_write.1 '
 for source in *.c; do
     program=${source%.c}
     compile "$program"
@@ -125,6 +125,21 @@ prints file_check_sha256.1 0 'abc: intact' abc " ${abc^^}"
 prints file_check_sha256.1 1 'abc: unreadable, or another file' abc "${abc/b/c}"
 prints base64_encode.1 0 'https://example.org/register?id=%2B%2F8%3D'
 prints base64_encode.1 0 '+/8=: 2 bytes, fb ff'
+prints toLowerCase.1 0 'field: "QL  V1"'
+prints toLowerCase.1 0 'qlv1: same'
+prints toLowerCase.1 0 'qlv1: other' qlv2
+mkdir -m 755 private
+mkdir -m 775 shared
+prints file_stat.1 0 'private: private' private
+prints file_stat.1 1 'shared: others may write it' shared
+prints file_stat.1 1 'abc: no directory.*' abc
+printf '# by hand\n[statistics]\nruns=41\n' >counted.ini
+prints key_file_load_from_file.1 0 '42 runs' counted.ini
+grep -qx '# by hand' counted.ini
+prints key_file_load_from_file.1 1 'abc: no key file.*' abc
+rm backup.log
+prints log_write.1 1 'missing/backup: see backup.log' missing/backup
+grep -q '^(EE) Time: .*Message: the backup cannot be written$' backup.log
 prints orvane_get_system_uuid.1 1 'another machine\|not known.*' no-uuid
 traces orvane_trace.1 "$work/missing: No such file or directory" "$work/missing"
 
@@ -138,6 +153,9 @@ prints verify_signature.1 1 'not valid' licence.txt licence.sig
 cp public.pem /etc/orvane/public.pem
 prints verify_signature.1 0 valid licence.txt licence.sig
 prints verify_signature.1 1 'not valid' abc licence.sig
+signature=$(printf abc | openssl dgst -sha256 -sign private.pem | openssl base64 -A)
+prints verify_signature.2 0 valid public.pem abc "$signature"
+prints verify_signature.2 1 'not valid' public.pem abd "$signature"
 
 if [ -e "$private_key" ]; then
     gpg --batch --quiet --import "$private_key"
