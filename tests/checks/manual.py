@@ -12,6 +12,7 @@ MANUAL is the folder of the pages as they are installed.
 
 import os
 import re
+import shutil
 import subprocess
 import sys
 from pathlib import Path
@@ -90,6 +91,8 @@ def tokens(text):
 
 def tool_output(command, **environment):
     """What a tool says about a page, all of which is a complaint."""
+    if shutil.which(command[0]) is None:
+        return [f"{command[0]} is missing: scripts/setup test installs it"]
     done = subprocess.run(
         command,
         env=dict(os.environ, LC_ALL="C.UTF-8", **environment),
@@ -115,8 +118,10 @@ def lint(pages):
         reference = re.search(r"referenced manual not found: Xr (\S+) (\d)", complaint)
         if not reference or f"{reference[1]}.{reference[2]}" not in known:
             yield complaint
+    # Not justified: a line of one long name cannot be.
+    command = ["man", "--no-justification", "--warnings", "-l"]
     for path in paths:
-        for complaint in tool_output(["man", "--warnings", "-l", path], MANWIDTH="80"):
+        for complaint in tool_output([*command, path], MANWIDTH="80"):
             yield f"{path}: man: {complaint}"
 
 
@@ -370,6 +375,8 @@ CHECKS = {
 
 
 def main():
+    if len(sys.argv) < 3 or sys.argv[1] not in CHECKS:
+        sys.exit(__doc__.partition("\n\n")[2])
     which, project, *more = sys.argv[1:]
     violations = list(CHECKS[which](Path(project), *more))
     print("\n".join(violations))
