@@ -183,6 +183,11 @@ def check_pages(project, manual):
             yield f"{page}: '.ds doc-volume-operating-system' is missing before .Dt"
         yield from missing_files(page, manual)
         yield from missing_sections(page)
+        for document in re.findall(
+            r"\bPa ([\w/-]+\.md)", "\n".join(sum(page.sections.values(), []))
+        ):
+            if not (project / document).exists():
+                yield f"{page}: there is no {document}"
         if page.has_functions:
             yield from missing_entries(page)
     yield from missing_from_overview(pages)
@@ -288,7 +293,7 @@ def help_of(command, subcommand):
         squeezed(part)
         for part in re.split(r"^(?:Usage: | {7}(?=orvane))", text.split("\n\n")[0], flags=re.M)
     ]
-    found = {"Options": [], "Arguments": [], "Subcommands": [], "Facts": []}
+    found = {"Options": [], "Arguments": [], "Subcommands": [], "Facts": [], "Examples": []}
     section = None
     for line in text.splitlines():
         if line.endswith(":") and not line.startswith(" "):
@@ -336,10 +341,11 @@ def check_command(project, command):
     described_there = described_in(page)
     synopsis = synopsis_of(page)
     existing = [""]
-    usages = []
+    usages, examples = [], set()
     for subcommand in existing:
         usage, by_help = help_of(command, subcommand)
         existing += [f"{subcommand} {name}".strip() for name in by_help["Subcommands"]]
+        examples.update(by_help["Examples"])
         if subcommand == "" or not by_help["Subcommands"]:
             usages += usage
         if subcommand not in described_there:
@@ -363,6 +369,10 @@ def check_command(project, command):
         yield f"{page}: SYNOPSIS lacks this usage of the help: {usage}"
     for usage in sorted(set(synopsis) - set(usages)):
         yield f"{page}: SYNOPSIS has a usage that the help lacks: {usage}"
+    # The tests run those of the help.
+    for line in page.section("EXAMPLES"):
+        if line.startswith(".Dl ") and line[4:].removeprefix("sudo ") not in examples:
+            yield f"{page}: the help has no example '{line[4:]}'"
 
 
 CHECKS = {
