@@ -325,9 +325,9 @@ void add_base64(CLI::App &app, subcommands &all)
 void add_check_names(CLI::App &app, subcommands &all, const words &arguments)
 {
     subcommand &command = declare("check-names", app.add_subcommand("check-names"), all);
-    const auto split = std::make_shared<words>();
-    const CLI::Option *const binaries = command.parser->add_option("BINARY", *split);
-    command.check_values = [split, binaries] { check_named(binaries); };
+    const auto files = std::make_shared<words>();
+    const CLI::Option *const binaries = command.parser->add_option("BINARY", *files);
+    command.check_values = [files, binaries] { check_named(binaries); };
     command.check_presence = [binaries] { check_given(binaries); };
     command.run = [arguments] { return check_names(words_behind("check-names", arguments)); };
 }

@@ -31,7 +31,7 @@ std::string file_of_library()
         throw std::runtime_error(std::string(library_soname) + ": it is not loaded");
     const link_map *map = nullptr;
     const int status = ::dlinfo(library, RTLD_DI_LINKMAP, static_cast<void *>(&map));
-    const std::string file = status == 0 ? map->l_name : "";
+    std::string file = status == 0 ? map->l_name : "";
     ::dlclose(library);
     return file;
 }
@@ -69,7 +69,8 @@ bool print_names(const std::string &file, const exports &binary, const versions_
     bool is_any_wrong = false;
     for (const std::string &name : taken_names(binary, library)) {
         const bool is_wrong = name != made_to_be_replaced;
-        print_line(file + ": " + name + (is_wrong ? "" : " (made to be replaced)"));
+        std::string line = file + ": ";
+        print_line(line.append(name).append(is_wrong ? "" : " (made to be replaced)"));
         is_any_wrong = is_any_wrong || is_wrong;
     }
     return is_any_wrong;

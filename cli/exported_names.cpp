@@ -6,10 +6,12 @@
 
 #include "input.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <set>
@@ -141,7 +143,7 @@ std::string elf_file::soname() const
     GElf_Dyn entry = {};
     for (int at = 0; gelf_getdyn(data, at, &entry) != nullptr && entry.d_tag != DT_NULL; ++at) {
         if (entry.d_tag == DT_SONAME)
-            return text(*dynamic, entry.d_un.d_val);
+            return text(*dynamic, entry.d_un.d_val); // NOLINT(*-union-access): of the C interface
     }
     return "";
 }
@@ -172,36 +174,29 @@ std::map<unsigned, std::string> elf_file::versions() const
     }
 }
 
-// The relocation that copies a library's data into a program; 0 where it is not known.
-GElf_Word copy_relocation(GElf_Half machine)
+// The relocations that copy a library's data into a program.
+constexpr struct {
+    GElf_Half machine;
+    GElf_Word type;
+} copy_relocations[] = {
+    {EM_386, R_386_COPY},         {EM_X86_64, R_X86_64_COPY}, {EM_ARM, R_ARM_COPY},
+    {EM_AARCH64, R_AARCH64_COPY}, {EM_PPC64, R_PPC64_COPY},   {EM_RISCV, R_RISCV_COPY},
+    {EM_S390, R_390_COPY},
+};
+
+bool is_copy(GElf_Half machine, GElf_Xword info)
 {
-    switch (machine) {
-    case EM_386:
-        return R_386_COPY;
-    case EM_X86_64:
-        return R_X86_64_COPY;
-    case EM_ARM:
-        return R_ARM_COPY;
-    case EM_AARCH64:
-        return R_AARCH64_COPY;
-    case EM_PPC64:
-        return R_PPC64_COPY;
-    case EM_RISCV:
-        return R_RISCV_COPY;
-    case EM_S390:
-        return R_390_COPY;
-    default:
-        return 0;
-    }
+    return std::any_of(
+        std::begin(copy_relocations), std::end(copy_relocations),
+        [=](const auto &one) { return one.machine == machine && one.type == GELF_R_TYPE(info); });
 }
 
 // Those that a program has from a library: its own place for a library's data, not its own data.
 std::set<std::size_t> elf_file::copied(const section &symbols) const
 {
     std::set<std::size_t> found;
-    const GElf_Word copy = copy_relocation(header_.e_machine);
     const auto add = [&](GElf_Xword info) {
-        if (copy != 0 && GELF_R_TYPE(info) == copy)
+        if (is_copy(header_.e_machine, info))
             found.insert(GELF_R_SYM(info));
     };
     for (const section &one : sections_) {
