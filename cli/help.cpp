@@ -238,6 +238,7 @@ constexpr help_page pages[] = {
         .success = "no name takes the place of one of the library's",
         .negative = "a name does",
         .undetermined = "an unreadable file, or one that is no ELF file",
+        .more = "docs/embedding.md",
     },
     {
         .subcommand = "help",

@@ -68,7 +68,7 @@ compared() {
     fi
 }
 linkers=0
-for linker in bfd gold lld; do
+for linker in bfd lld; do
     command -v ld.$linker >/dev/null || continue
     linkers=$((linkers + 1))
     compared plain_$linker 'visibility("default")' -fuse-ld=$linker
@@ -148,7 +148,7 @@ int main(void)
     return manufacturerType[0] == 0;
 }
 END
-for linker in bfd gold lld; do
+for linker in bfd lld; do
     command -v ld.$linker >/dev/null || continue
     with_library -fno-pie -no-pie -fuse-ld=$linker user.c -o user_$linker
     prints_none user_$linker
