@@ -216,15 +216,14 @@ void check_no_option(const CLI::Option *file)
     }
 }
 
-// The words behind ALGORITHM, beside which there are no options. CLI11 splits one such as "[a,b]".
-std::vector<std::string> words_of_digest(std::vector<std::string> arguments)
+// The words behind a subcommand, where there are no options. CLI11 splits one such as "[a,b]".
+words words_behind(const char *subcommand, words arguments)
 {
-    const auto subcommand = std::find(arguments.begin(), arguments.end(), "digest");
-    arguments.erase(arguments.begin(), std::next(subcommand));
+    const auto place = std::find(arguments.begin(), arguments.end(), subcommand);
+    arguments.erase(arguments.begin(), std::next(place));
     const auto end_of_options = std::find(arguments.begin(), arguments.end(), "--");
     if (end_of_options != arguments.end())
         arguments.erase(end_of_options);
-    arguments.erase(arguments.begin());
     return arguments;
 }
 
@@ -259,8 +258,10 @@ void add_digest(CLI::App &app, subcommands &all, const std::vector<std::string> 
     command.run = [=] {
         if (list->count() > 0)
             return check_digest_list(*list_options);
-        if (algorithm->count() > 0)
-            options->words = words_of_digest(arguments);
+        if (algorithm->count() > 0) {
+            options->words = words_behind("digest", arguments);
+            options->words.erase(options->words.begin()); // the algorithm
+        }
         return digest(*options);
     };
 }
@@ -319,6 +320,16 @@ void add_base64(CLI::App &app, subcommands &all)
     declare("base64 to-url", base64->add_subcommand("to-url"), all).run = convert_base64_to_url;
     declare("base64 from-url", base64->add_subcommand("from-url"), all).run =
         convert_base64_from_url;
+}
+
+void add_check_names(CLI::App &app, subcommands &all, const words &arguments)
+{
+    subcommand &command = declare("check-names", app.add_subcommand("check-names"), all);
+    const auto files = std::make_shared<words>();
+    const CLI::Option *const binaries = command.parser->add_option("BINARY", *files);
+    command.check_values = [files, binaries] { check_named(binaries); };
+    command.check_presence = [binaries] { check_given(binaries); };
+    command.run = [arguments] { return check_names(words_behind("check-names", arguments)); };
 }
 
 int print(const std::string &text)
@@ -470,6 +481,7 @@ int run(const words &command_line)
     add_signature(app, all);
     add_gpg(app, all);
     add_base64(app, all);
+    add_check_names(app, all, given);
     add_help(app, all);
     try {
         split(given, app);

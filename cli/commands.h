@@ -84,3 +84,5 @@ int encode_base64();
 int decode_base64();
 int convert_base64_to_url();
 int convert_base64_from_url();
+
+int check_names(const std::vector<std::string> &binaries);

@@ -227,6 +227,20 @@ constexpr help_page pages[] = {
         .undetermined = "an unreadable input",
     },
     {
+        .subcommand = "check-names",
+        .usages = {"BINARY..."},
+        .purpose = "find names of a program that take the place of the library's",
+        .details = "The library calls its own functions by their names. Where a program or a "
+                   "shared library exports such a name, too, that one is called.",
+        .arguments = {{"BINARY", "program or shared library; - is standard input"}},
+        .examples = {{"orvane check-names ./program ./plugin.so",
+                      "Print the names that these two have in common with the library."}},
+        .success = "no name takes the place of one of the library's",
+        .negative = "a name does",
+        .undetermined = "an unreadable file, or one that is no ELF file",
+        .more = "docs/embedding.md",
+    },
+    {
         .subcommand = "help",
         .usages = {"[SUBCOMMAND...]", "facts"},
         .purpose = "describe a subcommand, or the facts",

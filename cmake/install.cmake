@@ -33,6 +33,20 @@ install(CODE "configure_file(\"${PROJECT_BINARY_DIR}/liborvane.pc.in\"
     \"${PROJECT_BINARY_DIR}/liborvane.pc\" @ONLY)")
 install(FILES ${PROJECT_BINARY_DIR}/liborvane.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
+# Where each shell looks for completions: zsh in one folder of packages and one of the others.
+install(FILES completions/bash/orvane
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+install(FILES completions/fish/orvane.fish
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+install(CODE "
+    get_filename_component(prefix \"\${CMAKE_INSTALL_PREFIX}/\" ABSOLUTE)
+    set(folder site-functions)
+    if(prefix MATCHES \"^/(usr)?$\")
+        set(folder vendor-completions)
+    endif()
+    file(INSTALL \"${PROJECT_SOURCE_DIR}/completions/zsh/_orvane\"
+        DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/zsh/\${folder}\")")
+
 # The trace log's directory, which the library makes with the umask of whoever traces first:
 # `cmake --install BUILD --component log-directory` as root, or a package, makes it for root alone.
 install(CODE "

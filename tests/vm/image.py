@@ -26,7 +26,7 @@ PACKAGES = (
 ).split()
 # Each release has its own names for the packages of the libraries themselves.
 DEVELOPMENT_PACKAGES = (
-    "libblkid-dev libcjson-dev libglib2.0-dev libgpgme-dev libsmartcols-dev libssl-dev"
+    "libblkid-dev libcjson-dev libelf-dev libglib2.0-dev libgpgme-dev libsmartcols-dev libssl-dev"
 ).split()
 PROGRAMS = (
     "bin/busybox bin/cat bin/dash bin/grep bin/kmod bin/lsblk bin/readlink bin/udevadm "

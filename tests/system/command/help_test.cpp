@@ -62,6 +62,8 @@ protected:
         machine.file("/srv/text.b64", "YWI/\n");
         machine.file("/srv/text.url", "YWI%2F\n");
         machine.file("/srv/report.json", "{}\n");
+        for (const std::string binary : {"/srv/program", "/srv/plugin.so"})
+            machine.file(binary, machine.content("/bin/true"));
         EXPECT_EQ(shell("sha256sum licence.gpg >SHA256SUMS").status, 0);
         if (example.find("compare") != std::string::npos) {
             EXPECT_EQ(shell("orvane save report.json").status, 0);
@@ -99,6 +101,7 @@ const std::string subcommands[] = {"",
                                    "base64 decode",
                                    "base64 to-url",
                                    "base64 from-url",
+                                   "check-names",
                                    "help"};
 
 texts words_of(const std::string &text)
@@ -172,6 +175,7 @@ Subcommands:
   signature      check an RSA signature of a text
   gpg            verify or encrypt with the built-in GPG key
   base64         convert standard input to or from base64
+  check-names    find names of a program that take the place of the library's
   help           describe a subcommand, or the facts
 
 Options:

@@ -135,6 +135,8 @@ TEST_F(usage, names_what_is_missing_or_too_much)
         {{"compare", "--json"}, "FILE is missing", "compare --help"},
         {{"save", ""}, "FILE: a file needs a name", "save --help"},
         {{"signature"}, "TEXTFILE is missing", "signature --help"},
+        {{"check-names"}, "BINARY is missing", "check-names --help"},
+        {{"check-names", "a", ""}, "BINARY: a file needs a name", "check-names --help"},
         {{"signature", "text"}, "SIGNATUREFILE is missing", "signature --help"},
         {{"signature", "text", "signature", "--key"},
          "option '--key' needs a value",
