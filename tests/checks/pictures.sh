@@ -18,7 +18,8 @@ done
 for document; do
     copy=$work/$(basename "$document")
     cp "$source/$document" "$copy"
-    grep -q '^<!-- scripts/pictures --text ' "$copy" || { echo "no picture in $document"; exit 1; }
+    # shellcheck disable=SC2016 # the backquotes are the document's
+    grep -q '^```text picture=' "$copy" || { echo "no picture in $document"; exit 1; }
     "$source/scripts/pictures" --renew "$copy"
     diff -u "$source/$document" "$copy" || {
         echo "to draw them again: scripts/pictures --renew $*"

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 //
-// What the documents print of a machine is what the command prints there. A block that stands
-// behind
-// "<!-- recorded machine: NAME -->" holds command lines of root, which begin with "# orvane", each
-// with its output; "..." stands for lines that are left out.
+// What the documents print of a machine is what the command prints there. A block that begins with
+// "```console machine=NAME" holds command lines of root, which begin with "# ", each with its
+// output;
+// "..." stands for lines that are left out.
 #include "fixture.h"
 #include "replay.h"
 #include "replayed_kernel.h"
@@ -53,7 +53,7 @@ texts lines_with_single_blanks(const std::string &text)
 
 std::vector<shown_machine> machines_in(const std::filesystem::path &document)
 {
-    constexpr std::string_view mark = "<!-- recorded machine: ";
+    constexpr std::string_view mark = "```console machine=";
     constexpr std::string_view prompt = "# ";
     std::vector<shown_machine> found;
     std::ifstream stream(document);
@@ -67,11 +67,9 @@ std::vector<shown_machine> machines_in(const std::filesystem::path &document)
             continue;
         shown_machine shown;
         shown.place = document.filename().string() + ":" + std::to_string(number);
-        shown.name = line.substr(mark.size(), line.find(" -->") - mark.size());
-        while (next(line) && !line.starts_with("```")) {
-        }
+        shown.name = line.substr(mark.size());
         while (next(line) && line != "```") {
-            if (line.starts_with("# orvane"))
+            if (line.starts_with(prompt))
                 shown.commands.push_back({line.substr(prompt.size()), {}});
             else if (!shown.commands.empty())
                 shown.commands.back().output.push_back(with_single_blanks(line));
