@@ -27,7 +27,7 @@ constexpr help_page pages[] = {
         .success = "valid, or known",
         .negative = "not valid, or no answer",
         .undetermined = "no key, no gpg, an unreadable file, no permission",
-        .more = "orvane help facts, docs/troubleshooting.md, docs/limits.md",
+        .more = "orvane help facts, docs/command.md, docs/troubleshooting.md",
     },
     {
         .subcommand = "show",
@@ -109,7 +109,7 @@ constexpr help_page pages[] = {
         .success = "printed",
         .negative = "no disk is listed with such a partition",
         .undetermined = "lsblk is missing, or prints no listing",
-        .more = "docs/limits.md",
+        .more = "docs/troubleshooting.md",
     },
     {
         .subcommand = "digest",

@@ -223,7 +223,8 @@ class Source:
             yield condition[0], condition[-1], forced
 
     def end_of_statement(self, index):
-        while self.tokens[index].text != ";":
+        """The semicolon, or the bracket that ends the head of a loop."""
+        while self.tokens[index].text not in (";", ")", "}"):
             if self.tokens[index].text in BRACKETS:
                 index = closing(self.tokens, index)
             index += 1

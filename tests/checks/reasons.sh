@@ -1,6 +1,6 @@
 #!/bin/sh
 # Shows that a document has one section for each reason of the command but "answered", and no other
-# section: the command prints DOCUMENT#CODE.
+# section of that form: the command prints DOCUMENT#CODE. A title of several words is a symptom.
 # Usage: reasons.sh SOURCE DOCUMENT
 set -eu
 
@@ -9,7 +9,7 @@ codes=$(tr '\n' ' ' <"$1" | grep -oE 'constexpr reason [a-z_]+ = \{ *"[a-z-]+"' 
     sed 's/.*"\(.*\)"/\1/' | sort)
 sections=$({
     echo answered
-    sed -n 's/^## //p' "$2"
+    sed -n 's/^## \([^ ]*\)$/\1/p' "$2"
 } | sort)
 
 found=$(echo "$codes" | grep -c . || true)
