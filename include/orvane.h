@@ -310,8 +310,8 @@ ORVANE_API char *find_root_disk(const char *json);
 /* ---- Machine identity -------------------------------------------------- */
 
 /*
- * The SMBIOS system UUID of this machine, with its case as the firmware wrote
- * it. Four placeholders that many machines share are refused.
+ * The SMBIOS system UUID of this machine, in the case of letters in which its
+ * source prints it. Four placeholders that many machines share are refused.
  *
  * Returns: new text   the UUID; empty where the kernel file's first line is
  *          NULL       neither source knows the UUID
