@@ -330,12 +330,12 @@ ORVANE_API char *system_uuid(void);
  * The greatest permanent (factory) MAC address among the wired Ethernet
  * interfaces of this machine and the slaves of its bonds. No root is needed.
  *
- * Returns: new text   17 lower-case characters such as "00:1a:2b:3c:4d:5e", or a
- *                     bonding report's word; "00:00:00:00:00:00", which identifies
+ * Returns: new text   17 characters in lower case such as "00:1a:2b:3c:4d:5e", or
+ *                     a bonding report's word; "00:00:00:00:00:00", which identifies
  *                     no machine, where no driver knows a permanent address
- *          NULL       no interface qualifies, or they cannot be listed
+ *          NULL       there is no such interface, or they cannot be listed
  * Reads:   the interfaces named eth..., en... and em..., up to the first that is
- *          on the USB bus, has no device or has no address.
+ *          on the USB bus, has no device or cannot be queried.
  * Waits:   for readlink.
  * Threads: safe.
  */
