@@ -93,7 +93,7 @@ enum orvane_result {
  * and serial number, joined by "_".
  *
  * Returns: new text   exactly as the first source that answers gave it; one that
- *                     begins with "/dev/", and "_", identify no disk
+ *                     begins with "/dev/" or ends with "_" identifies no disk
  *          NULL       there is no root device, or no source answers
  * Reads:   root_device(), harddisk_id(), harddisk_id_smartctl() and, where
  *          is_logical_volume() is not 0, harddisk_id_lvm(); most need root.
@@ -106,7 +106,7 @@ ORVANE_API char *orvane_get_harddisk_id(void);
  * The block device that holds the root file system, as /proc/mounts or the
  * kernel command line spells it: often a link, such as /dev/mapper/root.
  *
- * Returns: new text   the path of what was a block device a moment ago
+ * Returns: new text   a path that led to a block device when it was tested
  *          NULL       neither source names one
  * Errors:  as for command_line_get_root_device_name().
  * Threads: safe.
@@ -117,7 +117,7 @@ ORVANE_API char *root_device(void);
  * The root device that a kernel command line names with the first of its words
  * that begins with "root=". Whether there is such a device is not tested.
  *
- * filename: the file, of which the first line counts; in use, /proc/cmdline. NULL
+ * filename: the file, of which the first line counts; normally /proc/cmdline. NULL
  *           is a file that cannot be read, and a pipe is waited for.
  * Returns:  new text   /dev/disk/by-uuid/X, /dev/disk/by-label/X or the value itself
  *           NULL       the file cannot be read or has no such word, or the word
@@ -132,12 +132,12 @@ ORVANE_API char *command_line_get_root_device_name(const char *filename);
  *
  * dev_name: a disk, a partition, a link to one, or a mapped device by its name
  *           under /dev/mapper. NULL is a name that cannot be resolved.
- * Returns:  new text   "MODEL_SERIAL", of which one or both may be empty; of what
- *                      is mapped on a whole disk the disk's node
+ * Returns:  new text   "MODEL_SERIAL", of which one or both may be empty; for a
+ *                      device that is mapped on a whole disk, the disk's node
  *           NULL       no block device, or nothing answers
  * Reads:    the node (root), sysfs for NVMe, dmsetup (root) and lsblk for mappings.
  * Waits:    for dmsetup and lsblk.
- * Threads:  safe, but a child of the process that has ended may be taken.
+ * Threads:  safe, but a child of the process that has ended may be reaped.
  */
 ORVANE_API char *harddisk_id(const char *dev_name);
 
@@ -171,7 +171,8 @@ ORVANE_API char *harddisk_id_nvme_new(const char *name);
  * /bin/lsblk prints for it.
  *
  * dev_name: the device; NULL is none.
- * Returns:  0       the type sorts after "lvm", as "part" does; no lsblk; or NULL
+ * Returns:  0       the type sorts after "lvm", as "part" does; there is no lsblk
+ *                   or no shell; or NULL
  *           not 0   anything else: "lvm", but also "crypt", "disk" or no type
  * Waits:    for lsblk.
  * Threads:  safe.
@@ -197,7 +198,8 @@ ORVANE_API char *harddisk_id_lvm(const char *dev_name);
  * What "lsblk -J" prints, for find_root_disk(). From util-linux 2.37 on that needs
  * another listing: see there.
  *
- * Returns: new text   empty when the command is missing or prints nothing
+ * Returns: new text   empty when the command is missing or prints nothing; the
+ *                     lines before a failure to read
  *          NULL       the shell cannot be started
  * Waits:   for lsblk.
  * Errors:  a listing of more than 4095 bytes ends the process by abort().
@@ -207,7 +209,7 @@ ORVANE_API char *get_lsblk_output(void);
 
 /*
  * The name, without "/dev/", of the disk that has the root file system on one of
- * its partitions. The disk of a logical volume is not found.
+ * its partitions. The disk under a mapped device is not found.
  *
  * json:    what lsblk -J -o NAME,MOUNTPOINT printed, or before util-linux 2.37
  *          lsblk -J. NULL is a text that cannot be read.
@@ -221,8 +223,8 @@ ORVANE_API char *find_root_disk(const char *json);
 /* ---- Machine identity -------------------------------------------------- */
 
 /*
- * The SMBIOS system UUID of this machine, with its case as the firmware wrote
- * it. Four placeholders that many machines share are refused.
+ * The SMBIOS system UUID of this machine, in the case of letters in which its
+ * source prints it. Four placeholders that many machines share are refused.
  *
  * Returns: new text   the UUID; empty where the kernel file's first line is
  *          NULL       neither source knows the UUID
@@ -241,12 +243,12 @@ ORVANE_API char *system_uuid(void);
  * The greatest permanent (factory) MAC address among the wired Ethernet
  * interfaces of this machine and the slaves of its bonds. No root is needed.
  *
- * Returns: new text   17 lower-case characters such as "00:1a:2b:3c:4d:5e", or a
- *                     bonding report's word; "00:00:00:00:00:00", which identifies
+ * Returns: new text   17 characters in lower case such as "00:1a:2b:3c:4d:5e", or
+ *                     a bonding report's word; "00:00:00:00:00:00", which identifies
  *                     no machine, where no driver knows a permanent address
- *          NULL       no interface qualifies, or they cannot be listed
+ *          NULL       there is no such interface, or they cannot be listed
  * Reads:   the interfaces named eth..., en... and em..., up to the first that is
- *          on the USB bus, has no device or has no address.
+ *          on the USB bus, has no device or cannot be queried.
  * Waits:   for readlink.
  * Threads: safe.
  */
@@ -264,7 +266,8 @@ ORVANE_API char *network_interface_get_max_mac(void);
  * Returns: new text   as the source gave it, blanks and fillers included, and
  *                     empty where the file's first line or the tool's word is
  *          NULL       no source answers
- * Reads:   /sys/class/dmi/id/sys_vendor, then a word of dmidecode's "Family" (root).
+ * Reads:   /sys/class/dmi/id/sys_vendor, then a word of the first line with "Family"
+ *          that dmidecode prints (root).
  * Waits:   for dmidecode, where it is queried.
  * Threads: safe.
  */
@@ -274,8 +277,8 @@ ORVANE_API char *orvane_get_vendor(void);
  * The model of this machine: its SKU number.
  *
  * Returns: as for orvane_get_vendor().
- * Reads:   /sys/class/dmi/id/product_sku, then a word of dmidecode's "Version"
- *          (root).
+ * Reads:   /sys/class/dmi/id/product_sku, then a word of the first line with
+ *          "Version" that dmidecode prints (root).
  * Waits:   for dmidecode, where it is queried.
  * Threads: safe.
  */
@@ -359,7 +362,8 @@ ORVANE_API extern const struct orvane_manufacturer_type manufacturerType[24];
  *
  * key_file:    patterns, joined by "|", as the values of its group
  *              "manufacturer_patterns". NULL gives -1. Not changed.
- * ignore_case: compares without spaces, newlines and ASCII capitals.
+ * ignore_case: takes out spaces and newlines, and converts ASCII capitals to lower
+ *              case, before comparing.
  * Returns:     findTypeEnum() of the pattern, or -1: no pattern matches, or no
  *              manufacturer is reported
  * Reads:       get_machine_info_simulate(), then dmidecode (root).
@@ -409,9 +413,9 @@ ORVANE_API struct _GKeyFile *generate_machine_whitelist(void);
 ORVANE_API struct _GKeyFile *generate_machine_whitelist_ignore_case(void);
 
 /*
- * The manufacturer that maching_machine_type() is to use in place of the
- * firmware's. A program that defines this function makes the machine another; the
- * text that it returns stays its own and may be static.
+ * The manufacturer that maching_machine_type() uses in place of the firmware's.
+ * A program may define this function; the text that it returns stays its own and
+ * may be static.
  *
  * Returns: NULL, always: the firmware is queried.
  * Threads: safe.
