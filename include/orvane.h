@@ -535,7 +535,7 @@ ORVANE_API ORVANE_VERDICT int is_huawei_9x0(void);
  *
  * path:     NULL is a file that cannot be opened; a pipe or device is read to its
  *           end.
- * expected: 64, 40 or 32 lower-case hexadecimal digits; what stands behind them
+ * expected: 64, 40 or 32 lower-case hexadecimal digits; what stands after them
  *           does not count. NULL is never equal.
  * Returns:  1 if the digest is the expected one, 0 in every other case.
  * Threads:  safe.
@@ -623,8 +623,8 @@ ORVANE_API ORVANE_VERDICT int gpg_verify(const char *path, char **content, unsig
  * message: where to store the ASCII-armoured message, a new text to release with
  *          free(). If it is NULL, neither is stored.
  * length:  where to store its length without the terminator; may be NULL.
- * Returns: ORVANE_OK if the text was encrypted, but with NULL in `*message` for
- *          want of memory; otherwise the reason, and nothing is stored.
+ * Returns: ORVANE_OK if the text was encrypted, but with NULL in `*message` where
+ *          there is no memory; otherwise the reason, and nothing is stored.
  */
 ORVANE_API ORVANE_VERDICT int gpg_encrypt(const char *text, char **message, unsigned int *length);
 
@@ -784,7 +784,7 @@ ORVANE_API struct _GKeyFile *key_file_load_from_file(const char *path);
 
 /*
  * The value of a key as it is written in the file, with its escapes and the blanks
- * behind it.
+ * after it.
  *
  * Returns: new text   empty where the value is; release it with g_free()
  *          NULL       there is no such group, or no such key in it
@@ -838,7 +838,7 @@ ORVANE_API void removeSpecialChar(char *s);
 
 /*
  * Deletes the zero bytes among the first `len` bytes. What stays is moved to the
- * start; each of the bytes behind it becomes a copy of what was the last of them.
+ * start; each of the bytes after it becomes a copy of what was the last of them.
  * No terminator is added and the new length is not reported.
  *
  * buf:     `len` bytes; not read when `len` is 0.
