@@ -62,18 +62,18 @@ struct rsa_st;
  */
 enum orvane_result {
     ORVANE_OK = 0,
-    ORVANE_GPG_VERIFY_FAILED = 1,         /* the verify operation itself failed */
+    ORVANE_GPG_VERIFY_FAILED = 1,         /* not OpenPGP, or damaged; or gpg could not run */
     ORVANE_GPG_KEY_MISSING = 14,          /* the key is not in the key store, or not usable */
     ORVANE_GPG_CLOCK_TOO_EARLY = 15,      /* no key: the clock is before its creation */
     ORVANE_GPG_NO_CONTEXT = 16,           /* no GPGME context, or a set-user-ID program */
-    ORVANE_GPG_TEXT_NOT_TAKEN = 44,       /* GPGME did not take the text */
+    ORVANE_GPG_TEXT_NOT_TAKEN = 44,       /* a NULL, or no memory for the text */
     ORVANE_GPG_ENCRYPT_FAILED = 45,       /* the encrypt operation failed */
     ORVANE_GPG_OTHER_SIGNER = 46,         /* a signature is not the built-in key's */
     ORVANE_GPG_FILE_UNREADABLE = 49,      /* the signed file could not be read */
     ORVANE_GPG_SIGNATURE_RED = 50,        /* the file was altered, or the signature is detached */
-    ORVANE_GPG_SIGNATURE_BAD = 51,        /* the signature is bad */
-    ORVANE_GPG_SIGNATURE_INVALID = 52,    /* the signature is invalid in another way */
-    ORVANE_GPG_NO_SIGNATURE = 53,         /* no signature was reported for the file */
+    ORVANE_GPG_SIGNATURE_BAD = 51,        /* as RED, where GPGME does not rate the signature */
+    ORVANE_GPG_SIGNATURE_INVALID = 52,    /* it or its key expired, or the like */
+    ORVANE_GPG_NO_SIGNATURE = 53,         /* not signed, or encrypted to somebody else */
     ORVANE_BASE64_LENGTH = 59,            /* not a multiple of 4 characters */
     ORVANE_BASE64_CHARACTER = 60,         /* a character that is not of base64 */
     ORVANE_BASE64_PADDING = 61,           /* a "=" out of place */
@@ -83,7 +83,7 @@ enum orvane_result {
     ORVANE_FROM_URL_NOTHING = 65,         /* a NULL, or no characters */
     ORVANE_URL_ESCAPE = 66,               /* a "%" without "2B", "2F" or "3D" behind it */
     ORVANE_TO_URL_NOTHING = 67,           /* a NULL, or no characters */
-    ORVANE_GPG_NO_OUTPUT = 100            /* no buffer for GPGME's output */
+    ORVANE_GPG_NO_OUTPUT = 100            /* no memory for the result */
 };
 
 /* ---- Disk identity ----------------------------------------------------- */
@@ -448,8 +448,9 @@ ORVANE_API ORVANE_VERDICT int is_huawei_9x0(void);
  * Whether a file's content has an expected SHA-256, SHA-1 or MD5 digest. MD5 and
  * SHA-1 detect an accident, not an attack.
  *
- * path:     NULL is a file that cannot be opened.
- * expected: 64, 40 or 32 lower-case hexadecimal digits; what stands behind them
+ * path:     NULL is a file that cannot be opened; a pipe or device is read to its
+ *           end.
+ * expected: 64, 40 or 32 lower-case hexadecimal digits; what stands after them
  *           does not count. NULL is never equal.
  * Returns:  1 if the digest is the expected one, 0 in every other case.
  * Threads:  safe.
@@ -467,7 +468,7 @@ ORVANE_API ORVANE_VERDICT int file_check_md5(const char *path, const char *expec
  * message:   the text that was signed, up to its terminator.
  * signature: in base64, as for base64_decode_clean(), which prints it.
  * Returns:   true if it is valid; false in every other case, NULL included, with
- *            the reason on standard error unless it is the signature itself.
+ *            the reason on standard error unless it does not match the message.
  * Threads:   safe.
  */
 ORVANE_API ORVANE_VERDICT bool verify_signature(const char *message, const char *signature);
@@ -512,7 +513,7 @@ ORVANE_API ORVANE_VERDICT bool compute_sha256(const char *text, unsigned char *d
  * These two work with the one signing key whose public half the library was
  * built with. They run gpg, in the calling user's key store, without a time limit,
  * and leave the environment's locale for the whole process. Threads: for one
- * thread at a time, and none beside it that depends on the locale.
+ * thread at a time, and no other may depend on the locale meanwhile.
  */
 
 /*
@@ -521,7 +522,8 @@ ORVANE_API ORVANE_VERDICT bool compute_sha256(const char *text, unsigned char *d
  *
  * path:    the file, a regular one; NULL is a file that cannot be read.
  * content: where to store a new block to release with free(), of `*length` bytes
- *          and no terminator. With NULL neither is stored. length may be NULL.
+ *          and no terminator. If it is NULL, neither is stored.
+ * length:  may be NULL.
  * Returns: ORVANE_OK if the first signature is good and all are the built-in
  *          key's, but with NULL in `*content` where it is not returned, as for
  *          more than 4096 bytes; otherwise the reason, and nothing is stored.
@@ -534,10 +536,10 @@ ORVANE_API ORVANE_VERDICT int gpg_verify(const char *path, char **content, unsig
  *
  * text:    up to its terminator; NULL gives ORVANE_GPG_TEXT_NOT_TAKEN.
  * message: where to store the ASCII-armoured message, a new text to release with
- *          free(), and in `*length` its length without the terminator. With NULL
- *          neither is stored. length may be NULL.
- * Returns: ORVANE_OK if the text was encrypted, but with NULL in `*message` for
- *          want of memory; otherwise the reason, and nothing is stored.
+ *          free(). If it is NULL, neither is stored.
+ * length:  where to store its length without the terminator; may be NULL.
+ * Returns: ORVANE_OK if the text was encrypted, but with NULL in `*message` where
+ *          there is no memory; otherwise the reason, and nothing is stored.
  */
 ORVANE_API ORVANE_VERDICT int gpg_encrypt(const char *text, char **message, unsigned int *length);
 
@@ -570,7 +572,7 @@ ORVANE_API ORVANE_VERDICT int base64_encode(const void *data, int size, char *te
  * length:  how many of its characters to decode, as a rule all.
  * data:    where to store the bytes; `length` bytes suffice.
  * size:    where to store their number; look at it with ORVANE_OK, too: 0 where
- *          none is decoded, and as an unsigned number -1 for want of memory.
+ *          none is decoded, and UINT_MAX where there is no memory.
  * Returns: ORVANE_OK; or, and nothing is stored, the first that applies of
  *          ORVANE_BASE64_NOTHING_TO_DECODE, _LENGTH, _CHARACTER and _PADDING.
  */
@@ -582,9 +584,9 @@ ORVANE_API ORVANE_VERDICT int base64_decode(const char *text, int length, void *
  *
  * text:       the NUL-terminated text, all of which is checked.
  * length:     how many of its characters to convert, as a rule all.
- * url:        where to store the result: 3 bytes for each character and 1 for
- *             the terminator.
- * url_length: where to store its length, which must be one that it can count.
+ * url:        where to store the result: 3 * length + 1 bytes, with the terminator.
+ * url_length: where to store its length without the terminator, which an unsigned
+ *             int must be able to count.
  * Returns:    ORVANE_OK; ORVANE_TO_URL_NOTHING, and nothing is stored; or
  *             ORVANE_URL_CHARACTER, with 0 as the length.
  */
@@ -596,9 +598,8 @@ ORVANE_API ORVANE_VERDICT int transform_to_url(const char *text, unsigned int le
  *
  * url:         the NUL-terminated text, all of which is checked.
  * length:      how many of its characters to convert, as a rule all.
- * text:        where to store the result: a byte for each character and 1 for
- *              the terminator.
- * text_length: where to store its length.
+ * text:        where to store the result: length + 1 bytes, with the terminator.
+ * text_length: where to store its length without the terminator.
  * Returns:     ORVANE_OK; ORVANE_FROM_URL_NOTHING, and nothing is stored; or
  *              ORVANE_URL_CHARACTER or ORVANE_URL_ESCAPE, with 0 as the length.
  */
@@ -669,7 +670,8 @@ ORVANE_API const char *time_string(void);
  * a log file. An event that cannot be written is lost.
  *
  * path:    the log file; NULL is a file that cannot be opened.
- * message: any bytes; the line is truncated at 1023.
+ * message: any bytes, newlines too; the line is truncated at 1023 bytes, and has
+ *          no newline then.
  * tag:     the severity; "II", "WW" and "EE" are in use.
  * enabled: 0 makes the call do nothing at all.
  * Threads: concurrent callers may see each other's stamp.
@@ -696,7 +698,8 @@ ORVANE_API void log_write(const char *path, const char *message, const char *tag
 ORVANE_API struct _GKeyFile *key_file_load_from_file(const char *path);
 
 /*
- * The value of a key as it is written in the file, escapes included.
+ * The value of a key as it is written in the file, with its escapes and the blanks
+ * after it.
  *
  * Returns: new text   empty where the value is; release it with g_free()
  *          NULL       there is no such group, or no such key in it
@@ -721,9 +724,9 @@ ORVANE_API void key_file_set_value(struct _GKeyFile *kf, const char *group, cons
 ORVANE_API char *key_file_to_data(struct _GKeyFile *kf, size_t *length);
 
 /*
- * Saves a key file: a new file beside `path` is moved over it, so that `path`
- * holds the old text or the new one and never a part. A save that fails leaves the
- * file as it was, and is a GLib warning.
+ * Saves a key file: a new file beside `path`, with mode 0666 less the umask, is
+ * moved over it, so that `path` holds the old text or the new one and never a part.
+ * A save that fails leaves the file as it was, and is a GLib warning.
  */
 ORVANE_API void key_file_save_to_file(struct _GKeyFile *kf, const char *path);
 
@@ -731,7 +734,7 @@ ORVANE_API void key_file_save_to_file(struct _GKeyFile *kf, const char *path);
 
 /*
  * The text functions change the caller's text in place, keep the order of what
- * stays, need no memory and cannot fail. Threads: safe on different texts.
+ * stays, allocate nothing and cannot fail. Threads: safe on different texts.
  */
 
 /* Lowers the ASCII capitals, in any locale. s may be NULL, which does nothing. */
@@ -749,8 +752,8 @@ ORVANE_API void removeSpacesTabs(char *s);
 ORVANE_API void removeSpecialChar(char *s);
 
 /*
- * Deletes the zero bytes among the first `len` bytes. What stays stands at the
- * start; each byte freed behind it repeats the last byte of the range as it was.
+ * Deletes the zero bytes among the first `len` bytes. What stays is moved to the
+ * start; each of the bytes after it becomes a copy of what was the last of them.
  * No terminator is added and the new length is not reported.
  *
  * buf:     `len` bytes; not read when `len` is 0.
@@ -761,7 +764,7 @@ ORVANE_API void remove_null_chars(void *buf, uint32_t len);
  * The bits of a file's mode that are in `mask`; a symbolic link is followed.
  *
  * path:    the file; NULL is a file that cannot be examined.
- * mask:    mode bits as in stat(2), for example S_IFDIR or 0400.
+ * mask:    mode bits as in stat(2), for example S_IFMT or 0400.
  * Returns: st_mode & mask; 0 also when the file cannot be examined.
  * Threads: safe.
  */
