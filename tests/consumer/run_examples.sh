@@ -94,7 +94,7 @@ expect() {
     shift 2
     "$@" >"$work/output" 2>"$work/errors" || status=$?
     [ "$status" -eq "$wanted" ] || fail "$*: status $status, not $wanted"
-    cat "$work/output" "$work/errors" | grep -q -- "$text" || fail "$*: does not print '$text'"
+    grep -q -e "$text" "$work/output" "$work/errors" || fail "$*: does not print '$text'"
 }
 
 # ---- The reports on the machine: what the command knows -------------------------------------------
@@ -133,7 +133,8 @@ expect 0 "\"system_uuid\": \"$uuid\"" ./identity.py
 same_facts json "$work/output"
 if command -v valgrind >/dev/null; then
     PYTHONMALLOC=malloc valgrind --quiet --leak-check=full --show-leak-kinds=definite,possible \
-        --log-file="$work/valgrind" python3 identity.py >/dev/null 2>&1 || fail "Python in valgrind"
+        --log-file="$work/valgrind" \
+        /usr/bin/python3 identity.py >/dev/null 2>&1 || fail "Python in valgrind"
     ! grep -B 4 -A 4 liborvane "$work/valgrind" || fail "identity.py leaks an answer"
 fi
 for program in identity identity_cpp; do
@@ -269,7 +270,7 @@ grep -q 'TIME_LIMIT = 1 ' impatient.c
 gcc -o impatient impatient.c
 mkdir hanging
 # shellcheck disable=SC2016
-printf '#!/bin/sh\necho part\nsleep 1000 &\necho $! >tool\nwait\n' >hanging/orvane
+printf '#!/bin/sh\necho part\nsleep 100 &\necho $! >tool\nwait\n' >hanging/orvane
 chmod +x hanging/orvane
 ends() { ! kill -0 "$1" 2>/dev/null || grep -q '^State:.*Z' "/proc/$1/status"; }
 start ./impatient "$work/hanging:$PATH"
