@@ -207,7 +207,13 @@ if [ -n "$private_key" ]; then
     licence 0 '^licensed$'
     echo 00000000-0000-4000-8000-000000000001 >$dmi/product_uuid
     licence 1 'for another machine: the system_uuid differs'
+    # Firmware without a UUID is nobody's, and a licence for none is for no machine.
+    echo >$dmi/product_uuid
+    licence 3 'the system_uuid of this machine is not known'
+    licence_by vendor system_uuid=
+    licence 3 'the system_uuid of this machine is not known'
     echo $uuid >$dmi/product_uuid
+    licence_by vendor "product=Example" "system_uuid=$uuid"
     sed -i s/Example/Better/ licence.asc
     licence 1 'altered (50)'
     licence_by vendor product=Example
@@ -237,7 +243,8 @@ until_true() {
 start() {
     rm -rf state
     mkdir state
-    PATH=${2-$PATH} "$1" state >errors 2>&1 &
+    # Whoever starts it may ignore the end of children.
+    PATH=${2-$PATH} /usr/bin/env --ignore-signal=CHLD "$1" state >errors 2>&1 &
     daemon=$!
     children=("$daemon")
 }
