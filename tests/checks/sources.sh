@@ -13,15 +13,16 @@ files() {
 
 case $1 in
 format)
-    files '.*\.\(c\|h\|cpp\)' include src cli tests bench | xargs -0 clang-format --dry-run -Werror
+    files '.*\.\(c\|h\|cpp\)' include src cli tests bench examples |
+        xargs -0 clang-format --dry-run -Werror
     ;;
 shell)
     grep -rlE '^#!/bin/(ba)?sh' scripts cmake tests .ci | xargs shellcheck
     ;;
 python)
     {
-        find scripts tests -name '*.py'
-        grep -rl '^#!/usr/bin/python3' scripts tests
+        find scripts tests examples -name '*.py'
+        grep -rl '^#!/usr/bin/python3' scripts tests examples
     } | xargs sh -c 'black --quiet --check --line-length 100 "$@" && pyflakes3 "$@"' sh
     ;;
 esac
