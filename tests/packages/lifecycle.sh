@@ -16,19 +16,19 @@ fail() {
     exit 1
 }
 
+# Finds in the whole root, but not what dpkg and ldconfig write about their own work.
 # Usage: walk FIND-ACTION...
 walk() {
-    find / -xdev \( -path "$here" -o -path /tmp -o -path /proc -o -path /sys -o -path /dev \) -prune \
-        -o "$@"
+    find / -xdev \( -path "$here" -o -path /tmp -o -path /proc -o -path /sys -o -path /dev \
+        -o -path /var/log/dpkg.log -o -path '/var/lib/dpkg/*-old' \
+        -o -path /var/cache/ldconfig/aux-cache \) -prune -o "$@"
 }
 
-# Every file of the root, but for what dpkg writes about its own work.
 list_files() {
     {
         walk -printf '%p %y %m %U:%G %l\n'
         walk -type f -print0 | xargs -0 sha256sum
-    } | grep -vE ' ?(/var/log/dpkg\.log|/var/lib/dpkg/[a-z]+-old|/var/cache/ldconfig/aux-cache)( |$)' |
-        LC_ALL=C sort
+    } | LC_ALL=C sort
 }
 
 list_paths() {
@@ -49,11 +49,11 @@ quietly() {
 
 versions() {
     # shellcheck disable=SC2016 # dpkg-query expands it
-    dpkg-query --show --showformat='${Package}=${Version} ' liborvane1 liborvane-dev orvane
+    dpkg-query --show --showformat='${Package}=${Version} ' liborvane-dev liborvane1 orvane
 }
 
 packaged() {
-    for package in liborvane1 liborvane-dev orvane; do
+    for package in liborvane-dev liborvane1 orvane; do
         printf '%s=%s ' $package "$(dpkg-deb --field "$1/$package"_*.deb Version)"
     done
 }
