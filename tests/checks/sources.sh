@@ -13,10 +13,10 @@ files() {
 
 case $1 in
 format)
-    files '.*\.\(c\|h\|cpp\)' include src cli tests bench | xargs -0 clang-format --dry-run -Werror
+    files '.*\.\(c\|h\|cpp\)' include src cli tests bench debian | xargs -0 clang-format --dry-run -Werror
     ;;
 shell)
-    grep -rlE '^#!/bin/(ba)?sh' scripts cmake tests .ci | xargs shellcheck
+    grep -rlE '^#!/bin/(ba)?sh' scripts cmake tests debian .ci | xargs shellcheck
     ;;
 python)
     {
