@@ -13,11 +13,11 @@ files() {
 
 case $1 in
 format)
-    files '.*\.\(c\|h\|cpp\)' include src cli tests bench examples |
+    files '.*\.\(c\|h\|cpp\)' include src cli tests bench examples debian |
         xargs -0 clang-format --dry-run -Werror
     ;;
 shell)
-    grep -rlE '^#!/bin/(ba)?sh' scripts cmake tests .ci | xargs shellcheck
+    grep -rlE '^#!/bin/(ba)?sh' scripts cmake tests debian .ci | xargs shellcheck
     ;;
 python)
     {
