@@ -172,7 +172,7 @@ def document(root, version, archive, created):
         "documentNamespace": uuid.uuid5(uuid.NAMESPACE_OID, of_archive).urn,
         "creationInfo": {
             "created": created.strftime("%Y-%m-%dT%H:%M:%SZ"),
-            "creators": [f"Organization: {HOLDER}", "Tool: scripts/release"],
+            "creators": [f"Organization: {HOLDER}", f"Tool: scripts/release-{version}"],
         },
         "packages": [own, *others],
         "files": files,
