@@ -149,7 +149,7 @@ done
 
 before=$(git rev-parse HEAD)
 PATH=$work/bin:$PATH scripts/release "$version" >"$work/output"
-grep -qx "liborvane $version is in build/release-$version: push main and v$version" "$work/output"
+grep -qx "liborvane $version is in build/release-$version: push the branch and v$version" "$work/output"
 [ -z "$(git status --porcelain)" ]
 [ "$(git rev-parse HEAD~)" = "$before" ]
 [ "$(git rev-parse "v$version^{commit}")" = "$(git rev-parse HEAD)" ]
