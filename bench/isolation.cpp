@@ -45,7 +45,7 @@ int run_isolated(int (*program)())
 {
     int ends[2] = {};
     check(::pipe2(ends, O_CLOEXEC), "pipe");
-    check(::unshare(CLONE_NEWNS | CLONE_NEWPID), "no private namespaces here");
+    check(::unshare(CLONE_NEWNS | CLONE_NEWPID), "no private namespaces, which need root");
     std::fflush(nullptr);
     const pid_t child = ::fork();
     check(child, "fork");
