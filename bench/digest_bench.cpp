@@ -16,35 +16,36 @@
 
 #include <fcntl.h>
 #include <openssl/sha.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 namespace {
 
-// A file in the directory for temporary files, of as many bytes that are not all alike.
+// A file without a name, of as many bytes that are not all alike. Programs that are started open it
+// by the path, too, and it is gone when this process is.
 class filled_file {
 public:
-    explicit filled_file(std::size_t size) : path_("/tmp/orvane-bench.XXXXXX")
+    explicit filled_file(std::size_t size) : fd_(::memfd_create("orvane-bench", MFD_CLOEXEC))
     {
-        const int fd = ::mkstemp(path_.data());
         std::vector<unsigned char> block(std::size_t{1} << 20U);
         for (std::size_t i = 0; i < block.size(); ++i)
             block[i] = static_cast<unsigned char>(i * 2654435761U >> 11U);
         for (std::size_t left = size; left > 0;) {
-            const ssize_t written = ::write(fd, block.data(), std::min(left, block.size()));
+            const ssize_t written = ::write(fd_, block.data(), std::min(left, block.size()));
             if (written <= 0)
-                throw std::runtime_error("the benchmark cannot write " + path_);
+                throw std::runtime_error("the benchmark has no memory for its file");
             left -= static_cast<std::size_t>(written);
         }
-        ::close(fd);
     }
     filled_file(const filled_file &) = delete;
     filled_file &operator=(const filled_file &) = delete;
-    ~filled_file() { ::unlink(path_.c_str()); }
+    ~filled_file() { ::close(fd_); }
 
     [[nodiscard]] const char *path() const { return path_.c_str(); }
 
 private:
-    std::string path_;
+    int fd_;
+    std::string path_ = "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(fd_);
 };
 
 const filled_file &large_file()

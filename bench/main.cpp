@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "isolation.h"
 #include "machine.h"
 #include "ratio_reporter.h"
 #include "rsa_samples.h"
 
 #include <cstdio>
+#include <exception>
 #include <string>
 
 #include <benchmark/benchmark.h>
@@ -36,21 +38,12 @@ void add_network_cards(constructed_machine &machine)
                      "../../../devices/pci0000:00/0000:00:1f.6");
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+int run_benchmarks()
 {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 2;
     if (const std::string reason = constructed_machine::unavailable(); !reason.empty()) {
         std::fprintf(stderr, "orvane_bench: %s\n", reason.c_str());
         return 1;
     }
-
-    // Looked up once, and not on the constructed machine.
-    static_cast<void>(benchmark::CPUInfo::Get());
-
     constructed_machine machine;
     machine.start();
     machine.file("/sys/devices/virtual/dmi/id/product_uuid",
@@ -95,4 +88,21 @@ int main(int argc, char **argv)
     });
     benchmark::RunSpecifiedBenchmarks(&reporter);
     return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 2;
+    // Looked up once, and not on the constructed machine.
+    static_cast<void>(benchmark::CPUInfo::Get());
+    try {
+        return run_isolated(run_benchmarks);
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "orvane_bench: %s\n", error.what());
+        return 1;
+    }
 }
