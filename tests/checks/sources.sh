@@ -16,7 +16,10 @@ format)
     files '.*\.\(c\|h\|cpp\)' include src cli tests bench | xargs -0 clang-format --dry-run -Werror
     ;;
 shell)
-    grep -rlE '^#!/bin/(ba)?sh' scripts cmake tests .ci | xargs shellcheck
+    {
+        grep -rlE '^#!/bin/(ba)?sh' scripts cmake tests .ci
+        echo completions/bash/orvane
+    } | xargs shellcheck
     ;;
 python)
     {
