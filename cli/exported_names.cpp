@@ -47,10 +47,10 @@ private:
     [[nodiscard]] bool is_dynamic() const;
     [[nodiscard]] const section *find(GElf_Word type) const;
     [[nodiscard]] Elf_Data *data_of(const section &one) const;
-    [[nodiscard]] std::string text(const section &table, std::size_t offset) const;
+    [[nodiscard]] std::string text(const section &table, std::uint64_t offset) const;
     [[nodiscard]] std::string soname() const;
     [[nodiscard]] std::map<unsigned, std::string> versions() const;
-    [[nodiscard]] std::set<std::size_t> copied(const section &symbols) const;
+    [[nodiscard]] std::set<std::uint64_t> copied(const section &symbols) const;
 
     std::string name_;
     unique_stream stream_;
@@ -124,9 +124,12 @@ Elf_Data *elf_file::data_of(const section &one) const
 }
 
 // A text of the table of texts that belongs to a section.
-std::string elf_file::text(const section &table, std::size_t offset) const
+std::string elf_file::text(const section &table, std::uint64_t offset) const
 {
-    const char *const found = elf_strptr(elf_.get(), table.header.sh_link, offset);
+    if (offset > longest_input)
+        fail_as_damaged();
+    const char *const found =
+        elf_strptr(elf_.get(), table.header.sh_link, static_cast<std::size_t>(offset));
     if (found == nullptr)
         fail_as_damaged();
     // Many names may share one long text. No real one is longer.
@@ -192,9 +195,9 @@ bool is_copy(GElf_Half machine, GElf_Xword info)
 }
 
 // Those that a program has from a library: its own place for a library's data, not its own data.
-std::set<std::size_t> elf_file::copied(const section &symbols) const
+std::set<std::uint64_t> elf_file::copied(const section &symbols) const
 {
-    std::set<std::size_t> found;
+    std::set<std::uint64_t> found;
     const auto add = [&](GElf_Xword info) {
         if (is_copy(header_.e_machine, info))
             found.insert(GELF_R_SYM(info));
@@ -238,13 +241,13 @@ exports elf_file::read() const
 
     exports found = {soname(), {}};
     const std::map<unsigned, std::string> names_of_versions = versions();
-    const std::set<std::size_t> copies = copied(*table);
+    const std::set<std::uint64_t> copies = copied(*table);
     const section *const version_table = find(SHT_GNU_versym);
     Elf_Data *const symbols = data_of(*table);
     Elf_Data *const numbers = version_table != nullptr ? data_of(*version_table) : nullptr;
     GElf_Sym symbol = {};
     for (int at = 0; gelf_getsym(symbols, at, &symbol) != nullptr; ++at) {
-        if (!is_exported(symbol) || copies.contains(static_cast<std::size_t>(at)))
+        if (!is_exported(symbol) || copies.contains(static_cast<std::uint64_t>(at)))
             continue;
         GElf_Versym number = VER_NDX_GLOBAL;
         if (numbers != nullptr && gelf_getversym(numbers, at, &number) == nullptr)

@@ -38,6 +38,7 @@ install(FILES completions/bash/orvane
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 install(FILES completions/fish/orvane.fish
     DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+from_prefix(data_dir "${CMAKE_INSTALL_DATADIR}")
 install(CODE "
     get_filename_component(prefix \"\${CMAKE_INSTALL_PREFIX}/\" ABSOLUTE)
     set(folder site-functions)
@@ -45,7 +46,7 @@ install(CODE "
         set(folder vendor-completions)
     endif()
     file(INSTALL \"${PROJECT_SOURCE_DIR}/completions/zsh/_orvane\"
-        DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/zsh/\${folder}\")")
+        DESTINATION \"${data_dir}/zsh/\${folder}\")")
 
 # The trace log's directory, which the library makes with the umask of whoever traces first:
 # `cmake --install BUILD --component log-directory` as root, or a package, makes it for root alone.

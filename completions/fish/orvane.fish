@@ -45,6 +45,12 @@ function __orvane_facts
         os_version 'variant of the operating system: 2 education, 0 any other'
 end
 
+# Words of a list with commas, such as disk,mac.
+function __orvane_required
+    set -l before "$(commandline -t | string replace -r '^--require=' '' | string match -r '.*,')"
+    __orvane_facts | string replace -r '^' -- "$before"
+end
+
 function __orvane_subcommands
     printf '%s\t%s\n' \
         show 'show what is known about this machine' \
@@ -94,7 +100,7 @@ complete -c orvane -n '__orvane_in save compare signature "gpg verify" check-nam
 
 complete -c orvane -n '__orvane_in show' -l format -x -a 'table json shell' -d 'table, json, or shell: assignments to variables'
 complete -c orvane -n '__orvane_in show' -s j -l json -d 'the same as --format=json'
-complete -c orvane -n '__orvane_in show' -l require -x -a '(__fish_complete_list , __orvane_facts)' -d 'fail where one of these has no answer; words up to the next option, or separated by commas'
+complete -c orvane -n '__orvane_in show' -l require -x -a '(__orvane_required)' -d 'fail where one of these has no answer; words up to the next option, or separated by commas'
 complete -c orvane -n '__orvane_in explain doctor compare' -s j -l json -d 'print one JSON object'
 complete -c orvane -n '__orvane_in show explain' -l redact -d 'print hashes in the place of what identifies the machine'
 complete -c orvane -n '__orvane_in show explain doctor save compare' -l trace -d "write the library's trace lines to its log, too"

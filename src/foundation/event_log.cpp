@@ -24,7 +24,7 @@ heap_text event_stamp() noexcept
 {
     bounded_text<stamp_bytes> stamp;
     const std::time_t now = ::time(nullptr);
-    // The header documents that concurrent callers share the result of localtime().
+    // The manual documents that concurrent callers share the result of localtime().
     // NOLINTNEXTLINE(concurrency-mt-unsafe)
     if (const std::tm *const local = ::localtime(&now))
         ::strftime(stamp.data(), stamp.capacity(), "%Y-%m-%d %H:%M:%S", local);

@@ -72,7 +72,7 @@ extern "C" const char *time_string(void)
     ::localtime_r(&now, &local);
 
     // A second reading of the clock, so at the turn of a minute the old minute may
-    // stand beside the new second, as the header documents.
+    // stand beside the new second, as the manual documents.
     std::timespec precise = {};
     ::clock_gettime(CLOCK_REALTIME, &precise);
 

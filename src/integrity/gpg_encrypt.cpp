@@ -21,7 +21,7 @@ int code_of_missing_key(std::time_t now) noexcept
                                                                    : ORVANE_GPG_KEY_MISSING;
 }
 
-// The key is not released: the header documents the few hundred bytes that each call keeps.
+// The key is not released: the manual documents the few hundred bytes that each call keeps.
 gpgme_key_t find_builtin_key(gpgme_ctx_t context) noexcept
 {
     gpgme_key_t key = nullptr;

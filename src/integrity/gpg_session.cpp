@@ -76,7 +76,7 @@ standard_descriptors::~standard_descriptors()
 gpg_context new_gpg_context() noexcept
 {
     ::gpgme_check_version(nullptr);
-    // The locale of the whole process becomes the environment's, as the header documents: gpg may
+    // The locale of the whole process becomes the environment's, as the manual documents: gpg may
     // have to prompt the user.
     // NOLINTBEGIN(concurrency-mt-unsafe)
     ::setlocale(LC_ALL, "");

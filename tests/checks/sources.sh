@@ -17,7 +17,10 @@ format)
         xargs -0 clang-format --dry-run -Werror
     ;;
 shell)
-    grep -rlE '^#!/bin/(ba)?sh' scripts cmake tests debian .ci | xargs shellcheck
+    {
+        grep -rlE '^#!/bin/(ba)?sh' scripts cmake tests debian .ci
+        echo completions/bash/orvane
+    } | xargs shellcheck
     ;;
 python)
     {

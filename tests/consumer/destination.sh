@@ -43,3 +43,10 @@ LD_LIBRARY_PATH=$work/system/usr/$libdir "$work/system/usr/bin/orvane" --version
 DESTDIR=$work/system cmake --install "$build" --prefix /usr/local >/dev/null
 has_run_path "$work/system/usr/local"
 "$work/system/usr/local/bin/orvane" --version
+
+# The folders where the shells of Debian look.
+for path in usr/share/zsh/vendor-completions/_orvane usr/local/share/zsh/site-functions/_orvane \
+    usr/share/bash-completion/completions/orvane usr/share/fish/vendor_completions.d/orvane.fish; do
+    [ -e "$work/system/$path" ] || { echo "missing: $path"; exit 1; }
+done
+[ ! -e "$work/system/usr/share/zsh/site-functions" ]
