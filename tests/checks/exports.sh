@@ -24,7 +24,7 @@ sed -n '/^ *ORVANE_1\.0@/d; s/^ \([A-Za-z_0-9]*\)@ORVANE_1\.0 .*/\1/p' "$symbols
 status=0
 violation() {
     echo "$1"
-    status=1
+    status=2
 }
 # violations PREFIX: one for each name that is read.
 violations() {
@@ -41,7 +41,7 @@ compare() {
 }
 
 for names in header script library pages symbols; do
-    [ -s "$work/$names" ] || { echo "no names found: $names"; exit 1; }
+    [ -s "$work/$names" ] || { echo "no names found: $names"; exit 2; }
     sort "$work/$names" >"$work/$names.sorted"
     uniq -d "$work/$names.sorted" >"$work/twice"
     violations "twice in the $names" <"$work/twice"
