@@ -19,7 +19,9 @@ endfunction()
 
 set(manual ${PROJECT_BINARY_DIR}/man)
 file(REMOVE_RECURSE ${manual})
-file(GLOB manual_pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/man/*.[1-8])
+file(GLOB manual_pages ${PROJECT_SOURCE_DIR}/man/*.[1-8])
+# A new page changes the folder.
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/man)
 foreach(page IN LISTS manual_pages)
     get_filename_component(file ${page} NAME)
     get_filename_component(name ${page} NAME_WLE)
