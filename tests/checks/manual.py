@@ -22,8 +22,8 @@ OTHER_PROJECTS = """
     abort.3 awk.1 base64.1 cat.1 dmidecode.8 dmsetup.8 ethtool.8 fcntl.2 findmnt.8 fork.2 free.3
     getifaddrs.3 gpg.1 grep.1 inode.7 libblkid.3 locale.7 localtime.3 logrotate.8 lsblk.8
     lvdisplay.8 lvm.conf.5 netdevice.7 openssl.1 os-release.5 perror.3 pkg-config.1 printf.3
-    proc.5 pthread_atfork.3 pthread_setcancelstate.3 pvdisplay.8 readlink.1 setlocale.3
-    setpgid.2 sh.1 sha256sum.1 smartctl.8 stat.2 syslog.3 systemd.link.5 tolower.3 udev.7
+    proc.5 pthread_atfork.3 pthread_setcancelstate.3 pthreads.7 pvdisplay.8 readlink.1
+    setlocale.3 setpgid.2 sh.1 sha256sum.1 smartctl.8 stat.2 syslog.3 systemd.link.5 tolower.3 udev.7
     write.2
 """.split()
 
