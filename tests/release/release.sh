@@ -150,18 +150,21 @@ for seconds in 0.4 1 1.8; do
     diff "$work/before" "$work/after"
 done
 
-# One that is ended while its build writes, which does not end by itself.
-cp -a "$work/bin" "$work/endless"
-cat >"$work/endless/cmake" <<'SHELL'
+# One that is ended while its build writes.
+cp -a "$work/bin" "$work/writing"
+cat >"$work/writing/cmake" <<'SHELL'
 #!/bin/sh
 [ "$1" = --build ] || exit 0
-sh -c 'n=0; while mkdir -p "$1/$n"; do n=$((n + 1)); done' sh "$2" &
+sh -c 'n=0; while [ $n -lt 20000 ] && mkdir -p "$1/$n"; do n=$((n + 1)); done' sh "$2" &
 wait
 SHELL
 state >"$work/before"
-PATH=$work/endless:$PATH scripts/release --dry-run "$version" >"$work/output" 2>&1 &
+PATH=$work/writing:$PATH scripts/release --dry-run "$version" >"$work/output" 2>&1 &
 until compgen -G "build/release-$version.*/build/9" >/dev/null; do
-    kill -0 $!
+    kill -0 $! || {
+        cat "$work/output" >&2
+        exit 1
+    }
     sleep 0.1
 done
 kill -TERM $!
