@@ -49,7 +49,8 @@ install(CODE "
         DESTINATION \"${data_dir}/zsh/\${folder}\")")
 
 # The trace log's directory, which the library makes with the umask of whoever traces first:
-# `cmake --install BUILD --component log-directory` as root, or a package, makes it for root alone.
+# `cmake --install BUILD --component log-directory` as root, or a package, makes it writable by root
+# alone.
 install(CODE "
     set(log_directory \"\$ENV{DESTDIR}/var/log/orvane\")
     message(STATUS \"Installing: \${log_directory}\")

@@ -10,8 +10,9 @@
  * Build:  cc identityd.c -o identityd
  * Run:    sudo ./identityd DIRECTORY        (or identityd.service, in a sandbox)
  *
- * The file holds the old facts or the new ones, never a part, and nobody else may read it: serial
- * numbers and MAC addresses are personal data. SIGTERM and SIGINT end the daemon with status 0.
+ * Whoever reads the file finds the old facts or the new ones, never a part. Nobody but the daemon's
+ * user may read it: serial numbers and MAC addresses are personal data. SIGTERM and SIGINT end the
+ * daemon with status 0.
  */
 #define _POSIX_C_SOURCE 200809L
 #include <errno.h>
@@ -70,10 +71,13 @@ static pid_t start_query(void)
 /* Moves the new file over the old one where the query ended well. */
 static void finish_query(int status)
 {
-    if (WIFEXITED(status) && WEXITSTATUS(status) == 0 && rename(new_path, path) == 0) {
-        printf("identityd: %s is written\n", path);
-        fflush(stdout);
-        return;
+    if (WIFEXITED(status) && WEXITSTATUS(status) == 0) {
+        if (rename(new_path, path) == 0) {
+            printf("identityd: %s is written\n", path);
+            fflush(stdout);
+            return;
+        }
+        perror("identityd: rename");
     }
     fprintf(stderr, "identityd: %s is left as it was\n", path);
     unlink(new_path);

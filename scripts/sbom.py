@@ -49,7 +49,7 @@ NO_DEPENDENCIES = {"PkgConfig", "Threads"}
 def dependencies(root):
     """Those that CMakeLists.txt names, each with the least version or an empty text."""
     text = (root / "CMakeLists.txt").read_text(encoding="utf-8")
-    form = r"^\s*(?:pkg_check_modules\(\w+|find_package\((?=\w+ REQUIRED))(.*)\)"
+    form = r"^\s*(?:pkg_check_modules\(\w+|find_package\()(.*)\)"
     for words in re.findall(form, text, re.MULTILINE):
         names = [word for word in words.split() if word not in ("REQUIRED", "IMPORTED_TARGET")]
         for name, _, version in (word.partition(">=") for word in names):

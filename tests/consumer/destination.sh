@@ -6,10 +6,12 @@ set -eu
 build=$1 libdir=$2 mandir=$3 work=$4/destination
 rm -rf "$work"
 mkdir -p "$work"
+version=$(sed -n 's/^#define ORVANE_VERSION "\(.*\)"$/\1/p' "$(dirname "$0")/../../include/orvane.h")
+soname=liborvane.so.${version%%.*}
 
 expect() {
-    for path in bin/orvane include/orvane.h "$libdir/liborvane.so" "$libdir/liborvane.so.1" \
-        "$libdir/liborvane.so.1.0.0" "$libdir/pkgconfig/liborvane.pc" \
+    for path in bin/orvane include/orvane.h "$libdir/liborvane.so" "$libdir/$soname" \
+        "$libdir/liborvane.so.$version" "$libdir/pkgconfig/liborvane.pc" \
         "$libdir/cmake/orvane/orvaneConfig.cmake" \
         "$libdir/cmake/orvane/orvaneConfigVersion.cmake" \
         "$libdir/cmake/orvane/orvaneTargets.cmake" "$mandir/man1/orvane.1" \
@@ -28,8 +30,8 @@ expect "$work/prefix" "$work/prefix"
 # Nothing outside the prefix.
 [ "$(ls -A "$work/root")" = opt ] && [ "$(ls -A "$work/root/opt")" = product ]
 # A link of the shared library leads to the file beside it.
-[ "$(readlink "$work/prefix/$libdir/liborvane.so")" = liborvane.so.1 ]
-[ "$(readlink "$work/prefix/$libdir/liborvane.so.1")" = liborvane.so.1.0.0 ]
+[ "$(readlink "$work/prefix/$libdir/liborvane.so")" = "$soname" ]
+[ "$(readlink "$work/prefix/$libdir/$soname")" = "liborvane.so.$version" ]
 # man finds the page of a function by each name.
 [ "$(readlink "$work/prefix/$mandir/man3/system_uuid.3orvane")" = orvane_get_system_uuid.3orvane ]
 man -M "$work/prefix/$mandir" system_uuid >"$work/page"

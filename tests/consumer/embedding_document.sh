@@ -62,13 +62,11 @@ for program in hidden scripted excluded; do
     ! grep -qx root_device names || fail "$program exports root_device"
 done
 # The command says the same of each.
-if orvane help check-names >/dev/null 2>&1; then
-    orvane check-names hidden scripted excluded || fail "check-names finds a name where none is"
-    status=0
-    orvane check-names replacing >names || status=$?
-    is "status of check-names" $status 1
-    grep -qw root_device names || fail "check-names does not name root_device"
-fi
+orvane check-names hidden scripted excluded || fail "check-names finds a name where none is"
+status=0
+orvane check-names replacing >names || status=$?
+is "status of check-names" $status 1
+grep -qw root_device names || fail "check-names does not name root_device"
 
 # The name that is meant to be replaced.
 link simulating block1.o
@@ -133,11 +131,13 @@ char *orvane_get_harddisk_id(void)
 {
     if (strcmp(behaviour, "hangs") == 0)
         return system("sleep 100 & echo $! >tool; wait") == 0 ? NULL : NULL;
+    if (strcmp(behaviour, "too long") == 0)
+        return strdup("MODEL_SERIAL1");
     return strcmp(behaviour, "answers") == 0 ? strdup("MODEL_SERIAL") : NULL;
 }
 int main(int count, char **words)
 {
-    char buffer[10] = "unchanged";
+    char buffer[13] = "unchanged";
     int code;
     behaviour = words[count - 1];
     code = disk_within(behaviour[0] == 'h' ? 1000 : 60000, buffer, sizeof buffer);
@@ -146,7 +146,8 @@ int main(int count, char **words)
 }
 C
 link limited limited.c block5.o
-is "a query that answers" "$(./limited answers)" '0 [MODEL_SER]'
+is "a query that answers" "$(./limited answers)" '0 [MODEL_SERIAL]'
+is "a query whose answer does not fit" "$(./limited 'too long')" '-1 []'
 is "a query without an answer" "$(./limited none)" '-1 []'
 # Not in a pipe, which the tool would hold open.
 timeout 30 ./limited hangs >output || fail "a query that hangs is not killed"

@@ -51,6 +51,7 @@ scripts/as-root unshare --mount bash -euo pipefail -c '
         apt-get -qq update
         $packages
         orvane --version
+        [ -z \"\$(find . -maxdepth 1 -name 'obj-*')\" ]
         sed -n '/^\`\`\`c$/,/^\`\`\`$/{/^\`\`\`/d;p}' README.md >/root/uuid.c
         (cd /root && $linked && ./uuid)
         $packages_removed

@@ -10,6 +10,8 @@ older=$1 newer=$2 foreign=$3 foreign_architecture=$4
 here=$PWD
 work=$(mktemp -d)
 log=/var/log/orvane/liborvane.log
+upstream=$(dpkg-deb --field "$newer"/orvane_*.deb Version)
+upstream=${upstream%-*}
 
 fail() {
     echo "failed: $*"
@@ -73,7 +75,7 @@ live() {
     quietly dpkg --install "$older"/*.deb
     [ "$(versions)" = "$(packaged "$older")" ] || fail "installed: $(versions)"
     expect_directory "an older directory is not corrected"
-    [ "$(orvane --version | head -n 1)" = "orvane 1.0.0" ] || fail "the command does not run"
+    [ "$(orvane --version | head -n 1)" = "orvane $upstream" ] || fail "the command does not run"
     orvane show --trace >/dev/null 2>&1 || fail "orvane show"
     [ -s $log ] || fail "there is no trace log"
     cp $log "$work/trace"

@@ -63,7 +63,10 @@ refuses() {
 
 scripts/abi >/dev/null
 state >"$work/before"
-scripts/release --dry-run "$version" >"$work/output"
+# A developer who signs every commit, with a key that the dry run does not have.
+GIT_CONFIG_COUNT=2 GIT_CONFIG_KEY_0=commit.gpgSign GIT_CONFIG_VALUE_0=true \
+    GIT_CONFIG_KEY_1=user.signingKey GIT_CONFIG_VALUE_1=nobody \
+    scripts/release --dry-run "$version" >"$work/output"
 grep -qx "liborvane $version can be released" "$work/output"
 state >"$work/after"
 diff "$work/before" "$work/after"
@@ -147,6 +150,31 @@ for seconds in 0.4 1 1.8; do
     diff "$work/before" "$work/after"
 done
 
+# One that is ended while its build writes.
+cp -a "$work/bin" "$work/writing"
+cat >"$work/writing/cmake" <<'SHELL'
+#!/bin/sh
+[ "$1" = --build ] || exit 0
+sh -c 'n=0; while [ $n -lt 20000 ] && mkdir -p "$1/$n"; do n=$((n + 1)); done' sh "$2" &
+wait
+SHELL
+state >"$work/before"
+PATH=$work/writing:$PATH scripts/release --dry-run "$version" >"$work/output" 2>&1 &
+until compgen -G "build/release-$version.*/build/9" >/dev/null; do
+    kill -0 $! || {
+        cat "$work/output" >&2
+        exit 1
+    }
+    sleep 0.1
+done
+kill -TERM $!
+status=0
+wait $! || status=$?
+[ "$status" -eq 143 ] && [ ! -s "$work/output" ]
+sleep 0.2
+state >"$work/after"
+diff "$work/before" "$work/after"
+
 before=$(git rev-parse HEAD)
 PATH=$work/bin:$PATH scripts/release "$version" >"$work/output"
 grep -qx "liborvane $version is in build/release-$version: push the branch and v$version" "$work/output"
@@ -156,7 +184,7 @@ grep -qx "liborvane $version is in build/release-$version: push the branch and v
 git verify-tag "v$version" 2>/dev/null
 git diff --name-only HEAD~ | diff - <(printf '%s\n' CHANGELOG.md debian/changelog include/orvane.h)
 grep -qx "#define ORVANE_VERSION \"$version\"" include/orvane.h
-today=$(git log -1 --format=%cd --date=format-local:%Y-%m-%d)
+today=$(TZ=UTC git log -1 --format=%cd --date=format-local:%Y-%m-%d)
 grep -qx "## $version ($today)" CHANGELOG.md
 head -n 1 debian/changelog | grep -qx "liborvane ($version-1) unstable; urgency=medium"
 grep -m 1 '^ -- ' debian/changelog | grep -qE ">  [A-Z][a-z]{2}, [ 0-9]{2} [A-Z][a-z]{2} [0-9: ]{13} \+0000$"
