@@ -13,7 +13,7 @@ enum exit_status {
     success = 0,      // valid, or known
     negative = 1,     // not valid, or there is no answer
     misuse = 2,       // wrong use
-    undetermined = 3, // it cannot be told: no key, no permission, an unreadable file, a full disk
+    undetermined = 3, // no result: no key, no permission, an unreadable file, a full disk
 };
 
 // Arguments that the subcommand does not take.
@@ -59,7 +59,7 @@ int digest(const digest_options &options);
 
 struct digest_list_options {
     std::string list;
-    bool quiet = false;          // prints no file that has its digest
+    bool quiet = false;          // prints nothing about a file that matches
     bool status = false;         // prints of the list itself alone
     bool ignore_missing = false; // passes over files that are not there
     bool strict = false;         // a malformed line is negative

@@ -73,7 +73,7 @@ void refuse_detached_signature(const std::string &file)
                                  ": a detached signature: give a file that carries its content");
 }
 
-// Throws where more can be told than the result of the library does.
+// Throws where more can be reported than the result of the library does.
 void explain_failure(const std::string &file, int result)
 {
     if (result == ORVANE_GPG_FILE_UNREADABLE)

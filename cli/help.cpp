@@ -19,7 +19,7 @@ constexpr help_page pages[] = {
     {
         .subcommand = "",
         .usages = {"[-h|--help] [-V|--version] [SUBCOMMAND [WORD...]]"},
-        .purpose = "tell the identity of this machine, and check and encode data files",
+        .purpose = "identify this machine, and check and encode data files",
         .details = "Without a subcommand it shows all facts.",
         .options = {{"-V, --version", "print the version, the signing key and the features"}},
         .examples = {{"orvane", "Show what is known about this machine."},
@@ -123,8 +123,8 @@ constexpr help_page pages[] = {
         .options = {{"-c, --check SUMS",
                      "check the digests of a list, as sha256sum writes it; - is "
                      "standard input"},
-                    {"--quiet", "print no file that has its digest"},
-                    {"--status", "print nothing of the files: the exit status alone says it"},
+                    {"--quiet", "print nothing about a file that matches"},
+                    {"--status", "print nothing about the files: the exit status has the result"},
                     {"--ignore-missing", "pass over files that are missing"},
                     {"--strict", "exit with 1 also where a line of the list is malformed"}},
         .examples = {{"orvane digest sha256 licence.txt >SHA256SUMS",

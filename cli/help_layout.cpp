@@ -153,7 +153,7 @@ void add_exit_status(lines &text, const help_page &page)
         text.item("1", page.negative, status_column);
     text.item("2", "wrong use", status_column);
     if (page.undetermined != nullptr)
-        text.item("3", std::string("it cannot be told: ") + page.undetermined, status_column);
+        text.item("3", std::string("no result: ") + page.undetermined, status_column);
 }
 
 } // namespace

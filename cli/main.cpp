@@ -23,7 +23,7 @@
 
 namespace {
 
-// Output that does not reach its destination leaves the result untold.
+// Output that does not reach its destination leaves the result unreported.
 int flushed(int status)
 {
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)

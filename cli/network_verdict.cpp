@@ -18,7 +18,7 @@ struct free_names {
 };
 
 // Adds interfaces that the walk did not come to, or whose names do not count. Whether there is one
-// whose name counts, as far as that can be told.
+// whose name counts, as far as that can be determined.
 bool add_other_interfaces(finding &one)
 {
     bool has_other = false;

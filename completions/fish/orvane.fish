@@ -106,8 +106,8 @@ complete -c orvane -n '__orvane_in show explain' -l redact -d 'print hashes in t
 complete -c orvane -n '__orvane_in show explain doctor save compare' -l trace -d "write the library's trace lines to its log, too"
 complete -c orvane -n '__orvane_in explain' -l schema -d 'print the schema of the JSON of show, explain and save, alone'
 complete -c orvane -n '__orvane_in digest' -s c -l check -r -F -d 'check the digests of a list, as sha256sum writes it; - is standard input'
-complete -c orvane -n '__orvane_in digest' -l quiet -d 'print no file that has its digest'
-complete -c orvane -n '__orvane_in digest' -l status -d 'print nothing of the files: the exit status alone says it'
+complete -c orvane -n '__orvane_in digest' -l quiet -d 'print nothing about a file that matches'
+complete -c orvane -n '__orvane_in digest' -l status -d 'print nothing about the files: the exit status has the result'
 complete -c orvane -n '__orvane_in digest' -l ignore-missing -d 'pass over files that are missing'
 complete -c orvane -n '__orvane_in digest' -l strict -d 'exit with 1 also where a line of the list is malformed'
 complete -c orvane -n '__orvane_in signature' -l key -r -F -d 'public key in PEM, in the place of the one in /etc/orvane/public.pem'

@@ -7,7 +7,7 @@ source=$1 build=$2 key=$3 compiler=$4 work=$5/identical_builds
 elsewhere="$work/another folder"
 rm -rf "$work"
 mkdir -p "$elsewhere"
-tar -C "$source" -c CMakeLists.txt cli cmake completions docs include man src | tar -C "$elsewhere" -x
+tar -C "$source" -c CMakeLists.txt SECURITY.md cli cmake completions docs include man src | tar -C "$elsewhere" -x
 
 export CCACHE_DISABLE=1 # an object out of a cache is identical in any case
 CXX=$compiler cmake -S "$elsewhere" -B "$work/b" -G Ninja -DCMAKE_BUILD_TYPE=Release \

@@ -236,7 +236,7 @@ Exit status:
   0  shown
   1  a named fact has no answer, or a required one is not known
   2  wrong use
-  3  it cannot be told: a named fact needs root, or a tool that is missing
+  3  no result: a named fact needs root, or a tool that is missing
 
 More: orvane help facts, docs/troubleshooting.md
 )");
@@ -270,9 +270,9 @@ Exit status:
   0  valid
   1  not valid
   2  wrong use
-  3  it cannot be told: no gpg, no key
-     store, an unreadable file, a
-     detached signature
+  3  no result: no gpg, no key store, an
+     unreadable file, a detached
+     signature
 
 More: docs/keys.md
 )";
