@@ -1,13 +1,14 @@
 #!/bin/bash
-# Installs with the commands of the README, as they are printed, in a Debian 12 with nothing but sudo
+# Installs with the commands of the README, as they are printed, in a Debian with nothing but sudo
 # beside what Debian itself requires: the packages first, with the README's program linked, then from
 # source. Each is removed again with the README's command.
-# Usage: readme_install.sh
+# Usage: readme_install.sh [RELEASE]
 set -euo pipefail
 
 cd "$(dirname "$0")/../.."
+release=${1:-bookworm}
 folder=$PWD/build/readme_install
-root=$(scripts/root --name readme bookworm "$(dpkg --print-architecture)" sudo)
+root=$(scripts/root --name "readme-$release" "$release" "$(dpkg --print-architecture)" sudo)
 scripts/as-root rm -rf "$folder"
 mkdir -p "$folder/upper" "$folder/work" "$folder/merged"
 
