@@ -150,9 +150,5 @@ std::string advice_on(const finding &one)
     if (one.why == &reasons::permission_denied && ::geteuid() == 0)
         return "run the command as root of the host, with the capabilities and devices that "
                "SECURITY.md lists";
-    std::string text = one.why->advice;
-    constexpr std::string_view package = "{package}";
-    if (const std::size_t at = text.find(package); at != std::string::npos)
-        text.replace(at, package.size(), words_for_packages(packages_of(one.missing_tools)));
-    return text;
+    return advice_with(*one.why, words_for_packages(packages_of(one.missing_tools)));
 }

@@ -29,7 +29,8 @@ std::string section_on(const fact &one)
 
 std::string item_on(const reason &one)
 {
-    const std::string advice = *one.advice != '\0' ? std::string("; ") + one.advice : "";
+    const std::string to_do = advice_with(one, "the package that `orvane doctor` names");
+    const std::string advice = to_do.empty() ? "" : "; " + to_do;
     return item(std::string("`") + one.code + "` (" + words_for(one.status) + "): " + one.text +
                 advice + ".");
 }

@@ -127,6 +127,15 @@ std::span<const reason *const> all_reasons()
     return all;
 }
 
+std::string advice_with(const reason &one, const std::string &package)
+{
+    constexpr std::string_view place = "{package}";
+    std::string text = one.advice;
+    if (const std::size_t at = text.find(place); at != std::string::npos)
+        text.replace(at, place.size(), package);
+    return text;
+}
+
 const reason *find_reason(std::string_view code)
 {
     const auto *const found = std::find_if(std::begin(all), std::end(all),

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <span>
+#include <string>
 #include <string_view>
 
 // Unknown is not false: what could not be queried is not absent.
@@ -33,6 +34,9 @@ extern const reason answered, permission_denied, tool_missing, tool_failed, sour
 
 // Every reason, in the order of the documentation.
 std::span<const reason *const> all_reasons();
+
+// The advice of a reason, which may name the package of a missing tool.
+std::string advice_with(const reason &one, const std::string &package);
 
 // nullptr where there is no such reason.
 const reason *find_reason(std::string_view code);

@@ -7,7 +7,8 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvane)
 
 install(TARGETS orvane EXPORT orvaneTargets)
 install(FILES include/orvane.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md")
+# As they stand here, so that their links lead somewhere.
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(FILES SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 install(EXPORT orvaneTargets NAMESPACE orvane:: DESTINATION ${package_dir})

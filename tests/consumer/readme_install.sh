@@ -22,7 +22,7 @@ command_of() {
     tr '\n' ' ' <README.md | grep -oE "\`$1[^\`]*\`" | head -n 1 | tr -d '\`'
 }
 
-packages=$(block_of 'sudo apt install dpkg-dev')
+packages=$(block_of 'sudo apt update')
 packages_removed=$(command_of 'sudo apt purge ')
 linked=$(command_of 'cc uuid.c ')
 source_build=$(block_of 'sudo apt install --no-install-recommends')
@@ -49,7 +49,6 @@ scripts/as-root unshare --mount bash -euo pipefail -c '
     echo "README: $((SECONDS - seconds)) s, $(du -sxm "$folder/upper" | cut -f 1) MB"' \
     bash "$PWD/$root" "$folder" "
         cd /root/liborvane
-        apt-get -qq update
         $packages
         orvane --version
         [ -z \"\$(find . -maxdepth 1 -name 'obj-*')\" ]
